@@ -1,0 +1,64 @@
+#pragma once
+
+#include "quarnet/core/Data.h"
+
+#include <cstddef>
+#include <cstring>
+#include <type_traits>
+
+namespace quarnet {
+
+/// What a callback receives: texts under VornelAsyncResultCode, VornelAsyncResultMessage and
+/// VornelAsyncResultData. A key that has no text is left out.
+using ResultDictionary = Dictionary;
+
+/// An operation of class T that can be registered as a callback.
+template <class T>
+using Method = void (T::*)(const ResultDictionary&);
+
+/// One operation of some target's class: `&App::signedIn`, or null for "none".
+class Operation {
+public:
+  constexpr Operation() noexcept = default;
+  constexpr Operation(std::nullptr_t) noexcept {}
+
+  template <class T>
+  Operation(Method<T> method) noexcept {
+    if (method == nullptr) return;
+    static_assert(sizeof(method) <= sizeof(storage_));
+    std::memcpy(storage_, &method, sizeof(method));
+    call_ = [](const std::byte* storage, void* target, const ResultDictionary& result) {
+      Method<T> stored;
+      std::memcpy(&stored, storage, sizeof(stored));
+      (static_cast<T*>(target)->*stored)(result);
+    };
+  }
+
+  explicit operator bool() const noexcept { return call_ != nullptr; }
+
+  /// Calls the operation on `target`, which must point to an object of the operation's own class.
+  void operator()(void* target, const ResultDictionary& result) const {
+    call_(storage_, target, result);
+  }
+
+private:
+  using Call = void (*)(const std::byte*, void*, const ResultDictionary&);
+  Call call_ = nullptr;
+  alignas(std::max_align_t) std::byte storage_[2 * sizeof(void*)] = {};
+};
+
+/// Who is told how a call ended. The target is never owned: keep it alive until it was called.
+struct CallbackTriple {
+  void* target = nullptr;
+  Operation finished;
+  Operation failed;
+};
+
+/// The triple of `target` and two of its operations, each of which may be null.
+template <class T>
+CallbackTriple makeCallback(T* target, std::type_identity_t<Method<T>> finished,
+                            std::type_identity_t<Method<T>> failed) {
+  return {target, Operation(finished), Operation(failed)};
+}
+
+} // namespace quarnet

@@ -1,0 +1,46 @@
+#include "quarnet/platform/Platform.h"
+
+#include "quarnet/platform/Toolkit.h"
+#include "quarnet/platform/curl/CurlHttpClient.h"
+#include "quarnet/platform/glib/GlibMainThread.h"
+#include "quarnet/platform/sqlite/SqliteUserDefaults.h"
+
+#include <atomic>
+#include <mutex>
+
+namespace quarnet::platform {
+namespace {
+
+constinit std::atomic<const Platform*> installed = nullptr;
+constinit std::mutex installing;
+
+const Platform* completed(Platform services) {
+  if (!services.httpClient) services.httpClient = std::make_shared<CurlHttpClient>();
+  if (!services.userDefaults) services.userDefaults = std::make_shared<SqliteUserDefaults>();
+  if (!services.clock) services.clock = std::make_shared<SystemClock>();
+  if (!services.mainThread) services.mainThread = std::make_shared<GlibMainThread>();
+  if (!services.log) services.log = std::make_shared<StandardErrorLog>();
+  return new Platform(std::move(services));
+}
+
+} // namespace
+
+void Platform::install(Platform replacements) {
+  const std::lock_guard lock(installing);
+  delete installed.exchange(completed(std::move(replacements)));
+}
+
+const Platform& Platform::current() {
+  if (const Platform* services = installed.load(std::memory_order_acquire)) return *services;
+  const std::lock_guard lock(installing);
+  if (installed.load() == nullptr) installed.store(completed({}));
+  return *installed.load();
+}
+
+void deliver(void* target, const Operation& operation, ResultDictionary result) {
+  if (target == nullptr || !operation) return;
+  Platform::current().mainThread->post(
+      [target, operation, result = std::move(result)] { operation(target, result); });
+}
+
+} // namespace quarnet::platform

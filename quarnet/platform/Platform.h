@@ -1,0 +1,48 @@
+#pragma once
+
+#include "quarnet/core/Callback.h"
+#include "quarnet/platform/Clock.h"
+#include "quarnet/platform/HttpClient.h"
+#include "quarnet/platform/Log.h"
+#include "quarnet/platform/MainThread.h"
+#include "quarnet/platform/UserDefaults.h"
+
+#include <memory>
+
+namespace quarnet::platform {
+
+class Toolkit;
+
+/// The services that the library stands on.
+///
+/// Each is there from the first use on: libcurl, an SQLite file in the user's data folder, the
+/// system's clock, the default GLib main context, standard error. The toolkit alone is absent until
+/// one is installed: `Platform::install({.toolkit = ...})`.
+struct QUARNET_EXPORT Platform {
+  std::shared_ptr<HttpClient> httpClient;
+  std::shared_ptr<UserDefaults> userDefaults;
+  std::shared_ptr<Clock> clock;
+  std::shared_ptr<MainThread> mainThread;
+  std::shared_ptr<Log> log;
+  std::shared_ptr<Toolkit> toolkit;
+
+  /// Replaces the services that are set and gives the others their defaults. Call it at start-up,
+  /// before anything else of the library; a test may call it again while nothing of the library is
+  /// under way, and lets go of the services of the time before.
+  static void install(Platform replacements);
+
+  /// The services in force. Safe from any thread.
+  static const Platform& current();
+};
+
+/// Writes one line to the log in force, without putting its pieces together first.
+template <class... Pieces>
+void log(const Pieces&... pieces) {
+  const std::string_view line[] = {std::string_view(pieces)...};
+  Platform::current().log->write(line);
+}
+
+/// Queues `operation` of `target` with `result` to the main thread; nothing when either is absent.
+QUARNET_EXPORT void deliver(void* target, const Operation& operation, ResultDictionary result);
+
+} // namespace quarnet::platform

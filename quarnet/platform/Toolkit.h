@@ -1,0 +1,120 @@
+#pragma once
+
+#include "quarnet/core/Data.h"
+#include "quarnet/core/Export.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace quarnet::platform {
+
+/// A rectangle in points, from the upper left corner of what holds it.
+struct Rect {
+  double x = 0;
+  double y = 0;
+  double width = 0;
+  double height = 0;
+
+  bool operator==(const Rect&) const = default;
+};
+
+/// Red, green, blue and opacity, each from 0 to 1.
+struct Color {
+  double red = 0;
+  double green = 0;
+  double blue = 0;
+  double alpha = 1;
+
+  bool operator==(const Color&) const = default;
+};
+
+/// A rectangle on the screen that may hold others. Of the user-interface thread alone, as
+/// everything in this header.
+class QUARNET_EXPORT View {
+public:
+  virtual ~View() = default;
+
+  /// Where the view lies in its parent; honoured exactly, also where it reaches beyond the parent.
+  virtual Rect frame() const = 0;
+  virtual void setFrame(const Rect& frame) = 0;
+
+  virtual void setBackgroundColor(const Color& color) = 0;
+  /// Whether children are cut off at the view's edges.
+  virtual void setClipsToBounds(bool clips) = 0;
+  virtual void setAlpha(double alpha) = 0;
+
+  /// Puts `child` on top of the view's other children and keeps it alive.
+  virtual void addSubview(std::shared_ptr<View> child) = 0;
+  /// Takes the view out of its parent, which lets go of it; nothing when it has none.
+  virtual void removeFromSuperview() = 0;
+};
+
+/// A bar with a title in its middle and one button at its right.
+class QUARNET_EXPORT TitleBar : public View {
+public:
+  virtual void setTitle(const std::string& title) = 0;
+  virtual void setRightButton(const std::string& label, std::function<void()> pressed) = 0;
+};
+
+/// A page that did not load.
+struct WebLoadError {
+  std::string description;
+  /// What else is known of it, as one text.
+  std::string userInfo;
+};
+
+class WebView;
+
+/// Told of what goes on in a web view. Not owned by the view; outlives it.
+class QUARNET_EXPORT WebViewDelegate {
+public:
+  virtual ~WebViewDelegate() = default;
+
+  /// Before every navigation, redirects included: whether the view may load the address.
+  virtual bool shouldStartLoad(WebView& view, const std::string& url) = 0;
+  virtual void didFailLoad(WebView& view, const WebLoadError& error) = 0;
+  virtual void didFinishLoad(WebView& view) = 0;
+};
+
+/// A view that shows web pages.
+class QUARNET_EXPORT WebView : public View {
+public:
+  virtual void setDelegate(WebViewDelegate* delegate) = 0;
+  virtual void setScalesPageToFit(bool scales) = 0;
+  virtual void setBounces(bool bounces) = 0;
+  virtual void load(const std::string& url) = 0;
+  /// The address of the page that is shown or on its way; absent before the first load.
+  virtual Text currentUrl() const = 0;
+};
+
+/// The screen: the application's window and what can be laid over it.
+class QUARNET_EXPORT Toolkit {
+public:
+  virtual ~Toolkit() = default;
+
+  /// The application's window as a view; its frame holds the bounds. Null when there is none.
+  virtual std::shared_ptr<View> keyWindow() = 0;
+
+  virtual std::shared_ptr<View> makeView() = 0;
+  virtual std::shared_ptr<TitleBar> makeTitleBar() = 0;
+  virtual std::shared_ptr<WebView> makeWebView() = 0;
+
+  /// Runs `changes` and shows the frames they set as a movement that starts and ends slowly;
+  /// `completion` hears at its end whether it ran to its end.
+  virtual void animate(std::chrono::milliseconds duration, std::function<void()> changes,
+                       std::function<void(bool finished)> completion) = 0;
+
+  /// A modal message with one button; `pressed` runs once, however the message is put away.
+  virtual void showAlert(const std::string& title, const std::string& message,
+                         const std::string& button, std::function<void()> pressed) = 0;
+
+  /// Hands an address to the system's browser.
+  virtual void openExternally(const std::string& url) = 0;
+
+  /// The operating system's version, for example "12" or "10.3.1".
+  virtual std::string systemVersion() = 0;
+};
+
+} // namespace quarnet::platform

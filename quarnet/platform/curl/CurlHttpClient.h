@@ -1,0 +1,37 @@
+#pragma once
+
+#include "quarnet/platform/HttpClient.h"
+
+#include <memory>
+
+namespace quarnet::platform {
+
+/// How a CurlHttpClient is set up; every default is what an application wants that talks to the
+/// real servers.
+struct CurlHttpClientOptions {
+  /// A PEM file of certificates that are trusted beside the system's own; empty for none.
+  std::string caFile;
+  /// A larger answer fails like a transport error, so that a server cannot use up the memory.
+  std::size_t maximumBodySize = std::size_t{512} << 20;
+};
+
+/// HTTP over libcurl: connections are kept and reused, HTTP/2 is used where the server offers it.
+///
+/// A synchronous send runs on the caller's thread. All asynchronous sends share one thread for the
+/// transfers and two for the completions, made with the first such send. Destroying the client
+/// fails the sends that are still under way and waits for their completions.
+class QUARNET_EXPORT CurlHttpClient final : public HttpClient {
+public:
+  explicit CurlHttpClient(CurlHttpClientOptions options = {});
+  ~CurlHttpClient() override;
+
+  HttpResult sendSynchronously(const HttpRequest& request) override;
+  void sendAsynchronously(std::shared_ptr<const HttpRequest> request,
+                          Completion completion) override;
+
+private:
+  class Implementation;
+  std::unique_ptr<Implementation> implementation_;
+};
+
+} // namespace quarnet::platform

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "quarnet/platform/UserDefaults.h"
+
+#include <memory>
+#include <string>
+
+namespace quarnet::platform {
+
+/// The user defaults in one SQLite file (mode 0600; a folder made for it has mode 0700).
+///
+/// A synchronize() is one durable transaction: a process killed at any instant leaves all of a save
+/// or none of it, and two processes may share the file. The file is opened with the first use.
+/// Where it cannot be opened or written, the values stay in memory, one line goes to the log, and
+/// the next synchronize() tries again.
+class QUARNET_EXPORT SqliteUserDefaults final : public UserDefaults {
+public:
+  /// `path` is the file; empty for "<user's data folder>/<program's name>/quarnet.sqlite".
+  explicit SqliteUserDefaults(std::string path = {});
+  ~SqliteUserDefaults() override;
+
+  Text value(std::string_view key) override;
+  void setValue(std::string_view key, Text value) override;
+  void synchronize() override;
+
+private:
+  class Implementation;
+  std::unique_ptr<Implementation> implementation_;
+};
+
+} // namespace quarnet::platform
