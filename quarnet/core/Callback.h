@@ -1,6 +1,7 @@
 #pragma once
 
 #include "quarnet/core/Data.h"
+#include "quarnet/core/Export.h"
 
 #include <cstddef>
 #include <cstring>
@@ -53,6 +54,9 @@ struct CallbackTriple {
   Operation finished;
   Operation failed;
 };
+
+/// A result dictionary; an absent text leaves its key out.
+QUARNET_EXPORT ResultDictionary resultDictionary(Text code, Text message, Text data);
 
 /// The triple of `target` and two of its operations, each of which may be null.
 template <class T>

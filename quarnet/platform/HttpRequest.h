@@ -14,12 +14,12 @@ namespace quarnet::platform {
 /// One HTTP request (RFC 9110), ready to be sent.
 struct QUARNET_EXPORT HttpRequest {
   /// The whole address, query included. One that cannot be parsed fails when it is sent.
-  std::string url;
+  std::string url = {};
   std::string method = "GET";
   /// Header fields in the order in which they were set.
-  std::vector<std::pair<std::string, std::string>> headerFields;
+  std::vector<std::pair<std::string, std::string>> headerFields = {};
   /// The body, shared and not copied on its way out; null for none.
-  std::shared_ptr<const Data> body;
+  std::shared_ptr<const Data> body = nullptr;
   /// From the start of the transfer to its end.
   std::chrono::milliseconds timeout{60'000};
 

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "quarnet/core/Data.h"
+#include "quarnet/core/Export.h"
+
+#include <mutex>
+
+namespace quarnet {
+
+/// The stored tokens of the signed-in user: one record per process.
+///
+/// Reached through sharedInstance(), made on first use and never destroyed. Reading and writing a
+/// field is safe from any thread; a read never sees half of a write. A field that was filled from a
+/// token answer without that member holds the text "(null)", not an absent value.
+class QUARNET_EXPORT OAuthInfo {
+public:
+  static OAuthInfo& sharedInstance();
+
+  // The ordinary ways to make, copy and hold a record all give the one record; it is never
+  // released.
+  static OAuthInfo& allocWithZone() { return sharedInstance(); }
+  OAuthInfo& init() { return *this; }
+  OAuthInfo& copyWithZone() { return *this; }
+  OAuthInfo& retain() { return *this; }
+  OAuthInfo& autorelease() { return *this; }
+  void release() {}
+  unsigned long retainCount() const { return ~0UL; }
+
+  OAuthInfo(const OAuthInfo&) = delete;
+  OAuthInfo& operator=(const OAuthInfo&) = delete;
+
+  /// The application's client identifier (RFC 6749, section 2.2), as
+  /// OAuthInfoManager::setClientId() left it; never stored. Absent until set.
+  Text clientId() const;
+  void setClientId(Text clientId);
+
+  /// The access token (RFC 6749, section 1.4). Absent until signed in; empty after a logout.
+  Text accessToken() const;
+  void setAccessToken(Text accessToken);
+
+  /// The refresh token (RFC 6749, section 1.5). Absent until signed in; empty after a logout.
+  Text refreshToken() const;
+  void setRefreshToken(Text refreshToken);
+
+  /// Lifetime of the access token in seconds as the server gave it in "expires_in" (RFC 6749,
+  /// section 5.1); "0" after a logout.
+  Text expiresIn() const;
+  void setExpiresIn(Text expiresIn);
+
+  /// The granted scope (RFC 6749, section 3.3). Stored, but not restored: absent after a restart.
+  Text scope() const;
+  void setScope(Text scope);
+
+  /// When the access token expires: whole milliseconds since 2001-01-01 00:00:00 UTC, as decimal
+  /// text. Absent until the first token answer. Kept for the application; nothing here reads it.
+  Text expiresSystime() const;
+  void setExpiresSystime(Text expiresSystime);
+
+  /// All fields but the client identifier, one a line, for the log.
+  std::string getWholeInfo() const;
+
+private:
+  friend class OAuthInfoManager;
+  friend void takeTokenAnswer(OAuthInfo& record, const Data& answer);
+
+  struct Fields {
+    Text clientId;
+    Text accessToken;
+    Text refreshToken;
+    Text expiresIn;
+    Text scope;
+    Text expiresSystime;
+  };
+
+  OAuthInfo() = default;
+
+  /// All fields as they stand at one moment.
+  Fields fields() const;
+  /// What a logout leaves: empty tokens, lifetime "0"; scope and expiry instant stay.
+  void clearTokens();
+  Text read(Text Fields::*field) const;
+  void write(Text Fields::*field, Text value);
+
+  mutable std::mutex mutex_;
+  Fields fields_;
+};
+
+} // namespace quarnet

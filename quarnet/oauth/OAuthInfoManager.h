@@ -1,0 +1,170 @@
+#pragma once
+
+#include "quarnet/core/Callback.h"
+#include "quarnet/core/Data.h"
+#include "quarnet/core/Export.h"
+#include "quarnet/oauth/OAuthInfo.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace quarnet {
+
+class OAuthClient;
+namespace platform {
+struct HttpResult;
+}
+
+/// The session of the signed-in user: configuration, stored tokens, reissue, revocation, login and
+/// logout. One per process, made on first use and never destroyed.
+///
+/// Configure it at start-up: setClientId(), setClientSecret(), setScope() and, if the default does
+/// not serve, setRedirect_uri(). What is not set travels as the text "(null)" and the server's
+/// refusal then shows.
+///
+/// Operations are meant for the main thread, which the blocking ones hold for up to 60 seconds; the
+/// fields may be read and written from any thread.
+class QUARNET_EXPORT OAuthInfoManager {
+public:
+  static OAuthInfoManager& sharedInstance();
+
+  // The ordinary ways to make, copy and hold a manager all give the one manager; it is never
+  // released.
+  static OAuthInfoManager& allocWithZone() { return sharedInstance(); }
+  OAuthInfoManager& copyWithZone() { return *this; }
+  OAuthInfoManager& retain() { return *this; }
+  OAuthInfoManager& autorelease() { return *this; }
+  void release() {}
+  unsigned long retainCount() const { return ~0UL; }
+
+  /// Makes a new login screen and gives response_type(), redirect_uri() and grant_type() their
+  /// defaults; other fields keep their values. Run by the first sharedInstance().
+  OAuthInfoManager& init();
+
+  OAuthInfoManager(const OAuthInfoManager&) = delete;
+  OAuthInfoManager& operator=(const OAuthInfoManager&) = delete;
+
+  /// The token record.
+  OAuthInfo& oAuthInfo() const { return OAuthInfo::sharedInstance(); }
+
+  /// The login screen that every login opens.
+  std::shared_ptr<OAuthClient> oAuthClient() const;
+  void setOAuthClient(std::shared_ptr<OAuthClient> oAuthClient);
+
+  /// Client identifier (RFC 6749, section 2.2); setting it sets the token record's, too.
+  Text clientId() const;
+  void setClientId(Text clientId);
+
+  /// Client secret (RFC 6749, section 2.3.1).
+  Text clientSecret() const;
+  void setClientSecret(Text clientSecret);
+
+  /// Requested scope (RFC 6749, section 3.3).
+  Text scope() const;
+  void setScope(Text scope);
+
+  /// Authorization code of the last sign-in (RFC 6749, section 4.1.2).
+  Text code() const;
+  void setCode(Text code);
+
+  /// Response type of the authorization request (RFC 6749, section 3.1.1). Default "code".
+  Text response_type() const;
+  void setResponse_type(Text responseType);
+
+  /// Redirect address (RFC 6749, section 3.1.2). Default "about:blank".
+  Text redirect_uri() const;
+  void setRedirect_uri(Text redirectUri);
+
+  /// Grant type of the code exchange (RFC 6749, section 4.1.3). Default "authorization_code".
+  Text grant_type() const;
+  void setGrant_type(Text grantType);
+
+  /// What an authorization error left behind (RFC 6749, section 4.1.2.1). Absent after most errors:
+  /// it holds the query value whose key is the error code. While it is absent, an asynchronous
+  /// logout that gets no answer makes no callback.
+  Text error() const;
+  void setError(Text error);
+
+  /// The authorization error's description, still percent-escaped.
+  Text errorDesc() const;
+  void setErrorDesc(Text errorDesc);
+
+  /// Who hears how an asynchronous logout ended. Not owned; must be of the operations' own class.
+  void* _target() const;
+  void set_target(void* target);
+  Operation _finishedSelector() const;
+  void set_finishedSelector(Operation finished);
+  Operation _failedSelector() const;
+  void set_failedSelector(Operation failed);
+
+  /// Writes the token record to the user defaults, durably; a field that is absent removes its
+  /// entry.
+  void saveOAuthInfo();
+
+  /// Reads the token record back, the scope and the client identifier excepted.
+  void restoreOAuthInfo();
+
+  /// Copies the token fields of `info` into the token record; an absent one becomes "(null)".
+  void setOAuthInfo(const OAuthInfo& info);
+
+  /// The token record itself, in which every absent token field now holds "(null)".
+  OAuthInfo& getOAuthInfo();
+
+  /// The stored "access_token" and "refresh_token"; empty when no access token is stored.
+  Dictionary getOAuthInfoDictionary();
+
+  /// Takes over and saves a token endpoint's JSON answer (RFC 6749, section 5.1). A member that is
+  /// missing overwrites its field with "(null)".
+  void setOAuthInfoWithJSON(const Data& answer);
+
+  /// The address that reissues the access token (RFC 6749, section 6).
+  std::string getAccessTokenReissueURL();
+
+  /// The address that revokes the access token.
+  std::string getRevokeTokenUrl();
+
+  /// Blocks. Whether a new token was taken over and saved; otherwise nothing has changed.
+  bool reissueAccessToken();
+
+  /// Blocks. Whether the server confirmed; changes nothing here.
+  bool revokeTokenToServer();
+
+  /// Revokes the token without blocking. Whatever the server answers, the tokens are dropped here;
+  /// then _finishedSelector() or _failedSelector() is called on the main thread.
+  void revokeTokenToServerAsynch();
+
+  /// Sends the GET of revokeTokenToServerAsynch() to `url`.
+  void readUrl(const std::string& url);
+
+private:
+  struct Fields {
+    Text clientId;
+    Text clientSecret;
+    Text scope;
+    Text code;
+    Text responseType;
+    Text redirectUri;
+    Text grantType;
+    Text error;
+    Text errorDesc;
+  };
+
+  OAuthInfoManager() = default;
+
+  Text read(Text Fields::*field) const;
+  void write(Text Fields::*field, Text value);
+  CallbackTriple callback() const;
+  void revocationAnswered(platform::HttpResult result);
+  /// Drops the tokens here and in the store.
+  void clearTokens();
+
+  mutable std::mutex mutex_;
+  Fields fields_;
+  std::shared_ptr<OAuthClient> oAuthClient_;
+  CallbackTriple callback_;
+  /// One save at a time, so that two never mix.
+  std::mutex saving_;
+};
+
+} // namespace quarnet

@@ -1,0 +1,57 @@
+#include "quarnet/oauth/TokenAnswer.h"
+
+#include "quarnet/core/Constants.h"
+#include "quarnet/core/Json.h"
+#include "quarnet/core/Text.h"
+#include "quarnet/oauth/OAuthInfo.h"
+#include "quarnet/platform/Platform.h"
+
+#include <cmath>
+#include <limits>
+
+namespace quarnet {
+namespace {
+
+using Int64 = std::numeric_limits<std::int64_t>;
+
+/// Truncates toward zero; what 64 bits cannot hold becomes the nearest that they can.
+std::int64_t truncated(double number) {
+  if (number >= 0x1p63) return Int64::max();
+  if (number < -0x1p63) return Int64::min();
+  return static_cast<std::int64_t>(number);
+}
+
+std::int64_t milliseconds(std::int64_t seconds) {
+  std::int64_t product = 0;
+  if (!__builtin_mul_overflow(seconds, std::int64_t{1000}, &product)) return product;
+  return seconds < 0 ? Int64::min() : Int64::max();
+}
+
+/// Milliseconds since the reference date, as decimal text.
+std::string expiryInstant(std::string_view expiresIn) {
+  const double now = platform::Platform::current().clock->secondsSinceReferenceDate();
+  const auto lifetime = static_cast<double>(milliseconds(integerValue(expiresIn)));
+  return std::to_string(truncated(now * 1000.0 + lifetime));
+}
+
+} // namespace
+
+void takeTokenAnswer(OAuthInfo& record, const Data& answer) {
+  const std::optional<Json> json = Json::parse(answer);
+  const auto copied = [&](std::string_view name) {
+    return std::string(formatted(memberText(json ? &*json : nullptr, name)));
+  };
+  OAuthInfo::Fields taken;
+  taken.accessToken = copied(VORNEL_OAUTH_END_ACCESS_TOKEN);
+  taken.refreshToken = copied(VORNEL_OAUTH_END_REFRESH_TOKEN);
+  taken.expiresIn = copied(VORNEL_OAUTH_END_EXPIRES_IN);
+  taken.scope = copied(VORNEL_OAUTH_END_SCOPE);
+  taken.expiresSystime = expiryInstant(*taken.expiresIn);
+
+  // All at once: nobody may read or save the new access token beside the old refresh token.
+  const std::lock_guard lock(record.mutex_);
+  taken.clientId = record.fields_.clientId;
+  std::swap(record.fields_, taken);
+}
+
+} // namespace quarnet

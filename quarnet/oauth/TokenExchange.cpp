@@ -1,0 +1,111 @@
+// The session manager's exchanges with the token and revocation endpoints after the first login.
+
+#include "quarnet/core/Constants.h"
+#include "quarnet/core/Text.h"
+#include "quarnet/oauth/OAuthInfoManager.h"
+#include "quarnet/platform/Platform.h"
+
+namespace quarnet {
+
+using platform::deliver;
+using platform::HttpRequest;
+using platform::HttpResult;
+using platform::log;
+using platform::Platform;
+
+namespace {
+
+/// "NAME=VALUE" with the value escaped, or "(null)" when it is absent.
+std::string pair(std::string_view name, const Text& value) {
+  return std::string(name).append("=").append(formatted(addingPercentEscapes(value)));
+}
+
+/// The body of a GET; empty when the transport failed, however much had arrived by then.
+Data get(std::string url) {
+  HttpResult result = Platform::current().httpClient->sendSynchronously({.url = std::move(url)});
+  return result.error ? Data() : std::move(result.body);
+}
+
+/// A text that is absent because it is not UTF-8 contains nothing.
+bool contains(const Text& text, std::string_view marker) {
+  return text && text->find(marker) != std::string::npos;
+}
+
+} // namespace
+
+std::string OAuthInfoManager::getAccessTokenReissueURL() {
+  std::string url(VORNEL_URL_OAUTH_ACCESS);
+  url += '?' + pair(VORNEL_OAUTH_CLIENT_ID, clientId());
+  url += '&' + pair(VORNEL_OAUTH_CLIENT_SECRET, clientSecret());
+  url += '&' + pair(VORNEL_OAUTH_REDIRECT_URI, redirect_uri());
+  url += '&' + pair(VORNEL_OAUTH_GRANT_TYPE, "refresh_token");
+  url += '&' + pair(VORNEL_OAUTH_SCOPE, scope());
+  url += '&' + pair(VORNEL_OAUTH_REFRESH_TOKEN, oAuthInfo().refreshToken());
+  log("OAuth RefreshToken URL : ", url);
+  return url;
+}
+
+std::string OAuthInfoManager::getRevokeTokenUrl() {
+  std::string url(VORNEL_URL_OAUTH_REVOKE);
+  url += '?' + pair(VORNEL_OAUTH_CLIENT_ID, clientId());
+  url += '&' + pair(VORNEL_OAUTH_TOKEN, oAuthInfo().accessToken());
+  log("OAuth RevokeToken URL : ", url);
+  return url;
+}
+
+bool OAuthInfoManager::reissueAccessToken() {
+  const Data answer = get(getAccessTokenReissueURL());
+  const Text text = utf8Text(answer);
+  log("reissueAccessToken : ", formatted(text));
+  // The marker decides, not the status: an error report that mentions it counts as a token answer.
+  if (!contains(text, "access_token")) return false;
+  setOAuthInfoWithJSON(answer);
+  return true;
+}
+
+bool OAuthInfoManager::revokeTokenToServer() {
+  const Text text = utf8Text(get(getRevokeTokenUrl()));
+  log("revokeTokenToServer : ", formatted(text));
+  return contains(text, "success");
+}
+
+void OAuthInfoManager::revokeTokenToServerAsynch() {
+  readUrl(getRevokeTokenUrl());
+}
+
+void OAuthInfoManager::readUrl(const std::string& url) {
+  auto request = std::make_shared<HttpRequest>();
+  request->url = url;
+  Platform::current().httpClient->sendAsynchronously(
+      std::move(request), [this](HttpResult result) { revocationAnswered(std::move(result)); });
+}
+
+void OAuthInfoManager::revocationAnswered(HttpResult result) {
+  const bool answered = !result.body.empty() && !result.error;
+  if (answered) {
+    const Text text = utf8Text(std::move(result.body));
+    // Any answer ends the session here, a refusal included; only the blocking logout waits for
+    // "success".
+    log("Logout Success");
+    clearTokens();
+    log("revokeTokenToServer : ", formatted(text));
+    const CallbackTriple told = callback();
+    if (told.target == nullptr || !told.finished) return;
+    deliver(told.target, contains(text, "success") ? told.finished : told.failed,
+            resultDictionary("", "", text));
+  } else if (result.body.empty() && !error()) {
+    // The sign-in's error is what is looked at here, not the transport's: this is meant.
+    log("Nothing was downloaded.");
+  } else if (result.error) {
+    log("Error = ", formatted(result.error->description));
+    const CallbackTriple told = callback();
+    deliver(told.target, told.failed, resultDictionary("", result.error->description, ""));
+  }
+}
+
+void OAuthInfoManager::clearTokens() {
+  oAuthInfo().clearTokens();
+  saveOAuthInfo();
+}
+
+} // namespace quarnet

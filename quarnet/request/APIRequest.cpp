@@ -1,0 +1,71 @@
+#include "quarnet/request/APIRequest.h"
+
+#include "quarnet/request/APIRequestState.h"
+
+namespace quarnet {
+
+APIRequest::APIRequest() : state_(std::make_shared<State>()) {}
+APIRequest::~APIRequest() = default;
+APIRequest::APIRequest(APIRequest&&) noexcept = default;
+APIRequest& APIRequest::operator=(APIRequest&&) noexcept = default;
+
+template <class Use>
+auto APIRequest::guarded(Use use) const {
+  const std::lock_guard lock(state_->mutex);
+  return use(*state_);
+}
+
+void APIRequest::setCallback(CallbackTriple callback) {
+  guarded([&](State& state) { state.callback = callback; });
+}
+
+std::optional<Data> APIRequest::receivedData() const {
+  return guarded([](State& state) { return state.receivedData; });
+}
+void APIRequest::setReceivedData(std::optional<Data> receivedData) {
+  guarded([&](State& state) { state.receivedData.swap(receivedData); });
+}
+
+std::optional<platform::HttpResponse> APIRequest::response() const {
+  return guarded([](State& state) { return state.response; });
+}
+void APIRequest::setResponse(std::optional<platform::HttpResponse> response) {
+  guarded([&](State& state) { state.response = response; });
+}
+
+Text APIRequest::result() const {
+  return guarded([](State& state) { return state.result; });
+}
+void APIRequest::setResult(Text result) {
+  guarded([&](State& state) { state.result.swap(result); });
+}
+
+std::optional<HttpHeader> APIRequest::httpHeader() const {
+  return guarded([](State& state) { return state.httpHeader; });
+}
+void APIRequest::setHttpHeader(std::optional<HttpHeader> httpHeader) {
+  guarded([&](State& state) { state.httpHeader.swap(httpHeader); });
+}
+
+void* APIRequest::_target() const {
+  return state_->registered().target;
+}
+void APIRequest::set_target(void* target) {
+  guarded([&](State& state) { state.callback.target = target; });
+}
+
+Operation APIRequest::_finishedSelector() const {
+  return state_->registered().finished;
+}
+void APIRequest::set_finishedSelector(Operation finished) {
+  guarded([&](State& state) { state.callback.finished = finished; });
+}
+
+Operation APIRequest::_failedSelector() const {
+  return state_->registered().failed;
+}
+void APIRequest::set_failedSelector(Operation failed) {
+  guarded([&](State& state) { state.callback.failed = failed; });
+}
+
+} // namespace quarnet

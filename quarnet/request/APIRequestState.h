@@ -1,0 +1,29 @@
+#pragma once
+
+#include "quarnet/request/APIRequest.h"
+
+#include <mutex>
+
+namespace quarnet {
+
+/// What an APIRequest shares with the completions of its calls, so that it may be dropped while
+/// they are under way.
+struct APIRequest::State {
+  std::mutex mutex;
+  std::optional<Data> receivedData;
+  std::optional<platform::HttpResponse> response;
+  Text result;
+  std::optional<HttpHeader> httpHeader;
+  CallbackTriple callback;
+
+  /// Takes the outcome of an asynchronous call and passes it on to who is registered.
+  void answered(platform::HttpResult answer);
+
+  /// The registration as it stands now.
+  CallbackTriple registered() {
+    const std::lock_guard lock(mutex);
+    return callback;
+  }
+};
+
+} // namespace quarnet

@@ -1,0 +1,70 @@
+// The part of APIRequest that sends a call and reports its outcome on the main thread.
+
+#include "quarnet/core/Constants.h"
+#include "quarnet/core/Text.h"
+#include "quarnet/platform/Platform.h"
+#include "quarnet/request/APIRequestState.h"
+
+namespace quarnet {
+
+using platform::deliver;
+using platform::HttpResult;
+using platform::log;
+using platform::Platform;
+
+namespace {
+
+constexpr std::string_view kDataReceived = "APIRequest async data received";
+
+} // namespace
+
+/// Runs on a background thread.
+void APIRequest::State::answered(HttpResult answer) {
+  const long status = answer.response ? answer.response->statusCode : 0;
+  const std::string statusText = std::to_string(status);
+  log(statusText);
+  const bool isEmpty = answer.body.empty();
+  Text text = utf8Text(std::move(answer.body));
+  {
+    const std::lock_guard lock(mutex);
+    result = text;
+  }
+  const CallbackTriple told = registered();
+  const auto fail = [&told](Text code, Text message) {
+    deliver(told.target, told.failed, resultDictionary(std::move(code), std::move(message), ""));
+  };
+
+  if (answer.error) return fail(statusText, std::move(text));
+  if (isEmpty) return fail("7", std::string(VornelError007));
+  log(kDataReceived);
+  if (status != 200) return fail(statusText, std::move(text));
+  log(kDataReceived); // a success writes the line twice, which is how the two are told apart in a
+                      // log
+  deliver(told.target, told.finished, resultDictionary(statusText, "", std::move(text)));
+}
+
+void APIRequest::aSyncRequest(RequestBundle& bundle) {
+  std::optional<Error> failure;
+  _requestError(bundle, &failure);
+  if (failure) {
+    const CallbackTriple told = state_->registered();
+    deliver(told.target, told.failed, resultDictionary("", failure->description, ""));
+    return;
+  }
+  setReceivedData(Data());
+  Platform::current().httpClient->sendAsynchronously(
+      urlRequest(), [state = state_](HttpResult answer) { state->answered(std::move(answer)); });
+}
+
+void APIRequest::aSyncRequestHTTPMethod(RequestBundle& bundle, HttpMethod method) {
+  bundle.setHttpMethod(method);
+  aSyncRequest(bundle);
+}
+
+void APIRequest::aSyncRequestURLHTTPMethod(RequestBundle& bundle, Text url, HttpMethod method) {
+  bundle.setHttpMethod(method);
+  bundle.setUrl(std::move(url));
+  aSyncRequest(bundle);
+}
+
+} // namespace quarnet

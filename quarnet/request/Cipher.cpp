@@ -1,0 +1,54 @@
+#include "quarnet/request/Cipher.h"
+
+#include <algorithm>
+#include <memory>
+#include <openssl/evp.h>
+
+namespace quarnet {
+namespace {
+
+struct FreeContext {
+  void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
+};
+
+/// Fetching costs more than encrypting a short text, so it is done once for the process.
+const EVP_CIPHER* cipher() {
+  static const EVP_CIPHER* const fetched = EVP_CIPHER_fetch(nullptr, "AES-256-CBC", nullptr);
+  return fetched;
+}
+
+EVP_CIPHER_CTX* threadContext() {
+  thread_local const std::unique_ptr<EVP_CIPHER_CTX, FreeContext> context(EVP_CIPHER_CTX_new());
+  return context.get();
+}
+
+} // namespace
+
+std::optional<Data> encryptAes256Cbc(const CipherKey& key, const CipherVector& iv,
+                                     std::string_view plain) {
+  constexpr std::size_t kLargestStep = std::size_t{1} << 30; // EVP counts in int
+  EVP_CIPHER_CTX* context = threadContext();
+  if (context == nullptr || cipher() == nullptr) return std::nullopt;
+  if (EVP_EncryptInit_ex2(context, cipher(), key.data(), iv.data(), nullptr) != 1) {
+    return std::nullopt;
+  }
+  Data encrypted(plain.size() + iv.size(), '\0');
+  auto* out = reinterpret_cast<unsigned char*>(encrypted.data());
+  std::size_t size = 0;
+  int written = 0;
+  while (!plain.empty()) {
+    const std::string_view step = plain.substr(0, kLargestStep);
+    if (EVP_EncryptUpdate(context, out + size, &written,
+                          reinterpret_cast<const unsigned char*>(step.data()),
+                          static_cast<int>(step.size())) != 1) {
+      return std::nullopt;
+    }
+    size += static_cast<std::size_t>(written);
+    plain.remove_prefix(step.size());
+  }
+  if (EVP_EncryptFinal_ex(context, out + size, &written) != 1) return std::nullopt;
+  encrypted.resize(size + static_cast<std::size_t>(written));
+  return encrypted;
+}
+
+} // namespace quarnet

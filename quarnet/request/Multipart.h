@@ -1,0 +1,20 @@
+#pragma once
+
+#include "quarnet/core/Data.h"
+
+#include <string_view>
+
+namespace quarnet {
+
+/// A multipart/form-data body (RFC 7578) that holds one file.
+struct Multipart {
+  Data body;
+  std::size_t fileSize = 0;
+};
+
+/// Reads the whole file into the body, once. A file that is missing, unreadable or no regular file
+/// gives an empty file section. CR, LF and the double quote in the key or the file's name travel
+/// as %0D, %0A and %22.
+Multipart makeMultipart(std::string_view boundary, std::string_view key, const std::string& path);
+
+} // namespace quarnet

@@ -1,0 +1,108 @@
+// The part of APIRequest that encrypts the parameters of GET and DELETE calls.
+
+#include "quarnet/core/Constants.h"
+#include "quarnet/core/Json.h"
+#include "quarnet/core/Text.h"
+#include "quarnet/oauth/OAuthInfo.h"
+#include "quarnet/platform/Platform.h"
+#include "quarnet/request/APIRequest.h"
+#include "quarnet/request/Cipher.h"
+
+#include <algorithm>
+#include <openssl/crypto.h>
+
+namespace quarnet {
+
+using platform::HttpRequest;
+using platform::HttpResult;
+using platform::log;
+using platform::Platform;
+
+namespace {
+
+/// Milliseconds since 1970-01-01 00:00:00 UTC, in decimal.
+std::string newSwapKey() {
+  const double seconds = Platform::current().clock->secondsSince1970();
+  return std::to_string(static_cast<std::int64_t>(seconds * 1000.0));
+}
+
+HttpRequest keyRequest(std::string body) {
+  HttpRequest request{.url = std::string(VORNEL_URL_OAUTH_PARAM_ENC_KEY), .method = "POST"};
+  request.setHeaderField("Content-Type", "application/x-www-form-urlencoded");
+  request.setHeaderField("Content-Length", std::to_string(body.size()));
+  request.body = std::make_shared<const Data>(std::move(body));
+  return request;
+}
+
+/// The member's text if it is a string; anything else counts as absent.
+Text stringMember(const Json* object, std::string_view name) {
+  const Json* value = object == nullptr ? nullptr : object->member(name);
+  if (value == nullptr || value->kind() != Json::Kind::string) return std::nullopt;
+  return value->text();
+}
+
+/// The text's bytes, cut to the buffer or filled up with zero bytes.
+template <class Buffer>
+Buffer copied(const Text& text) {
+  Buffer buffer{};
+  if (text) std::copy_n(text->begin(), std::min(text->size(), buffer.size()), buffer.begin());
+  return buffer;
+}
+
+} // namespace
+
+Text APIRequest::encryptParamSwapKeyError(const Text& parameters, Text* swapKey,
+                                          std::optional<Error>* error) {
+  const Text clientId = OAuthInfo::sharedInstance().clientId();
+  if (!clientId) {
+    storeError(error, makeError(5));
+    return std::nullopt;
+  }
+  const std::string newKey = newSwapKey();
+  if (swapKey != nullptr) *swapKey = newKey;
+
+  std::string body = "swap_key=" + newKey + "&client_id=" + *clientId;
+  log("payload : ", body);
+  const HttpResult answer =
+      Platform::current().httpClient->sendSynchronously(keyRequest(std::move(body)));
+  if (answer.error) {
+    storeError(error, makeError(7));
+    return std::nullopt;
+  }
+
+  // Neither the status nor the shape of the answer is checked: what is missing counts as zero bytes
+  // and the server then refuses the call.
+  const std::optional<Json> json = Json::parse(answer.body);
+  log("response : ", json ? json->text() : "(null)");
+  const Json* keyBody = json ? json->member("body") : nullptr;
+  const std::string encrypted = hexEncode(AES256EncryptWithKeyIvectorData(
+      stringMember(keyBody, "key"), stringMember(keyBody, "iv"),
+      parameters ? std::string_view(*parameters) : std::string_view()));
+  log("encryptedString : ", encrypted);
+  return encrypted;
+}
+
+std::optional<Data> APIRequest::AES256EncryptWithKeyIvectorData(const Text& key, const Text& iv,
+                                                                std::string_view data) {
+  auto keyBuffer = copied<CipherKey>(key);
+  auto ivBuffer = copied<CipherVector>(iv);
+  std::optional<Data> encrypted = encryptAes256Cbc(keyBuffer, ivBuffer, data);
+  OPENSSL_cleanse(keyBuffer.data(), keyBuffer.size());
+  OPENSSL_cleanse(ivBuffer.data(), ivBuffer.size());
+  return encrypted;
+}
+
+std::string APIRequest::hexEncode(std::optional<std::string_view> data) {
+  constexpr std::string_view kHex = "0123456789abcdef";
+  if (!data) return {};
+  std::string text(data->size() * 2, '\0');
+  char* out = text.data();
+  for (const char c : *data) {
+    const auto byte = static_cast<unsigned char>(c);
+    *out++ = kHex[byte >> 4];
+    *out++ = kHex[byte & 15];
+  }
+  return text;
+}
+
+} // namespace quarnet
