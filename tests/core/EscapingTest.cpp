@@ -1,0 +1,115 @@
+#include "quarnet/core/StringUtil.h"
+#include "quarnet/core/Text.h"
+
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace quarnet {
+namespace {
+
+using namespace std::string_literals;
+
+std::string everyByte() {
+  std::string bytes;
+  for (int byte = 0; byte < 256; ++byte)
+    bytes += static_cast<char>(byte);
+  return bytes;
+}
+
+TEST(EscapeString, LeavesOnlyTheUnreservedCharacters) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"", ""},
+      {"AZaz09-_.~", "AZaz09-_.~"},
+      {"a b&c=d/é", "a%20b%26c%3Dd%2F%C3%A9"},
+      {"!*'();:@&=+$,/?%#[] ", "%21%2A%27%28%29%3B%3A%40%26%3D%2B%24%2C%2F%3F%25%23%5B%5D%20"},
+      {"가😀", "%EA%B0%80%F0%9F%98%80"},
+      {"%20", "%2520"},
+      {"a\0b"s, "a%00b"},
+  };
+  for (const auto& [text, escaped] : cases) {
+    EXPECT_EQ(escapeString(text), escaped);
+    EXPECT_EQ(StringUtil::escapedString(text), escaped);
+  }
+}
+
+TEST(EscapeString, IsUndoneByUnescaping) {
+  std::string ascii = everyByte().substr(0, 128);
+  EXPECT_EQ(replacingPercentEscapes(escapeString(ascii + "한국어😀")), ascii + "한국어😀");
+}
+
+TEST(PlainEscaping, KeepsExactlyTheLegalCharacters) {
+  std::string kept;
+  for (const char c : everyByte()) {
+    const std::string one(1, c);
+    if (addingPercentEscapes(one) == one) kept += c;
+  }
+  EXPECT_EQ(kept,
+            "!$&'()*+,-./0123456789:;=?@ABCDEFGHIJKLMNOPQRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz~");
+  EXPECT_EQ(addingPercentEscapes("a b\"#%[]é"), "a%20b%22%23%25%5B%5D%C3%A9");
+  EXPECT_EQ(addingPercentEscapes(std::nullopt), std::nullopt);
+}
+
+TEST(Unescaping, RefusesWhatIsMalformedOrNoText) {
+  EXPECT_EQ(replacingPercentEscapes("a%20b+c%ea%b0%80"), "a b+c가");
+  EXPECT_EQ(replacingPercentEscapes("%00x"), "\0x"s);
+  for (const std::string_view malformed :
+       {"%", "%2", "a%2", "%zz", "%2g", "%%20", "%FF", "%EA%B0"}) {
+    EXPECT_EQ(replacingPercentEscapes(malformed), std::nullopt) << malformed;
+  }
+}
+
+TEST(QueryString, IsBuiltFromPairs) {
+  EXPECT_EQ(StringUtil::getQueryStringFromDictionary(std::nullopt), std::nullopt);
+  EXPECT_EQ(StringUtil::getQueryStringFromDictionary(Parameters{}), std::nullopt);
+  EXPECT_EQ(StringUtil::getQueryStringFromDictionary(Parameters{{"a", "x y"}}), "a=x%20y");
+  EXPECT_EQ(StringUtil::getQueryStringFromDictionary(
+                Parameters{{"", std::nullopt}, {"a&", ""}, {"b", std::nullopt}, {"c", "%20"}}),
+            "&a%26=&b&c=%2520");
+}
+
+TEST(QueryString, IsReadByTheFirstOccurrenceOfTheKey) {
+  const std::tuple<std::string, std::string, Text> cases[] = {
+      {"a=1&b=2", "b", "2"},
+      {"a=1&b=2", "a", "1"},
+      {"a=1", "c", std::nullopt},
+      {"a=&b=2", "a", ""},
+      {"a=x%20y", "a", "x%20y"},
+      {"barcode=1&code=2", "code", "1"}, // not anchored at a pair
+      {"https://h/p?code=abc", "code", "abc"},
+  };
+  for (const auto& [query, key, value] : cases) {
+    EXPECT_EQ(StringUtil::getValueFromQueryStringKey(query, key), value) << query << " " << key;
+  }
+}
+
+TEST(IntegerValue, IsDefinedForEveryText) {
+  using Limits = std::numeric_limits<std::int64_t>;
+  const std::pair<std::string, std::int64_t> cases[] = {
+      {"3600", 3600},
+      {"  +7", 7},
+      {"\t-12xyz", -12},
+      {"12xyz", 12},
+      {"abc", 0},
+      {"(null)", 0},
+      {"", 0},
+      {"-", 0},
+      {"+-5", 0},
+      {"--5", 0},
+      {"- 5", 0},
+      {"9223372036854775807", Limits::max()},
+      {"9223372036854775808", Limits::max()},
+      {"-9223372036854775809", Limits::min()},
+      {std::string(10'000, '9') + "x", Limits::max()},
+  };
+  for (const auto& [text, value] : cases)
+    EXPECT_EQ(integerValue(text), value) << text;
+}
+
+TEST(Utf8Text, RefusesInvalidBytes) {
+  EXPECT_EQ(utf8Text("한국어"), "한국어");
+  EXPECT_EQ(utf8Text("\xC0\xAF"), std::nullopt);
+  EXPECT_EQ(utf8Text("\xED\xA0\x80"), std::nullopt);
+}
+
+} // namespace
+} // namespace quarnet
