@@ -93,14 +93,17 @@ std::optional<Data> APIRequest::AES256EncryptWithKeyIvectorData(const Text& key,
 }
 
 std::string APIRequest::hexEncode(std::optional<std::string_view> data) {
-  constexpr std::string_view kHex = "0123456789abcdef";
   if (!data) return {};
+  // Arithmetic instead of a table, so that the compiler can turn many bytes at once.
+  const auto digit = [](int nibble) {
+    return static_cast<char>(nibble + (nibble > 9 ? 'a' - 10 : '0'));
+  };
   std::string text(data->size() * 2, '\0');
+  const auto* in = reinterpret_cast<const unsigned char*>(data->data());
   char* out = text.data();
-  for (const char c : *data) {
-    const auto byte = static_cast<unsigned char>(c);
-    *out++ = kHex[byte >> 4];
-    *out++ = kHex[byte & 15];
+  for (std::size_t i = 0; i < data->size(); ++i) {
+    out[2 * i] = digit(in[i] >> 4);
+    out[2 * i + 1] = digit(in[i] & 15);
   }
   return text;
 }

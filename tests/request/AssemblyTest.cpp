@@ -1,0 +1,166 @@
+#include "tests/support/LibraryTest.h"
+
+#include <gmock/gmock.h>
+
+namespace quarnet::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Pair;
+
+class Assembly : public LibraryTest {
+protected:
+  /// The bundle's method, and a URL that nobody listens to in a test that sends nothing.
+  static RequestBundle bundleOf(HttpMethod method) {
+    RequestBundle bundle;
+    bundle.setUrl(apiUrl("/v1/thing"));
+    bundle.setHttpMethod(method);
+    return bundle;
+  }
+
+  std::optional<Error> assemble(RequestBundle& bundle) {
+    std::optional<Error> error;
+    request_._requestError(bundle, &error);
+    return error;
+  }
+
+  APIRequest request_;
+};
+
+TEST_F(Assembly, RefusesBundlesInTheOrderOfTheirFaults) {
+  RequestBundle bundle;
+  bundle.setHttpMethod(static_cast<HttpMethod>(4));
+  bundle.setResponseType(static_cast<ContentFormat>(2));
+  bundle.setParameters(Parameters{{"a", "x y"}});
+  EXPECT_EQ(assemble(bundle), makeError(2));
+  bundle.setUrl("");
+  EXPECT_EQ(assemble(bundle), makeError(2));
+  EXPECT_THAT(log_->lines(), ElementsAre("requestBundle.url : (null)", "requestBundle.url : "));
+
+  bundle.setUrl("http://host/path");
+  EXPECT_EQ(assemble(bundle), makeError(3));
+  EXPECT_EQ(bundle.url(), "http://host/path");
+  EXPECT_EQ(bundle.parameters(), (Parameters{{"a", "x y"}}));
+
+  bundle.setResponseType(ContentFormat::XML);
+  EXPECT_EQ(assemble(bundle), makeError(1));
+  EXPECT_EQ(bundle.url(), "http://host/path.xml");
+  EXPECT_EQ(bundle.parameters(), (Parameters{{"a", "x%20y"}}));
+  EXPECT_EQ(APIRequest::urlRequest()->url, "http://host/path.xml");
+
+  bundle.setHttpMethod(HttpMethod::POST);
+  record_.setClientId(std::nullopt);
+  EXPECT_EQ(assemble(bundle), makeError(5));
+  EXPECT_NE(APIRequest::urlRequest()->headerField("Accept"), nullptr);
+  EXPECT_TRUE(server().received().empty());
+}
+
+TEST_F(Assembly, SetsTheHeaderFieldsInOrder) {
+  signIn();
+  RequestBundle get = bundleOf(HttpMethod::GET);
+  get.setRequestType(static_cast<ContentFormat>(2));
+  ASSERT_EQ(assemble(get), std::nullopt);
+  const std::string token = *record_.accessToken(), refresh = *record_.refreshToken();
+  EXPECT_THAT(APIRequest::urlRequest()->headerFields,
+              ElementsAre(Pair("Content-Type", "error"), Pair("swap_key", "1700000000250"),
+                          Pair("client_id", "demo-client"), Pair("access_token", token),
+                          Pair("refresh_token", refresh), Pair("Accept", "application/json"),
+                          Pair("Accept-Encoding", "utf-8")));
+
+  record_.setAccessToken(std::nullopt);
+  RequestBundle post = bundleOf(HttpMethod::POST);
+  post.setPayload("h\u00e9llo");
+  ASSERT_EQ(assemble(post), std::nullopt);
+  EXPECT_THAT(APIRequest::urlRequest()->headerFields,
+              ElementsAre(Pair("Content-Type", "application/json"), Pair("Content-Length", "6"),
+                          Pair("client_id", "demo-client"), Pair("refresh_token", refresh),
+                          Pair("Accept", "application/json"), Pair("Accept-Encoding", "utf-8")));
+  EXPECT_EQ(*APIRequest::urlRequest()->body, "h\u00e9llo");
+  EXPECT_EQ(log_->lines().back(),
+            "HTTPHeaderFields : {Content-Type: application/json, Content-Length: 6, client_id: "
+            "demo-client, refresh_token: " +
+                refresh + ", Accept: application/json, Accept-Encoding: utf-8}");
+
+  // Without an error slot the call is prepared up to the tokens.
+  RequestBundle put = bundleOf(HttpMethod::PUT);
+  request_._requestError(put, nullptr);
+  EXPECT_THAT(APIRequest::urlRequest()->headerFields,
+              ElementsAre(Pair("Content-Type", "application/json"), Pair("Content-Length", "0"),
+                          Pair("client_id", "demo-client"), Pair("refresh_token", refresh)));
+  EXPECT_EQ(APIRequest::urlRequest()->body, nullptr);
+}
+
+TEST_F(Assembly, SendingABundleTwiceDecoratesItTwice) {
+  RequestBundle bundle = bundleOf(HttpMethod::DELETE);
+  bundle.setParameters(Parameters{{"a", "x y"}, {"k&", "%"}, {"n", std::nullopt}});
+  const std::string url = *bundle.url();
+  assemble(bundle);
+  EXPECT_EQ(log_->count("paramString : a=x%20y&k&=%25&n"), 1U);
+  assemble(bundle);
+  EXPECT_EQ(log_->count("paramString : a=x%2520y&k&=%2525&n"), 1U);
+  EXPECT_EQ(bundle.url(), url + ".json.json");
+  EXPECT_THAT(APIRequest::urlRequest()->url, HasSubstr(url + ".json.json?enc="));
+}
+
+TEST_F(Assembly, AParameterKeyThatIsNoTextCostsTheParametersOnly) {
+  RequestBundle bundle = bundleOf(HttpMethod::GET);
+  bundle.setParameters(Parameters{{"\xff", "1"}});
+  EXPECT_EQ(assemble(bundle), std::nullopt);
+  EXPECT_EQ(log_->count("paramString : (null)"), 1U);
+}
+
+TEST_F(Assembly, MultipartBytesAreLaidOutExactly) {
+  RequestBundle bundle = bundleOf(HttpMethod::POST);
+  bundle.setPayload("ignored");
+  bundle.setUploadFilePath(makeFile("p\"i\r\nc.jpg", std::string("a\0\r\n--b", 7)));
+  bundle.setUploadFileKey("k\"\n키");
+  ASSERT_EQ(assemble(bundle), std::nullopt);
+  const auto sent = APIRequest::urlRequest();
+  const std::string type = *sent->headerField("Content-Type");
+  const std::string prefix = "multipart/form-data; boundary=";
+  ASSERT_EQ(type.substr(0, prefix.size()), prefix);
+  const std::string boundary = type.substr(prefix.size());
+  EXPECT_EQ(
+      *sent->body,
+      "\r\n--" + boundary +
+          "\r\nContent-Disposition: form-data; name=\"k%22%0A키\"; filename=\"p%22i%0D%0Ac.jpg\""
+          "\r\nContent-Type: application/octet-stream\r\n\r\n" +
+          std::string("a\0\r\n--b", 7) + "\r\nContent-Transfer-Encoding: binary\r\n\r\n--" +
+          boundary + "--\r\n");
+  EXPECT_EQ(sent->headerField("Content-Length"), nullptr);
+  EXPECT_EQ(log_->count("photo size : 7"), 1U);
+}
+
+TEST_F(Assembly, AFileThatCannotBeReadIsUploadedEmpty) {
+  for (const std::string& path : {folder_.string() + "/missing.jpg", folder_.string(),
+                                  std::string("/dev/zero"), std::string("/")}) {
+    RequestBundle bundle = bundleOf(HttpMethod::PUT);
+    bundle.setUploadFilePath(path);
+    EXPECT_EQ(assemble(bundle), std::nullopt) << path;
+    EXPECT_THAT(*APIRequest::urlRequest()->body,
+                HasSubstr("octet-stream\r\n\r\n\r\nContent-Transfer-Encoding"))
+        << path;
+  }
+  RequestBundle payload = bundleOf(HttpMethod::PUT);
+  payload.setUploadFilePath("");
+  payload.setPayload("text");
+  assemble(payload);
+  EXPECT_EQ(*APIRequest::urlRequest()->body, "text");
+}
+
+TEST_F(Assembly, TheUrlConverterOnlyAddsAPlainQuery) {
+  RequestBundle bundle;
+  EXPECT_EQ(request_.urlConverter(bundle), std::nullopt);
+  bundle.setUrl("http://h/p");
+  bundle.setParameters(Parameters{});
+  EXPECT_EQ(request_.urlConverter(bundle), "http://h/p");
+  bundle.setParameters(Parameters{{"a", "x y"}});
+  log_->clear();
+  EXPECT_EQ(request_.urlConverter(bundle), "http://h/p?a=x%20y");
+  EXPECT_THAT(log_->lines(), ElementsAre("URL : http://h/p", "paramSize : 1",
+                                         "ENCODED URL : [http://h/p?a=x%20y]"));
+}
+
+} // namespace
+} // namespace quarnet::test

@@ -1,0 +1,166 @@
+#include "tests/support/LibraryTest.h"
+
+#include <cstdio>
+#include <gmock/gmock.h>
+
+namespace quarnet::test {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
+
+Data fromHex(std::string_view hex) {
+  Data bytes;
+  for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
+    bytes += static_cast<char>(std::stoi(std::string(hex.substr(i, 2)), nullptr, 16));
+  }
+  return bytes;
+}
+
+class Encryption : public LibraryTest {
+protected:
+  /// What the openssl program makes of a ciphertext.
+  std::string decryptedOutside(const std::string& hexKey, const std::string& hexIv,
+                               const std::string& cipherText) const {
+    const std::string in = makeFile("cipher", cipherText);
+    const std::string command =
+        "openssl enc -d -aes-256-cbc -K " + hexKey + " -iv " + hexIv + " -in " + in;
+    FILE* pipe = popen(command.c_str(), "r");
+    std::string plain;
+    char buffer[65536];
+    while (const std::size_t count = fread(buffer, 1, sizeof(buffer), pipe)) {
+      plain.append(buffer, count);
+    }
+    EXPECT_EQ(pclose(pipe), 0);
+    return plain;
+  }
+
+  Text encrypt(const Text& parameters, std::optional<Error>* error = nullptr) {
+    swapKey_.reset();
+    return request_.encryptParamSwapKeyError(parameters, &swapKey_, error);
+  }
+
+  APIRequest request_;
+  Text swapKey_;
+};
+
+// NIST SP 800-38A, F.2.5 (CBC-AES256.Encrypt); the padding block that follows is not theirs.
+TEST_F(Encryption, AgreesWithThePublishedVectors) {
+  const Data key = fromHex("603deb1015ca71be2b73aef0857d77811f352c073b6108d72d9810a30914dff4");
+  const Data iv = fromHex("000102030405060708090a0b0c0d0e0f");
+  const Data plain = fromHex("6bc1bee22e409f96e93d7e117393172aae2d8a571e03ac9c9eb76fac45af8e51"
+                             "30c81c46a35ce411e5fbc1191a0a52eff69f2445df4f9b17ad2b417be66c3710");
+  const auto encrypted = request_.AES256EncryptWithKeyIvectorData(key, iv, plain);
+  ASSERT_EQ(encrypted->size(), 80U);
+  EXPECT_EQ(request_.hexEncode(encrypted->substr(0, 64)),
+            "f58c4c04d6e5f1ba779eabfb5f7bfbd69cfc4e967edb808d679f777bc6702c7d"
+            "39f23369a9d9bacfa530e26304231461b2eb05e2c39be9fcda6c19078c6a9d1b");
+}
+
+TEST_F(Encryption, KeysAreCutToTheirBufferOrFilledWithZeroBytes) {
+  const std::string plain = "a=1&b=가";
+  const std::tuple<Text, Text, std::string, std::string> cases[] = {
+      {"0123456789abcdef0123456789abcdefTOO LONG", "0123456789abcdefTOO LONG",
+       "3031323334353637383961626364656630313233343536373839616263646566",
+       "30313233343536373839616263646566"},
+      {"k", "", "6b" + std::string(62, '0'), std::string(32, '0')},
+      {std::nullopt, std::nullopt, std::string(64, '0'), std::string(32, '0')},
+  };
+  for (const auto& [key, iv, hexKey, hexIv] : cases) {
+    const auto encrypted = request_.AES256EncryptWithKeyIvectorData(key, iv, plain);
+    EXPECT_EQ(encrypted->size(), 16U);
+    EXPECT_EQ(decryptedOutside(hexKey, hexIv, *encrypted), plain);
+  }
+}
+
+TEST_F(Encryption, PadsEveryLengthAndKeepsEveryByte) {
+  std::string megabyte;
+  while (megabyte.size() < (1U << 20))
+    megabyte += "한국어😀 \x01~";
+  for (const std::string& plain : {std::string(), std::string(15, 'x'), std::string(16, 'x'),
+                                   std::string("\0\r\n\xff", 4), megabyte}) {
+    const auto encrypted = request_.AES256EncryptWithKeyIvectorData("key", "iv", plain);
+    EXPECT_EQ(encrypted->size(), (plain.size() / 16 + 1) * 16);
+    EXPECT_EQ(decryptedOutside("6b6579" + std::string(58, '0'), "6976" + std::string(28, '0'),
+                               *encrypted),
+              plain);
+  }
+}
+
+TEST_F(Encryption, HexIsLowerCaseAndKeepsEveryByte) {
+  std::string bytes, expected;
+  for (int byte = 0; byte < 256; ++byte) {
+    bytes += static_cast<char>(byte);
+    char two[3];
+    std::snprintf(two, sizeof(two), "%02x", static_cast<unsigned>(byte));
+    expected += two;
+  }
+  EXPECT_EQ(request_.hexEncode(bytes), expected);
+  for (std::size_t size = 0; size < 70; ++size) {
+    EXPECT_EQ(request_.hexEncode(bytes.substr(100, size)), expected.substr(200, size * 2));
+  }
+  EXPECT_EQ(request_.hexEncode(std::nullopt), "");
+}
+
+TEST_F(Encryption, AsksForTheKeyOverPlainHttpAndNothingElse) {
+  const Text hex = encrypt("a=1");
+  EXPECT_THAT(*hex, MatchesRegex("[0-9a-f]{32}"));
+  EXPECT_EQ(swapKey_, "1700000000250");
+  const auto received = server().received();
+  ASSERT_EQ(received.size(), 1U);
+  EXPECT_FALSE(received[0].secure);
+  EXPECT_EQ(received[0].method + " " + received[0].target, "POST /oauth/get_param_enc_key");
+  EXPECT_EQ(received[0].body, "swap_key=1700000000250&client_id=demo-client");
+  EXPECT_EQ(received[0].header("Content-Type"), "application/x-www-form-urlencoded");
+  EXPECT_EQ(received[0].header("Content-Length"), "44");
+  EXPECT_EQ(received[0].header("client_id"), std::nullopt);
+  EXPECT_EQ(received[0].header("access_token"), std::nullopt);
+  EXPECT_EQ(log_->count("payload : swap_key=1700000000250&client_id=demo-client"), 1U);
+  EXPECT_EQ(log_->count("encryptedString : " + *hex), 1U);
+}
+
+TEST_F(Encryption, FailsOnlyWithoutAClientOrAnAnswer) {
+  std::optional<Error> error;
+  record_.setClientId("");
+  EXPECT_TRUE(encrypt("a=1", &error));
+  EXPECT_EQ(error, std::nullopt);
+  EXPECT_EQ(server().received().back().body, "swap_key=1700000000250&client_id=");
+
+  server().clearReceived();
+  record_.setClientId(std::nullopt);
+  EXPECT_EQ(encrypt("a=1", &error), std::nullopt);
+  EXPECT_EQ(error, makeError(5));
+  EXPECT_EQ(swapKey_, std::nullopt);
+  EXPECT_TRUE(server().received().empty());
+
+  record_.setClientId("demo-client");
+  server().misbehave("/oauth/get_param_enc_key", sandbox::Misbehaviour::reset());
+  EXPECT_EQ(encrypt("a=1", &error), std::nullopt);
+  EXPECT_EQ(error, makeError(7));
+  EXPECT_EQ(swapKey_, "1700000000250");
+}
+
+TEST_F(Encryption, GoesOnWithZeroBytesWhateverTheAnswerHolds) {
+  using sandbox::Misbehaviour;
+  const Misbehaviour rubbish[] = {Misbehaviour::empty(),
+                                  Misbehaviour::page(),
+                                  Misbehaviour::utf8(),
+                                  Misbehaviour::status(500),
+                                  Misbehaviour::body("[]"),
+                                  Misbehaviour::body(R"({"body":"text"})"),
+                                  Misbehaviour::body(R"({"body":{"key":1,"iv":null}})"),
+                                  Misbehaviour::body("{\"body\":" + std::string(100'000, '['))};
+  const std::string zero = request_.hexEncode(
+      request_.AES256EncryptWithKeyIvectorData(std::nullopt, std::nullopt, "a=1"));
+  for (const Misbehaviour& misbehaviour : rubbish) {
+    server().behave();
+    server().misbehave("/oauth/get_param_enc_key", misbehaviour);
+    const Text hex = encrypt("a=1");
+    ASSERT_TRUE(hex);
+    if (misbehaviour.kind != Misbehaviour::Kind::status) EXPECT_EQ(hex, zero);
+  }
+  EXPECT_GE(log_->count("response : (null)"), 4U);
+}
+
+} // namespace
+} // namespace quarnet::test

@@ -1,0 +1,100 @@
+#include "tests/support/LibraryTest.h"
+
+#include <cstdlib>
+#include <fstream>
+
+namespace quarnet::test {
+
+void RecordingLog::write(Line line) {
+  std::string text;
+  for (const std::string_view piece : line)
+    text += piece;
+  const std::lock_guard lock(mutex_);
+  lines_.push_back(std::move(text));
+}
+
+std::vector<std::string> RecordingLog::lines() const {
+  const std::lock_guard lock(mutex_);
+  return lines_;
+}
+
+std::size_t RecordingLog::count(std::string_view line) const {
+  const std::lock_guard lock(mutex_);
+  return static_cast<std::size_t>(std::count(lines_.begin(), lines_.end(), line));
+}
+
+void RecordingLog::clear() {
+  const std::lock_guard lock(mutex_);
+  lines_.clear();
+}
+
+sandbox::Server& server() {
+  static sandbox::Server* const instance = [] {
+    auto* started = new sandbox::Server;
+    configureHosts({.api = started->host(), .mobile = started->host(), .portal = started->host()});
+    return started;
+  }();
+  return *instance;
+}
+
+void LibraryTest::SetUp() {
+  std::string name = std::filesystem::temp_directory_path() / "quarnet-test-XXXXXX";
+  ASSERT_NE(mkdtemp(name.data()), nullptr);
+  folder_ = name;
+  server().behave();
+  server().clearReceived();
+  restart();
+  manager_.setClientSecret("demo-secret");
+  manager_.setScope("profile");
+  manager_.setClientId("demo-client");
+}
+
+void LibraryTest::TearDown() {
+  platform::Platform::install({});
+  std::filesystem::remove_all(folder_);
+}
+
+void LibraryTest::restart() {
+  log_ = std::make_shared<RecordingLog>();
+  clock_ = std::make_shared<FixedClock>();
+  platform::Platform::install(
+      {.httpClient = std::make_shared<platform::CurlHttpClient>(
+           platform::CurlHttpClientOptions{.caFile = sandbox::Server::caFile()}),
+       .userDefaults = std::make_shared<platform::SqliteUserDefaults>(storeFile()),
+       .clock = clock_,
+       .log = log_});
+  manager_.init();
+  for (const auto set :
+       {&OAuthInfo::setAccessToken, &OAuthInfo::setRefreshToken, &OAuthInfo::setExpiresIn,
+        &OAuthInfo::setScope, &OAuthInfo::setExpiresSystime}) {
+    (record_.*set)(std::nullopt);
+  }
+  for (const auto set :
+       {&OAuthInfoManager::setCode, &OAuthInfoManager::setError, &OAuthInfoManager::setErrorDesc}) {
+    (manager_.*set)(std::nullopt);
+  }
+  manager_.set_target(nullptr);
+  manager_.set_finishedSelector(nullptr);
+  manager_.set_failedSelector(nullptr);
+}
+
+void LibraryTest::signIn() {
+  manager_.setOAuthInfoWithJSON(server().issueTokens("profile").json());
+  log_->clear();
+}
+
+std::string LibraryTest::apiUrl(std::string_view path) {
+  return "https://" + server().host() + std::string(path);
+}
+
+Text LibraryTest::stored(std::string_view key) const {
+  return platform::SqliteUserDefaults(storeFile()).value(key);
+}
+
+std::string LibraryTest::makeFile(std::string_view name, std::string_view content) const {
+  const std::string path = folder_ / name;
+  std::ofstream(path, std::ios::binary) << content;
+  return path;
+}
+
+} // namespace quarnet::test

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "sandbox/Server.h"
+
+#include "quarnet/quarnet.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace quarnet::test {
+
+/// Keeps every line.
+class RecordingLog final : public platform::Log {
+public:
+  void write(Line line) override;
+  std::vector<std::string> lines() const;
+  /// How often exactly this line was written.
+  std::size_t count(std::string_view line) const;
+  void clear();
+
+private:
+  mutable std::mutex mutex_;
+  std::vector<std::string> lines_;
+};
+
+/// Stands still until it is moved.
+class FixedClock final : public platform::Clock {
+public:
+  double now = 1'700'000'000.25;
+  double secondsSince1970() override { return now; }
+};
+
+/// The API server of this test program; the endpoint addresses point at it.
+sandbox::Server& server();
+
+/// Every test gets a library as after start-up: libcurl that trusts the sandbox, an empty SQLite
+/// store in a folder of its own, a fixed clock, a recording log, the GLib main thread, and no
+/// session. The sandbox behaves and has forgotten what it received.
+class LibraryTest : public ::testing::Test {
+protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  /// Installs the services anew, as after a restart of the process on the same store.
+  void restart();
+  /// Puts live tokens into the record and saves them.
+  void signIn();
+  /// An address of the sandbox without its suffix.
+  static std::string apiUrl(std::string_view path);
+  std::string storeFile() const { return folder_ / "store.sqlite"; }
+  /// What the store holds under the key, read by another connection.
+  Text stored(std::string_view key) const;
+  /// Makes a file in the test's folder.
+  std::string makeFile(std::string_view name, std::string_view content) const;
+
+  std::shared_ptr<RecordingLog> log_;
+  std::shared_ptr<FixedClock> clock_;
+  std::filesystem::path folder_;
+  OAuthInfo& record_ = OAuthInfo::sharedInstance();
+  OAuthInfoManager& manager_ = OAuthInfoManager::sharedInstance();
+};
+
+} // namespace quarnet::test
