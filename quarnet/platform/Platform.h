@@ -19,12 +19,12 @@ class Toolkit;
 /// system's clock, the default GLib main context, standard error. The toolkit alone is absent until
 /// one is installed: `Platform::install({.toolkit = ...})`.
 struct QUARNET_EXPORT Platform {
-  std::shared_ptr<HttpClient> httpClient;
-  std::shared_ptr<UserDefaults> userDefaults;
-  std::shared_ptr<Clock> clock;
-  std::shared_ptr<MainThread> mainThread;
-  std::shared_ptr<Log> log;
-  std::shared_ptr<Toolkit> toolkit;
+  std::shared_ptr<HttpClient> httpClient = nullptr;
+  std::shared_ptr<UserDefaults> userDefaults = nullptr;
+  std::shared_ptr<Clock> clock = nullptr;
+  std::shared_ptr<MainThread> mainThread = nullptr;
+  std::shared_ptr<Log> log = nullptr;
+  std::shared_ptr<Toolkit> toolkit = nullptr;
 
   /// Replaces the services that are set and gives the others their defaults. Call it at start-up,
   /// before anything else of the library; a test may call it again while nothing of the library is
