@@ -7,12 +7,20 @@
 
 namespace quarnet::platform {
 
-/// The user defaults in one SQLite file (mode 0600; a folder made for it has mode 0700).
+/// The user defaults in one SQLite file (mode 0600, also where it was wider; a folder made for it
+/// has mode 0700).
 ///
 /// A synchronize() is one durable transaction: a process killed at any instant leaves all of a save
-/// or none of it, and two processes may share the file. The file is opened with the first use.
-/// Where it cannot be opened or written, the values stay in memory, one line goes to the log, and
-/// the next synchronize() tries again.
+/// or none of it, and no earlier text stays readable in the folder. Two processes may share the
+/// file; each value() is a read of its own and sees the other's saves. A wait for the other process
+/// ends after five seconds.
+///
+/// The file is opened with the first use and made with the first save. Where it cannot be opened or
+/// written, the values stay in memory, one line goes to the log, and the next synchronize() tries
+/// all of them again. What was never synchronized ends with the object.
+///
+/// A child made by fork() opens the file anew, provided that no other thread was inside the store
+/// at that instant.
 class QUARNET_EXPORT SqliteUserDefaults final : public UserDefaults {
 public:
   /// `path` is the file; empty for "<user's data folder>/<program's name>/quarnet.sqlite".

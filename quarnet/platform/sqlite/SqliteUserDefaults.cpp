@@ -1,0 +1,153 @@
+#include "quarnet/platform/sqlite/SqliteUserDefaults.h"
+
+#include "quarnet/platform/Platform.h"
+#include "quarnet/platform/glib/DataFolder.h"
+#include "quarnet/platform/sqlite/DefaultsDatabase.h"
+#include "quarnet/platform/sqlite/PrivateFile.h"
+
+#include <filesystem>
+#include <mutex>
+#include <unistd.h>
+
+namespace quarnet::platform {
+namespace {
+
+constexpr int kPatience = 5'000; // milliseconds
+
+/// Fixed once, so that a program that changes its working directory keeps its file.
+std::string absolutePath(const std::string& path) {
+  std::error_code error;
+  std::string absolute = std::filesystem::absolute(path, error).string();
+  return error ? path : absolute;
+}
+
+} // namespace
+
+class SqliteUserDefaults::Implementation {
+public:
+  explicit Implementation(std::string path) : path_(std::move(path)) {
+    if (!path_.empty()) path_ = absolutePath(path_);
+  }
+
+  ~Implementation() { leaveFileOfParent(); }
+
+  Text value(std::string_view key) {
+    std::string failure;
+    Text found;
+    {
+      const std::lock_guard lock(mutex_);
+      if (const auto entry = pending_.find(key); entry != pending_.end()) return entry->second;
+      if (read(key, found, failure)) {
+        readFailed_ = false;
+        return found;
+      }
+      // One line for a file that cannot be read, not one for each of its values.
+      if (std::exchange(readFailed_, true)) return std::nullopt;
+    }
+    log("user defaults cannot be read : ", failure);
+    return std::nullopt;
+  }
+
+  void setValue(std::string_view key, Text value) {
+    const std::lock_guard lock(mutex_);
+    pending_.insert_or_assign(std::string(key), std::move(value));
+  }
+
+  void synchronize() {
+    std::string failure;
+    {
+      const std::lock_guard lock(mutex_);
+      if (pending_.empty()) return;
+      if (write(failure)) {
+        pending_.clear();
+        return;
+      }
+    }
+    log("user defaults cannot be saved : ", failure);
+  }
+
+private:
+  bool read(std::string_view key, Text& found, std::string& failure) {
+    if (!hasFile()) {
+      // Nothing was ever saved.
+      if (access(path().c_str(), F_OK) != 0 && errno == ENOENT) return true;
+      if (!openFile(failure)) return false;
+    }
+    // A lock that outlasted one wait is not waited for again, or five values would take five waits.
+    if (file_->read(key, found, readFailed_ ? 0 : kPatience)) return true;
+    failure = described(file_->reason());
+    file_.reset();
+    return false;
+  }
+
+  bool write(std::string& failure) {
+    if (!hasFile()) {
+      if (const std::error_code error = makePrivateFile(path())) {
+        failure = described(error.message());
+        return false;
+      }
+      if (!openFile(failure)) return false;
+    }
+    if (file_->write(pending_, kPatience)) return true;
+    failure = described(file_->reason());
+    file_.reset();
+    return false;
+  }
+
+  /// Whether the file is open and still the one at the path.
+  bool hasFile() {
+    leaveFileOfParent();
+    if (file_ && !file_->isInPlace()) file_.reset();
+    return file_ != nullptr;
+  }
+
+  bool openFile(std::string& failure) {
+    tightenMode(path());
+    tightenMode(path() + "-journal");
+    std::string reason;
+    file_ = DefaultsDatabase::open(path(), reason);
+    owner_ = getpid();
+    if (!file_) failure = described(reason);
+    return file_ != nullptr;
+  }
+
+  /// After a fork, the file that the parent opened is given up and not closed: closing it would
+  /// undo the save that the parent may be in the middle of.
+  void leaveFileOfParent() {
+    if (file_ && owner_ != getpid()) static_cast<void>(file_.release());
+  }
+
+  const std::string& path() {
+    if (path_.empty()) path_ = absolutePath(dataFolder() + "/quarnet.sqlite");
+    return path_;
+  }
+
+  std::string described(const std::string& reason) { return path() + ": " + reason; }
+
+  std::mutex mutex_;
+  std::string path_;
+  /// Set or removed and not yet saved.
+  DefaultsDatabase::Changes pending_;
+  std::unique_ptr<DefaultsDatabase> file_;
+  pid_t owner_ = 0;
+  bool readFailed_ = false;
+};
+
+SqliteUserDefaults::SqliteUserDefaults(std::string path)
+    : implementation_(std::make_unique<Implementation>(std::move(path))) {}
+
+SqliteUserDefaults::~SqliteUserDefaults() = default;
+
+Text SqliteUserDefaults::value(std::string_view key) {
+  return implementation_->value(key);
+}
+
+void SqliteUserDefaults::setValue(std::string_view key, Text value) {
+  implementation_->setValue(key, std::move(value));
+}
+
+void SqliteUserDefaults::synchronize() {
+  implementation_->synchronize();
+}
+
+} // namespace quarnet::platform

@@ -1,0 +1,225 @@
+#include "tests/platform/store/StoreTest.h"
+
+#include <csignal>
+#include <functional>
+#include <random>
+#include <spawn.h>
+#include <sqlite3.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+using namespace quarnet::platform;
+using namespace std::chrono_literals;
+
+namespace {
+
+class StoreFaultTest : public StoreTest {};
+
+/// The saver program at work, with the numbers of the saves that have returned.
+class Saver {
+public:
+  Saver(const std::string& path, long first, long count,
+        std::vector<std::string> environment = {}) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) abort();
+    output_ = ends[0];
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+    std::string texts[] = {SAVER, path, std::to_string(first), std::to_string(count)};
+    char* arguments[] = {texts[0].data(), texts[1].data(), texts[2].data(), texts[3].data(),
+                         nullptr};
+    std::vector<char*> variables;
+    for (std::string& variable : environment)
+      variables.push_back(variable.data());
+    variables.push_back(nullptr);
+    EXPECT_EQ(posix_spawn(&process_, SAVER, &actions, nullptr, arguments, variables.data()), 0);
+    posix_spawn_file_actions_destroy(&actions);
+    close(ends[1]);
+  }
+
+  ~Saver() { close(output_); }
+
+  /// Waits for the next number and gives the last one known; unchanged at the end of the output.
+  bool readOne() { return read(output_, &last_, sizeof(last_)) == sizeof(last_); }
+
+  void stop() { kill(process_, SIGKILL); }
+
+  /// Waits for the end and gives the status.
+  int wait() {
+    while (readOne()) {
+    }
+    int status = 0;
+    waitpid(process_, &status, 0);
+    return status;
+  }
+
+  long last() const { return last_; }
+
+private:
+  pid_t process_ = 0;
+  int output_ = -1;
+  long last_ = 0;
+};
+
+TEST_F(StoreFaultTest, KilledAtAnyInstantLeavesOneWholeSave) {
+  std::mt19937 random(20240229);
+  const fs::path path = root / "in" / "store.sqlite";
+  long generation = 0;
+  int midway = 0;
+  for (int round = 0; round < 500; ++round) {
+    // Now and then the first save of all, which makes folder, file and table, is the one to die.
+    if (round % 10 == 0) {
+      fs::remove_all(root / "in");
+      generation = 0;
+    }
+    Saver saver(path, generation + 1, 1'000'000);
+    if (round % 10 != 0) saver.readOne();
+    const unsigned span = round % 10 != 0 ? 4'000 : 15'000;
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % span));
+    saver.stop();
+    ASSERT_EQ(saver.wait(), SIGKILL);
+    const long found = generationIn(path);
+    const long reported = std::max(saver.last(), generation);
+    ASSERT_GE(found, reported) << "round " << round;
+    ASSERT_LE(found, reported + 1) << "round " << round;
+    midway += found > reported ? 1 : 0;
+    generation = found;
+  }
+  RecordProperty("saved_but_not_reported", midway);
+}
+
+TEST_F(StoreFaultTest, TwoProcessesShareTheFile) {
+  const fs::path path = root / "in" / "store.sqlite";
+  Saver one(path, 1'000, 60);
+  Saver other(path, 2'000, 60);
+  EXPECT_EQ(one.wait(), 0);
+  EXPECT_EQ(other.wait(), 0);
+  const long last = generationIn(path);
+  EXPECT_TRUE(last == 1'059 || last == 2'059) << last;
+}
+
+TEST_F(StoreFaultTest, DefaultPlaceIsTheProgramsFolderInTheUsersData) {
+  Saver saver("", 1, 1, {"XDG_DATA_HOME=" + root.string()});
+  EXPECT_EQ(saver.wait(), 0);
+  EXPECT_EQ(generationIn(root / "quarnet_store_saver" / "quarnet.sqlite"), 1);
+  Saver homeless("", 1, 1, {"HOME=/proc/nowhere"});
+  const int status = homeless.wait();
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
+}
+
+/// Something in a save's way. `place` may be the path itself; returns what takes it away again.
+struct Obstacle {
+  const char* name;
+  std::function<std::function<void()>(const fs::path& folder, const fs::path& path)> put;
+};
+
+class ObstacleTest : public StoreTest, public testing::WithParamInterface<Obstacle> {};
+
+TEST_P(ObstacleTest, KeepsTheValuesSaysItOnceAndSavesThemLater) {
+  const fs::path folder = root / "in";
+  const fs::path path = folder / "store.sqlite";
+  SqliteUserDefaults store(path);
+  saveGeneration(store, 1);
+  const std::function<void()> takeAway = GetParam().put(folder, path);
+  if (!takeAway) GTEST_SKIP() << "not to be had here";
+  for (const long generation : {2, 3}) {
+    saveGeneration(store, generation);
+    const std::vector<std::string> lines = log->take();
+    ASSERT_EQ(lines.size(), 1U) << testing::PrintToString(lines);
+    EXPECT_EQ(lines[0].find("user defaults cannot be saved : " + path.string() + ": "), 0U);
+    EXPECT_EQ(storedGeneration(store), generation);
+  }
+  const long found = generationIn(path);
+  EXPECT_TRUE(found == 0 || found == 1) << found;
+  EXPECT_LE(log->take().size(), 1U);
+  takeAway();
+  store.setValue("more", "1");
+  store.synchronize();
+  EXPECT_EQ(generationIn(path), 3);
+}
+
+std::function<void()> mounted(const fs::path& place, unsigned long flags, const char* options) {
+  if (mount("none", place.c_str(), "tmpfs", flags, options) != 0) return nullptr;
+  return [place] { umount2(place.c_str(), MNT_DETACH); };
+}
+
+const Obstacle kObstacles[] = {
+    {"FileInPlaceOfTheFolder",
+     [](const fs::path& folder, const fs::path&) {
+       fs::remove_all(folder);
+       std::ofstream(folder).close();
+       return [folder] { fs::remove(folder); };
+     }},
+    {"FolderInPlaceOfTheFile",
+     [](const fs::path&, const fs::path& path) {
+       fs::remove(path);
+       fs::create_directory(path);
+       return [path] { fs::remove(path); };
+     }},
+    {"NotADatabase",
+     [](const fs::path&, const fs::path& path) {
+       std::ofstream(path) << std::string(5'000, 'z');
+       return [path] { fs::remove(path); };
+     }},
+    {"DamagedPages",
+     [](const fs::path&, const fs::path& path) {
+       const fs::path damaged = path.parent_path() / "damaged";
+       fs::copy_file(path, damaged);
+       std::fstream(damaged).seekp(100) << std::string(30'000, '\xff');
+       fs::rename(damaged, path);
+       return [path] { fs::remove(path); };
+     }},
+    {"ReadOnlyFolder",
+     [](const fs::path& folder, const fs::path&) -> std::function<void()> {
+       if (geteuid() == 0) return mounted(folder, MS_RDONLY, "");
+       fs::permissions(folder, fs::perms(0500));
+       return [folder] { fs::permissions(folder, fs::perms(0700)); };
+     }},
+    {"FullDisk",
+     [](const fs::path& folder, const fs::path&) { return mounted(folder, 0, "size=8k"); }},
+    {"NoFileMayGrow",
+     [](const fs::path&, const fs::path&) {
+       signal(SIGXFSZ, SIG_IGN);
+       rlimit limit{};
+       getrlimit(RLIMIT_FSIZE, &limit);
+       const rlimit small{2'000, limit.rlim_max};
+       setrlimit(RLIMIT_FSIZE, &small);
+       return [limit] { setrlimit(RLIMIT_FSIZE, &limit); };
+     }},
+    {"LockedForTooLong",
+     [](const fs::path&, const fs::path& path) {
+       sqlite3* other = nullptr;
+       sqlite3_open(path.c_str(), &other);
+       sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
+       return [other] { sqlite3_close(other); };
+     }},
+};
+
+INSTANTIATE_TEST_SUITE_P(Store, ObstacleTest, testing::ValuesIn(kObstacles),
+                         [](const auto& obstacle) { return obstacle.param.name; });
+
+TEST_F(StoreFaultTest, RecordInAReadOnlyFolderCanBeRead) {
+  if (geteuid() == 0 && !mounted(root, 0, "")) GTEST_SKIP() << "no mounts here";
+  const fs::path path = root / "store.sqlite";
+  {
+    SqliteUserDefaults store(path);
+    saveGeneration(store, 1);
+  }
+  if (geteuid() == 0) {
+    ASSERT_EQ(mount("none", root.c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, ""), 0);
+  } else {
+    fs::permissions(root, fs::perms(0500));
+  }
+  EXPECT_EQ(generationIn(path), 1);
+  if (geteuid() == 0) {
+    umount2(root.c_str(), MNT_DETACH);
+  } else {
+    fs::permissions(root, fs::perms(0700));
+  }
+}
+
+} // namespace
