@@ -1,0 +1,60 @@
+#include "quarnet/platform/curl/Background.h"
+
+#include "quarnet/platform/curl/BlockedSignals.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace quarnet::platform {
+namespace {
+
+constexpr unsigned kWorkers = 2;
+constexpr std::chrono::seconds kPatienceAtExit{5};
+
+constinit std::mutex liveMutex;
+/// Made with the first client that needs it and never destroyed.
+constinit std::vector<std::weak_ptr<Background>>* live = nullptr;
+constinit bool registeredAtExit = false;
+
+} // namespace
+
+std::shared_ptr<Background> Background::make(TrustStore& trust, std::size_t maximumBodySize) {
+  const BlockedSignals blocked;
+  std::shared_ptr<Background> background(new Background(trust, maximumBodySize));
+  const std::lock_guard lock(liveMutex);
+  if (live == nullptr) live = new std::vector<std::weak_ptr<Background>>;
+  std::erase_if(*live, [](const auto& entry) { return entry.expired(); });
+  live->push_back(background);
+  // Registered after libcurl and OpenSSL registered theirs, and so run before them.
+  if (!std::exchange(registeredAtExit, true)) std::atexit(endAll);
+  return background;
+}
+
+Background::Background(TrustStore& trust, std::size_t maximumBodySize)
+    : workers_(kWorkers), loop_(trust, maximumBodySize, workers_) {}
+
+Background::~Background() {
+  loop_.stop("The HTTP client was destroyed");
+}
+
+void Background::endAll() {
+  std::vector<std::weak_ptr<Background>> ending;
+  {
+    const std::lock_guard lock(liveMutex);
+    ending.swap(*live);
+    // A client that is made from here on is ended by a call of its own.
+    registeredAtExit = false;
+  }
+  for (const auto& entry : ending) {
+    const std::shared_ptr<Background> background = entry.lock();
+    // The threads of a process that forked are not in its child.
+    if (background == nullptr || background->process_ != getpid()) continue;
+    background->loop_.stop("The process is ending");
+    background->workers_.finish(kPatienceAtExit);
+  }
+}
+
+} // namespace quarnet::platform

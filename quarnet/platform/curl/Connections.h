@@ -1,0 +1,40 @@
+#pragma once
+
+#include "quarnet/platform/curl/Background.h"
+#include "quarnet/platform/curl/CurlHttpClient.h"
+#include "quarnet/platform/curl/Transfer.h"
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace quarnet::platform {
+
+/// All that a client has open: handles that wait for the next synchronous send with their
+/// connections kept alive, and the threads of the asynchronous ones. Of one process; safe from any
+/// thread of it.
+class Connections {
+public:
+  explicit Connections(const CurlHttpClientOptions& options);
+
+  /// A handle for one synchronous send, the one used last if there is one. Throws std::bad_alloc.
+  std::unique_ptr<Transfer> take();
+  void giveBack(std::unique_ptr<Transfer> transfer);
+
+  /// The client's threads, made with the first call. Throws std::system_error or std::bad_alloc.
+  Background& background();
+
+  /// Whether this is another process than the one that made the connections: a child that inherited
+  /// them must neither use nor close them, since its parent does.
+  bool inherited() const { return process_ != getpid(); }
+
+private:
+  const std::size_t maximumBodySize_;
+  const pid_t process_ = getpid();
+  TrustStore trust_;
+  std::mutex mutex_;
+  std::vector<std::unique_ptr<Transfer>> idle_;
+  std::shared_ptr<Background> background_;
+};
+
+} // namespace quarnet::platform

@@ -1,0 +1,73 @@
+#include "quarnet/platform/curl/CurlHttpClient.h"
+
+#include "quarnet/platform/curl/Connections.h"
+#include "quarnet/platform/curl/HttpError.h"
+
+#include <atomic>
+#include <exception>
+#include <utility>
+
+namespace quarnet::platform {
+namespace {
+
+HttpResult failed(const std::exception& exception) {
+  return failedResult(CURLE_FAILED_INIT,
+                      std::string("The request could not be sent: ") + exception.what());
+}
+
+} // namespace
+
+class CurlHttpClient::Implementation {
+public:
+  explicit Implementation(CurlHttpClientOptions options)
+      : options_(std::move(options)), current_(new Connections(options_)) {}
+
+  ~Implementation() {
+    // What a forked child inherited is left alone.
+    if (!current_.load()->inherited()) delete current_.load();
+  }
+
+  Connections& connections() {
+    Connections* current = current_.load(std::memory_order_acquire);
+    if (!current->inherited()) return *current;
+    auto own = std::make_unique<Connections>(options_);
+    return current_.compare_exchange_strong(current, own.get()) ? *own.release() : *current;
+  }
+
+private:
+  const CurlHttpClientOptions options_;
+  std::atomic<Connections*> current_;
+};
+
+CurlHttpClient::CurlHttpClient(CurlHttpClientOptions options)
+    : implementation_(std::make_unique<Implementation>(std::move(options))) {}
+
+CurlHttpClient::~CurlHttpClient() = default;
+
+HttpResult CurlHttpClient::sendSynchronously(const HttpRequest& request) {
+  try {
+    Connections& connections = implementation_->connections();
+    std::unique_ptr<Transfer> transfer = connections.take();
+    bool goesOn = transfer->begin(request);
+    while (goesOn)
+      goesOn = transfer->advance(curl_easy_perform(transfer->easy()));
+    HttpResult result = transfer->takeResult();
+    connections.giveBack(std::move(transfer));
+    return result;
+  } catch (const std::exception& exception) {
+    return failed(exception);
+  }
+}
+
+void CurlHttpClient::sendAsynchronously(std::shared_ptr<const HttpRequest> request,
+                                        Completion completion) {
+  try {
+    implementation_->connections().background().loop().submit(std::move(request),
+                                                              std::move(completion));
+  } catch (const std::exception& exception) {
+    // Without a thread there is none but the caller's to complete on.
+    completion(failed(exception));
+  }
+}
+
+} // namespace quarnet::platform

@@ -1,0 +1,59 @@
+#include "quarnet/platform/curl/EasyHandle.h"
+
+#include <algorithm>
+#include <climits>
+#include <new>
+
+namespace quarnet::platform {
+
+EasyHandle::EasyHandle(TrustStore& trust, std::size_t maximumBodySize)
+    : easy_(curl_easy_init(), curl_easy_cleanup) {
+  if (!easy_) throw std::bad_alloc();
+  CURL* easy = get();
+  curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_.data());
+  curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(easy, CURLOPT_SSLVERSION, long{CURL_SSLVERSION_TLSv1_2});
+  curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+  curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(maximumBodySize));
+  // A request waits for the connection that is being made, to share it when HTTP/2 comes of it.
+  curl_easy_setopt(easy, CURLOPT_PIPEWAIT, 1L);
+  // A time-out in the middle of a name look-up would else wait for the resolver all the same.
+  curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
+  trust.applyTo(easy);
+}
+
+void EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
+                         std::chrono::milliseconds timeout) {
+  // libcurl takes 0 for "no limit".
+  const long limit = std::clamp<long>(timeout.count(), 1, INT_MAX);
+  errorText_[0] = '\0';
+  headers_.assign(request, hop);
+  setMethod(request, hop);
+  curl_easy_setopt(get(), CURLOPT_URL, hop.url.c_str());
+  curl_easy_setopt(get(), CURLOPT_HTTPHEADER, headers_.get());
+  curl_easy_setopt(get(), CURLOPT_TIMEOUT_MS, limit);
+}
+
+void EasyHandle::setMethod(const HttpRequest& request, const Hop& hop) {
+  const Data* body = hop.withContent ? request.body.get() : nullptr;
+  const char* customMethod = nullptr;
+  if (hop.method == "GET") {
+    curl_easy_setopt(get(), CURLOPT_HTTPGET, 1L);
+  } else if (hop.method == "HEAD") {
+    curl_easy_setopt(get(), CURLOPT_NOBODY, 1L);
+  } else if (body != nullptr || hop.method == "POST" || hop.method == "PUT") {
+    curl_easy_setopt(get(), CURLOPT_POST, 1L);
+    // Never a null pointer: libcurl would read the body from the standard input.
+    curl_easy_setopt(get(), CURLOPT_POSTFIELDS, body != nullptr ? body->data() : "");
+    curl_easy_setopt(get(), CURLOPT_POSTFIELDSIZE_LARGE,
+                     static_cast<curl_off_t>(body != nullptr ? body->size() : 0));
+    if (hop.method != "POST") customMethod = hop.method.c_str();
+  } else {
+    curl_easy_setopt(get(), CURLOPT_HTTPGET, 1L);
+    customMethod = hop.method.c_str();
+  }
+  curl_easy_setopt(get(), CURLOPT_CUSTOMREQUEST, customMethod);
+}
+
+} // namespace quarnet::platform

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "quarnet/platform/HttpRequest.h"
+#include "quarnet/platform/curl/HeaderList.h"
+#include "quarnet/platform/curl/Redirect.h"
+#include "quarnet/platform/curl/TrustStore.h"
+
+#include <array>
+#include <chrono>
+#include <curl/curl.h>
+#include <memory>
+
+namespace quarnet::platform {
+
+/// A libcurl handle that is used for one request after the other. What never changes is set when it
+/// is made; a request sets the rest. Redirects are not followed here.
+class EasyHandle {
+public:
+  /// Throws std::bad_alloc when libcurl has no memory. `trust` must outlive the handle.
+  EasyHandle(TrustStore& trust, std::size_t maximumBodySize);
+
+  /// Sets the handle up for one hop of `request`, whose body must stay as it is until the transfer
+  /// has ended.
+  void prepare(const HttpRequest& request, const Hop& hop, std::chrono::milliseconds timeout);
+
+  CURL* get() const { return easy_.get(); }
+
+  /// What libcurl said about the last failure; may be empty.
+  const char* errorText() const { return errorText_.data(); }
+
+private:
+  void setMethod(const HttpRequest& request, const Hop& hop);
+
+  std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_;
+  HeaderList headers_;
+  std::array<char, CURL_ERROR_SIZE> errorText_{};
+};
+
+} // namespace quarnet::platform

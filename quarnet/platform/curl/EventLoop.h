@@ -1,0 +1,75 @@
+#pragma once
+
+#include "quarnet/platform/HttpClient.h"
+#include "quarnet/platform/curl/Transfer.h"
+#include "quarnet/platform/glib/WorkerPool.h"
+
+#include <chrono>
+#include <curl/curl.h>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace quarnet::platform {
+
+/// One thread that carries all asynchronous sends of a client.
+///
+/// Few transfers are on the wire at a time and the rest wait in a queue, so that what a waiting
+/// send costs is its entry there. Every send that was submitted completes exactly once, on the
+/// workers.
+class EventLoop {
+public:
+  /// `trust` must outlive the loop. Throws std::system_error when no thread can be made.
+  EventLoop(TrustStore& trust, std::size_t maximumBodySize, WorkerPool& workers);
+  /// The loop was stopped before.
+  ~EventLoop();
+  EventLoop(const EventLoop&) = delete;
+  EventLoop& operator=(const EventLoop&) = delete;
+
+  /// Safe from any thread. After stop() the send fails with the reason given there.
+  void submit(std::shared_ptr<const HttpRequest> request, HttpClient::Completion completion);
+
+  /// Fails all that is queued or on the wire, as all that is submitted from now on, with the
+  /// description `reason`, and returns when the thread has ended. Safe from any thread, also twice.
+  void stop(const char* reason);
+
+private:
+  struct Submission {
+    std::shared_ptr<const HttpRequest> request;
+    HttpClient::Completion completion;
+  };
+  struct Flight;
+
+  void run();
+  bool isEnding();
+  bool admit();
+  std::deque<Submission> take(std::size_t count);
+  void launch(Submission submission);
+  bool addFlight();
+  void collect();
+  void land(Flight& flight);
+  void complete(Submission submission, HttpResult result);
+  void abandonAll();
+
+  TrustStore& trust_;
+  const std::size_t maximumBodySize_;
+  WorkerPool& workers_;
+  std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> multi_;
+
+  // Of the loop's thread alone.
+  std::vector<std::unique_ptr<Flight>> flights_;
+  std::vector<Flight*> idle_;
+
+  std::mutex mutex_;
+  std::deque<Submission> queue_;
+  /// The thread found the queue empty and wants to hear of the next submission.
+  bool starved_ = false;
+  const char* endReason_ = nullptr;
+
+  std::mutex joining_;
+  std::thread thread_;
+};
+
+} // namespace quarnet::platform

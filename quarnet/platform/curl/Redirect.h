@@ -1,0 +1,30 @@
+#pragma once
+
+#include "quarnet/platform/HttpRequest.h"
+
+#include <string>
+
+namespace quarnet::platform {
+
+/// What of a request goes to one address. The first hop is the request as it was made; each
+/// redirect (RFC 9110, section 15.4) makes the next one.
+struct Hop {
+  std::string url;
+  std::string method;
+  /// Whether the body goes along, and with it the fields that describe it.
+  bool withContent = true;
+  /// Whether the request's header fields go along.
+  bool withOwnFields = true;
+};
+
+/// Whether an answer with this status sends the client on to the address in its Location field.
+bool isRedirect(long status);
+
+/// The hop that an answer of this status to `hop` asks for; `url` is an absolute address.
+Hop redirected(const Hop& hop, long status, std::string url);
+
+/// Why nothing can be sent to this address; absent when it is an http or https address. What lies
+/// behind the scheme is left to libcurl to find wrong.
+Text addressProblem(const std::string& url);
+
+} // namespace quarnet::platform

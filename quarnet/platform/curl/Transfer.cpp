@@ -1,0 +1,141 @@
+#include "quarnet/platform/curl/Transfer.h"
+
+#include "quarnet/platform/curl/HttpError.h"
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+namespace quarnet::platform {
+namespace {
+
+constexpr int kMaximumRedirects = 20;
+
+} // namespace
+
+Transfer::Transfer(TrustStore& trust, std::size_t maximumBodySize)
+    : trust_(trust), maximumBodySize_(maximumBodySize), handle_(trust, maximumBodySize) {
+  curl_easy_setopt(easy(), CURLOPT_HEADERFUNCTION, onHeader);
+  curl_easy_setopt(easy(), CURLOPT_HEADERDATA, this);
+  curl_easy_setopt(easy(), CURLOPT_WRITEFUNCTION, onBody);
+  curl_easy_setopt(easy(), CURLOPT_WRITEDATA, this);
+}
+
+bool Transfer::begin(const HttpRequest& request) noexcept {
+  try {
+    request_ = &request;
+    deadline_ = Clock::now() +
+                std::min<std::chrono::milliseconds>(request.timeout, std::chrono::hours(24 * 24));
+    redirects_ = 0;
+    result_ = {};
+    if (Text problem = headProblem(request)) {
+      return fail(CURLE_BAD_FUNCTION_ARGUMENT, std::move(*problem));
+    }
+    hop_.url = request.url;
+    hop_.method = request.method;
+    hop_.withContent = true;
+    hop_.withOwnFields = true;
+    return prepareHop();
+  } catch (const std::bad_alloc&) {
+    return fail(CURLE_OUT_OF_MEMORY, "Not enough memory to send the request");
+  }
+}
+
+bool Transfer::advance(CURLcode code) noexcept {
+  try {
+    if (code != CURLE_OK) return fail(code, describe(code));
+    const char* next = nullptr;
+    if (isRedirect(result_.response ? result_.response->statusCode : 0)) {
+      // The Location field made absolute, since libcurl was told not to follow it itself.
+      curl_easy_getinfo(easy(), CURLINFO_REDIRECT_URL, &next);
+    }
+    return next != nullptr && follow(next);
+  } catch (const std::bad_alloc&) {
+    return fail(CURLE_OUT_OF_MEMORY, "Not enough memory to send the request");
+  }
+}
+
+HttpResult Transfer::takeResult() {
+  // A length that was announced and not kept to must not hold on to memory.
+  if (result_.body.size() < result_.body.capacity() / 2) result_.body.shrink_to_fit();
+  return std::exchange(result_, {});
+}
+
+bool Transfer::follow(std::string url) {
+  if (++redirects_ > kMaximumRedirects) {
+    return fail(CURLE_TOO_MANY_REDIRECTS,
+                "More than " + std::to_string(kMaximumRedirects) + " redirects");
+  }
+  hop_ = redirected(hop_, result_.response->statusCode, std::move(url));
+  result_ = {};
+  return prepareHop();
+}
+
+bool Transfer::prepareHop() {
+  if (Text problem = addressProblem(hop_.url)) {
+    return fail(CURLE_URL_MALFORMAT, std::move(*problem));
+  }
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
+  if (redirects_ > 0 && left.count() <= 0) {
+    return fail(CURLE_OPERATION_TIMEDOUT, "The time was up in the middle of the redirects");
+  }
+  refusal_ = CURLE_OK;
+  handle_.prepare(*request_, hop_, left);
+  return true;
+}
+
+bool Transfer::fail(CURLcode code, std::string description) {
+  result_.error = httpError(code, std::move(description));
+  return false;
+}
+
+std::string Transfer::describe(CURLcode code) const {
+  if (code == CURLE_FILESIZE_EXCEEDED || refusal_ == CURLE_FILESIZE_EXCEEDED) {
+    return "The answer is larger than " + std::to_string(maximumBodySize_) + " bytes";
+  }
+  if (refusal_ == CURLE_OUT_OF_MEMORY) return "Not enough memory for the answer";
+  if (code == CURLE_SSL_CACERT_BADFILE && trust_.problem()) return *trust_.problem();
+  const char* text = handle_.errorText();
+  return *text != '\0' ? text : curl_easy_strerror(code);
+}
+
+std::size_t Transfer::onHeader(char* line, std::size_t, std::size_t size, void* transfer) {
+  static_cast<Transfer*>(transfer)->receiveHeaderLine({line, size});
+  return size;
+}
+
+std::size_t Transfer::onBody(char* data, std::size_t, std::size_t size, void* transfer) {
+  return static_cast<Transfer*>(transfer)->receiveBody({data, size}) ? size : 0;
+}
+
+void Transfer::receiveHeaderLine(std::string_view line) {
+  if (line != "\r\n" && line != "\n") return;
+  // The head is whole; that of an interim answer (1xx) does not count.
+  long status = 0;
+  curl_easy_getinfo(easy(), CURLINFO_RESPONSE_CODE, &status);
+  if (status >= 200) result_.response = HttpResponse{.statusCode = status};
+}
+
+bool Transfer::receiveBody(std::string_view piece) noexcept {
+  Data& body = result_.body;
+  if (piece.size() > maximumBodySize_ - body.size()) {
+    refusal_ = CURLE_FILESIZE_EXCEEDED;
+    return false;
+  }
+  try {
+    if (body.empty()) {
+      // Once, since growing step by step needs the body's size twice over. An announced length is
+      // no more than address space until the bytes arrive.
+      curl_off_t announced = -1;
+      curl_easy_getinfo(easy(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
+      if (announced > 0) body.reserve(std::min<std::size_t>(announced, maximumBodySize_));
+    }
+    body += piece;
+    return true;
+  } catch (const std::bad_alloc&) {
+    refusal_ = CURLE_OUT_OF_MEMORY;
+    return false;
+  }
+}
+
+} // namespace quarnet::platform

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+namespace quarnet::platform {
+
+/// A fixed number of background threads that run calls in the order in which they came.
+///
+/// An exception that leaves a call is written to the log as one line and goes no further. The
+/// threads take over the signal mask of their maker. Every operation may be called from any thread,
+/// a call's own included.
+class WorkerPool {
+public:
+  explicit WorkerPool(unsigned threads);
+  /// Waits for the calls that were queued; destroyed by a call of its own, for all but that one.
+  ~WorkerPool();
+  WorkerPool(const WorkerPool&) = delete;
+  WorkerPool& operator=(const WorkerPool&) = delete;
+
+  void run(std::function<void()> call);
+
+  /// Waits until all calls have ended (from within a call: all others) or the time is up; after
+  /// that no further call is begun.
+  void finish(std::chrono::milliseconds limit);
+
+private:
+  struct State;
+  std::shared_ptr<State> state_;
+};
+
+} // namespace quarnet::platform
