@@ -14,9 +14,9 @@ namespace quarnet {
 /// "vornelAPIError" and code 1; its description is the transport's, absent when the server did
 /// answer.
 struct Error {
-  std::string domain;
+  std::string domain = {};
   std::int64_t code = 0;
-  Text description;
+  Text description = {};
 
   bool operator==(const Error&) const = default;
 };

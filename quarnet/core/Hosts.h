@@ -10,11 +10,11 @@ namespace quarnet {
 /// ("api.example.org", "127.0.0.1:8443"). An empty host keeps the one that is in force.
 struct Hosts {
   /// Sign-in, tokens, parameter keys.
-  std::string api;
+  std::string api = {};
   /// The mobile web site.
-  std::string mobile;
+  std::string mobile = {};
   /// The portal that opens in the system's browser.
-  std::string portal;
+  std::string portal = {};
 };
 
 /// Points the endpoint addresses of Constants.h at another deployment. Call it at start-up, before

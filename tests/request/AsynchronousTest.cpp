@@ -88,7 +88,7 @@ TEST_F(Asynchronous, EveryOutcomeHasItsRow) {
   EXPECT_EQ(page.result.at("RC"), "500");
   EXPECT_THAT(page.result.at("RM"), HasSubstr("<html"));
 
-  for (const std::string path : {"/none", "/empty"}) {
+  for (const std::string_view path : {"/none", "/empty"}) {
     const auto empty = outcomeOf(apiUrl(path));
     EXPECT_FALSE(empty.finished);
     EXPECT_EQ(empty.result, outcome("7", "Received data is empty", ""));
@@ -100,7 +100,7 @@ TEST_F(Asynchronous, EveryOutcomeHasItsRow) {
   EXPECT_EQ(cut.result.at("RC"), "200");
   EXPECT_EQ(cut.result.at("RM").size(), 5U);
 
-  for (const std::string url : {apiUrl("/reset"), std::string("https://127.0.0.1:1/x")}) {
+  for (const std::string& url : {apiUrl("/reset"), std::string("https://127.0.0.1:1/x")}) {
     EXPECT_EQ(outcomeOf(url).result, outcome("0", "", ""));
     EXPECT_EQ(log_->lines().back(), "0");
   }
@@ -112,24 +112,25 @@ TEST_F(Asynchronous, EveryOutcomeHasItsRow) {
 }
 
 TEST_F(Asynchronous, WhatIsMissingOfTheRegistrationIsDropped) {
+  const auto waitForLines = [this](std::size_t count) {
+    EXPECT_TRUE(platform::GlibMainThread::runUntil(
+        [&] { return log_->count(kDataReceived) >= count; }, std::chrono::seconds(10)));
+    Callbacks::letPass();
+  };
+  request_.set_finishedSelector(nullptr);
   RequestBundle bundle = post(apiUrl("/v1/a"));
-  const std::tuple<Operation, Operation, std::string> silent[] = {
-      {nullptr, &Callbacks::failed, "/v1/a"}, {&Callbacks::finished, nullptr, ""}};
-  for (const auto& [finished, failed, path] : silent) {
-    request_.set_target(&app_);
-    request_.set_finishedSelector(finished);
-    request_.set_failedSelector(failed);
-    RequestBundle quiet = post(path.empty() ? path : apiUrl(path));
-    request_.aSyncRequest(quiet);
-  }
-  APIRequest unregistered;
-  unregistered.setDelegateFinishedFailed(nullptr, nullptr, nullptr);
-  unregistered.aSyncRequestURLHTTPMethod(bundle, apiUrl("/v1/b"), HttpMethod::PUT);
+  request_.aSyncRequest(bundle);
+  waitForLines(2);
+
+  request_.setDelegateFinishedFailed(&app_, &Callbacks::finished, nullptr);
+  RequestBundle broken;
+  request_.aSyncRequest(broken);
+
+  request_.setDelegateFinishedFailed(nullptr, &Callbacks::finished, &Callbacks::failed);
+  request_.aSyncRequestURLHTTPMethod(bundle, apiUrl("/v1/b"), HttpMethod::PUT);
   EXPECT_EQ(bundle.url(), apiUrl("/v1/b.json"));
   EXPECT_EQ(bundle.httpMethod(), HttpMethod::PUT);
-  ASSERT_TRUE(platform::GlibMainThread::runUntil([&] { return log_->count(kDataReceived) >= 4; },
-                                                 std::chrono::seconds(10)));
-  Callbacks::letPass();
+  waitForLines(4);
   EXPECT_TRUE(app_.heard.empty());
 }
 

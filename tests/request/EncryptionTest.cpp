@@ -157,7 +157,9 @@ TEST_F(Encryption, GoesOnWithZeroBytesWhateverTheAnswerHolds) {
     server().misbehave("/oauth/get_param_enc_key", misbehaviour);
     const Text hex = encrypt("a=1");
     ASSERT_TRUE(hex);
-    if (misbehaviour.kind != Misbehaviour::Kind::status) EXPECT_EQ(hex, zero);
+    if (misbehaviour.kind != Misbehaviour::Kind::status) {
+      EXPECT_EQ(hex, zero);
+    }
   }
   EXPECT_GE(log_->count("response : (null)"), 4U);
 }

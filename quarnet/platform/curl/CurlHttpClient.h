@@ -10,7 +10,7 @@ namespace quarnet::platform {
 /// real servers.
 struct CurlHttpClientOptions {
   /// A PEM file of certificates that are trusted beside the system's own; empty for none.
-  std::string caFile;
+  std::string caFile = {};
   /// A larger answer fails like a transport error, so that a server cannot use up the memory.
   std::size_t maximumBodySize = std::size_t{512} << 20;
 };

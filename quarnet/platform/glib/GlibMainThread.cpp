@@ -6,6 +6,11 @@
 #include <utility>
 
 namespace quarnet::platform {
+namespace {
+
+constexpr guint kLongestSleepInMilliseconds = 10;
+
+} // namespace
 
 /// What is waiting to run. A batch of posts costs one source on the context, not one each.
 struct GlibMainThread::Queue {
@@ -45,23 +50,19 @@ void GlibMainThread::post(std::function<void()> call) {
 
 bool GlibMainThread::runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
   const gint64 deadline = g_get_monotonic_time() + limit.count() * 1000;
-  bool timeIsUp = false;
-  // Wakes the context when the time is up, since nothing else may.
-  GSource* alarm = g_timeout_source_new(static_cast<guint>(limit.count()));
+  // Wakes the context now and then: what `done` looks at may change on another thread.
+  GSource* alarm = g_timeout_source_new(kLongestSleepInMilliseconds);
   g_source_set_callback(
-      alarm,
-      [](gpointer flag) -> gboolean {
-        *static_cast<bool*>(flag) = true;
-        return G_SOURCE_REMOVE;
-      },
-      &timeIsUp, nullptr);
+      alarm, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
   g_source_attach(alarm, nullptr);
-  while (!done() && !timeIsUp && g_get_monotonic_time() < deadline) {
+  bool isDone = done();
+  while (!isDone && g_get_monotonic_time() < deadline) {
     g_main_context_iteration(nullptr, TRUE);
+    isDone = done();
   }
   g_source_destroy(alarm);
   g_source_unref(alarm);
-  return done();
+  return isDone;
 }
 
 } // namespace quarnet::platform

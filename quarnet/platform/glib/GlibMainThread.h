@@ -17,8 +17,8 @@ public:
   void post(std::function<void()> call) override;
 
   /// For programs without a main loop and for tests: runs what is queued on the default context and
-  /// waits for more until `done()` is true or the time is up. Call it on the main thread. Returns
-  /// the last `done()`.
+  /// waits for more until `done()`, asked after each step and every 10 milliseconds, is true or the
+  /// time is up. Call it on the main thread. Returns the last `done()`.
   static bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit);
 
 private:
