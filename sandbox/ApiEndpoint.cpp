@@ -29,6 +29,11 @@ Reply refusal(bool xml, unsigned status, std::string_view error, std::string_vie
   return shaped(xml, "error", status, {{"error", error}, {"error_description", description}});
 }
 
+Reply with(std::string_view name, std::string_view value, Reply reply) {
+  reply.headers.emplace_back(name, value);
+  return reply;
+}
+
 /// The pairs of a decrypted query text. Names stand there as the caller gave them, values escaped
 /// once, so only values are decoded.
 json::object parametersOf(std::string_view text) {
@@ -112,11 +117,14 @@ Reply ApiEndpoint::call(const ReceivedRequest& request) {
   if ((!xml && !path.ends_with(".json")) || path.starts_with("/missing"))
     return refusal(xml, 404, "not_found", "There is nothing at this address.");
   if (std::ranges::find(kMethods, request.method) == kMethods.end())
-    return refusal(xml, 405, "method_not_allowed", "The methods are GET, POST, PUT and DELETE.");
+    return with("Allow", "GET, POST, PUT, DELETE",
+                refusal(xml, 405, "method_not_allowed", "This method is not known."));
   if (request.header("client_id") != options_.clientId)
     return refusal(xml, 401, "invalid_client", "The header client_id names no known client.");
   if (!tokens_.isLive(std::string(request.header("access_token").value_or(""))))
-    return refusal(xml, 401, "invalid_token", "The access token is absent, unknown or expired.");
+    return with(
+        "WWW-Authenticate", "Bearer error=\"invalid_token\"",
+        refusal(xml, 401, "invalid_token", "The access token is absent, unknown or expired."));
 
   const Form query(request.query().value_or(""));
   json::object answer{{"result", "ok"},
