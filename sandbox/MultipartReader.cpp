@@ -30,6 +30,7 @@ void MultipartReader::feed(std::string_view bytes) {
 }
 
 std::vector<Upload> MultipartReader::takeUploads() {
+  if (state_ == State::data) addData(pending_);
   if (part_) closePart();
   return std::move(uploads_);
 }

@@ -19,7 +19,7 @@ struct Options {
   std::chrono::seconds refreshTokenLifetime{14 * 24 * 3600};
   unsigned threads = 2; ///< threads that serve connections, at least 1
   /// Gets one line a request, without secrets; called from any thread, one call at a time.
-  std::function<void(const std::string& line)> log;
+  std::function<void(const std::string& line)> log = {};
 };
 
 } // namespace quarnet::sandbox

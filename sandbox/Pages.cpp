@@ -13,7 +13,8 @@ body { margin: 0; min-height: 100vh; display: grid; place-items: center; padding
 main { width: 100%; max-width: 24rem; }
 h1 { font-size: 1.5rem; line-height: 1.25; margin: 0 0 .25rem; }
 [lang=en] { color: var(--soft); font-size: .9rem; font-weight: normal; }
-h1 [lang=en] { display: block; font-size: 1rem; }
+h1 [lang=en], p [lang=en] { display: block; }
+h1 [lang=en] { font-size: 1rem; }
 label { display: block; margin-top: 1rem; font-weight: 600; }
 input { width: 100%; font: inherit; padding: .6rem .75rem; margin-top: .25rem;
   border: 1px solid var(--line); border-radius: .5rem; }
@@ -75,8 +76,8 @@ std::string entry(const std::string& term, std::string_view value) {
 Reply signIn(std::string_view clientId, std::string_view transaction, std::string_view userName,
              bool refused) {
   std::string content = heading("로그인", "Sign in");
-  content += "<p>" + both("계속 진행할 앱:", "to continue to") + " <strong>" +
-             markupEscaped(clientId) + "</strong></p>\n";
+  content += "<p><strong>" + markupEscaped(clientId) + "</strong> " +
+             both("앱으로 계속합니다.", "The application you are about to use.") + "</p>\n";
   if (refused)
     content += "<p class=\"told\" id=\"refused\" role=\"alert\">" +
                both("아이디 또는 비밀번호가 올바르지 않습니다.",
