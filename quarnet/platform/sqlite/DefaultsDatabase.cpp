@@ -24,13 +24,13 @@ std::string reasonOf(sqlite3* connection) {
 
 } // namespace
 
-std::unique_ptr<DefaultsDatabase> DefaultsDatabase::open(const std::string& path,
+std::unique_ptr<DefaultsDatabase> DefaultsDatabase::open(const std::string& path, int patience,
                                                          std::string& reason) {
   sqlite3* connection = nullptr;
   const int outcome = sqlite3_open_v2(path.c_str(), &connection,
                                       SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
   std::unique_ptr<DefaultsDatabase> database(new DefaultsDatabase(Connection(connection)));
-  if (outcome == SQLITE_OK && database->configure()) return database;
+  if (outcome == SQLITE_OK && database->configure(patience)) return database;
   reason = database->reason();
   return nullptr;
 }
@@ -74,8 +74,8 @@ std::string DefaultsDatabase::reason() const {
   return reasonOf(connection_.get());
 }
 
-bool DefaultsDatabase::configure() {
-  sqlite3_extended_result_codes(connection_.get(), 0);
+bool DefaultsDatabase::configure(int patience) {
+  sqlite3_busy_timeout(connection_.get(), patience);
   // TRUNCATE with FULL flushes the end of the journal as well, so a save is durable when it
   // returns, and costs fewer flushes than DELETE, which needs EXTRA for that. No earlier token
   // stays behind: the journal is emptied, and secure_delete overwrites what a save frees. A

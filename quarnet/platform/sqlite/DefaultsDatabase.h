@@ -17,18 +17,19 @@ public:
   using Changes = std::map<std::string, Text, std::less<>>;
 
   /// Opens a file that exists, to read only where it cannot be written. Null with the reason when
-  /// it cannot be opened.
-  static std::unique_ptr<DefaultsDatabase> open(const std::string& path, std::string& reason);
+  /// it cannot be opened. Here and below, another process's transaction is waited for up to
+  /// `patience` milliseconds.
+  static std::unique_ptr<DefaultsDatabase> open(const std::string& path, int patience,
+                                                std::string& reason);
 
   /// Whether the file that was opened is still the one at its path.
   bool isInPlace() const;
 
-  /// Gives the text under `key`, absent when there is none. Waits up to `patience` milliseconds for
-  /// another process that is committing.
+  /// Gives the text under `key`, absent when there is none.
   bool read(std::string_view key, Text& value, int patience);
 
   /// Applies all changes as one transaction, durable when it returns true; nothing of it is left
-  /// otherwise. Waits up to `patience` milliseconds for another process's transaction.
+  /// otherwise.
   bool write(const Changes& changes, int patience);
 
   /// Why the last operation failed.
@@ -44,7 +45,7 @@ private:
 
   explicit DefaultsDatabase(Connection connection) : connection_(std::move(connection)) {}
 
-  bool configure();
+  bool configure(int patience);
   bool execute(const char* sql);
   bool prepare(Statement& statement, std::string_view sql);
   bool prepareWriting();

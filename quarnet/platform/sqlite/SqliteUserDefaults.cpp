@@ -5,14 +5,35 @@
 #include "quarnet/platform/sqlite/DefaultsDatabase.h"
 #include "quarnet/platform/sqlite/PrivateFile.h"
 
+#include <atomic>
+#include <cerrno>
+#include <cstdint>
+#include <ctime>
 #include <filesystem>
 #include <mutex>
+#include <pthread.h>
 #include <unistd.h>
 
 namespace quarnet::platform {
 namespace {
 
 constexpr int kPatience = 5'000; // milliseconds
+
+/// How many forks lie between this process and the one that first opened a file. Counted by a
+/// handler, since asking for the process at every read would show in its time.
+constinit std::atomic<int> forks = 0;
+
+void countForks() {
+  static const int registered = pthread_atfork(nullptr, nullptr, [] { ++forks; });
+  static_cast<void>(registered);
+}
+
+/// Nanoseconds of a clock that moves in ticks of some milliseconds and costs next to nothing.
+std::int64_t coarseTime() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+  return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
 
 /// Fixed once, so that a program that changes its working directory keeps its file.
 std::string absolutePath(const std::string& path) {
@@ -68,13 +89,14 @@ public:
 
 private:
   bool read(std::string_view key, Text& found, std::string& failure) {
-    if (!hasFile()) {
+    // A lock that outlasted one wait is not waited for again, or five values would take five waits.
+    const int patience = readFailed_ ? 0 : kPatience;
+    if (!hadFile()) {
       // Nothing was ever saved.
       if (access(path().c_str(), F_OK) != 0 && errno == ENOENT) return true;
-      if (!openFile(failure)) return false;
+      if (!openFile(patience, failure)) return false;
     }
-    // A lock that outlasted one wait is not waited for again, or five values would take five waits.
-    if (file_->read(key, found, readFailed_ ? 0 : kPatience)) return true;
+    if (file_->read(key, found, patience)) return true;
     failure = described(file_->reason());
     file_.reset();
     return false;
@@ -86,7 +108,7 @@ private:
         failure = described(error.message());
         return false;
       }
-      if (!openFile(failure)) return false;
+      if (!openFile(kPatience, failure)) return false;
     }
     if (file_->write(pending_, kPatience)) return true;
     failure = described(file_->reason());
@@ -98,15 +120,23 @@ private:
   bool hasFile() {
     leaveFileOfParent();
     if (file_ && !file_->isInPlace()) file_.reset();
+    lookedAt_ = coarseTime();
     return file_ != nullptr;
   }
 
-  bool openFile(std::string& failure) {
+  /// The same for reads, which look for the path once in a tick of the coarse clock, some
+  /// milliseconds: looking for it at every value would be a fifth of the time to restore a record.
+  bool hadFile() {
+    return (file_ && forksBefore_ == forks && lookedAt_ == coarseTime()) || hasFile();
+  }
+
+  bool openFile(int patience, std::string& failure) {
+    countForks();
     tightenMode(path());
     tightenMode(path() + "-journal");
     std::string reason;
-    file_ = DefaultsDatabase::open(path(), reason);
-    owner_ = getpid();
+    file_ = DefaultsDatabase::open(path(), patience, reason);
+    forksBefore_ = forks;
     if (!file_) failure = described(reason);
     return file_ != nullptr;
   }
@@ -114,7 +144,7 @@ private:
   /// After a fork, the file that the parent opened is given up and not closed: closing it would
   /// undo the save that the parent may be in the middle of.
   void leaveFileOfParent() {
-    if (file_ && owner_ != getpid()) static_cast<void>(file_.release());
+    if (file_ && forksBefore_ != forks) static_cast<void>(file_.release());
   }
 
   const std::string& path() {
@@ -129,7 +159,8 @@ private:
   /// Set or removed and not yet saved.
   DefaultsDatabase::Changes pending_;
   std::unique_ptr<DefaultsDatabase> file_;
-  pid_t owner_ = 0;
+  int forksBefore_ = 0;
+  std::int64_t lookedAt_ = 0;
   bool readFailed_ = false;
 };
 

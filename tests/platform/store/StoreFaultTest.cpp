@@ -68,6 +68,9 @@ private:
 TEST_F(StoreFaultTest, KilledAtAnyInstantLeavesOneWholeSave) {
   std::mt19937 random(20240229);
   const fs::path path = root / "in" / "store.sqlite";
+  const auto start = std::chrono::steady_clock::now();
+  Saver(path, 1, 10).wait();
+  const auto aSave = (std::chrono::steady_clock::now() - start) / 10;
   long generation = 0;
   int midway = 0;
   for (int round = 0; round < 500; ++round) {
@@ -78,8 +81,8 @@ TEST_F(StoreFaultTest, KilledAtAnyInstantLeavesOneWholeSave) {
     }
     Saver saver(path, generation + 1, 1'000'000);
     if (round % 10 != 0) saver.readOne();
-    const unsigned span = round % 10 != 0 ? 4'000 : 15'000;
-    std::this_thread::sleep_for(std::chrono::microseconds(random() % span));
+    const auto span = round % 10 != 0 ? aSave * 3 / 2 : aSave * 2 + 10ms;
+    std::this_thread::sleep_for(span * (random() % 1'000) / 1'000);
     saver.stop();
     ASSERT_EQ(saver.wait(), SIGKILL);
     const long found = generationIn(path);
