@@ -3,22 +3,17 @@
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
+#include "quarnet/oauth/TokenRequest.h"
 #include "quarnet/platform/Platform.h"
 
 namespace quarnet {
 
 using platform::deliver;
-using platform::HttpRequest;
 using platform::HttpResult;
 using platform::log;
 using platform::Platform;
 
 namespace {
-
-/// "NAME=VALUE" with the value escaped, or "(null)" when it is absent.
-std::string pair(std::string_view name, const Text& value) {
-  return std::string(name).append("=").append(formatted(addingPercentEscapes(value)));
-}
 
 /// The body of a GET; empty when the transport failed, however much had arrived by then.
 Data get(std::string url) {
@@ -35,20 +30,20 @@ bool contains(const Text& text, std::string_view marker) {
 
 std::string OAuthInfoManager::getAccessTokenReissueURL() {
   std::string url(VORNEL_URL_OAUTH_ACCESS);
-  url += '?' + pair(VORNEL_OAUTH_CLIENT_ID, clientId());
-  url += '&' + pair(VORNEL_OAUTH_CLIENT_SECRET, clientSecret());
-  url += '&' + pair(VORNEL_OAUTH_REDIRECT_URI, redirect_uri());
-  url += '&' + pair(VORNEL_OAUTH_GRANT_TYPE, "refresh_token");
-  url += '&' + pair(VORNEL_OAUTH_SCOPE, scope());
-  url += '&' + pair(VORNEL_OAUTH_REFRESH_TOKEN, oAuthInfo().refreshToken());
+  url += '?' + addressPair(VORNEL_OAUTH_CLIENT_ID, clientId());
+  url += '&' + addressPair(VORNEL_OAUTH_CLIENT_SECRET, clientSecret());
+  url += '&' + addressPair(VORNEL_OAUTH_REDIRECT_URI, redirect_uri());
+  url += '&' + addressPair(VORNEL_OAUTH_GRANT_TYPE, "refresh_token");
+  url += '&' + addressPair(VORNEL_OAUTH_SCOPE, scope());
+  url += '&' + addressPair(VORNEL_OAUTH_REFRESH_TOKEN, oAuthInfo().refreshToken());
   log("OAuth RefreshToken URL : ", url);
   return url;
 }
 
 std::string OAuthInfoManager::getRevokeTokenUrl() {
   std::string url(VORNEL_URL_OAUTH_REVOKE);
-  url += '?' + pair(VORNEL_OAUTH_CLIENT_ID, clientId());
-  url += '&' + pair(VORNEL_OAUTH_TOKEN, oAuthInfo().accessToken());
+  url += '?' + addressPair(VORNEL_OAUTH_CLIENT_ID, clientId());
+  url += '&' + addressPair(VORNEL_OAUTH_TOKEN, oAuthInfo().accessToken());
   log("OAuth RevokeToken URL : ", url);
   return url;
 }
@@ -74,10 +69,7 @@ void OAuthInfoManager::revokeTokenToServerAsynch() {
 }
 
 void OAuthInfoManager::readUrl(const std::string& url) {
-  auto request = std::make_shared<HttpRequest>();
-  request->url = url;
-  Platform::current().httpClient->sendAsynchronously(
-      std::move(request), [this](HttpResult result) { revocationAnswered(std::move(result)); });
+  getAsynchronously(url, [this](HttpResult result) { revocationAnswered(std::move(result)); });
 }
 
 void OAuthInfoManager::revocationAnswered(HttpResult result) {
