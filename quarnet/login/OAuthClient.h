@@ -1,15 +1,160 @@
 #pragma once
 
+#include "quarnet/core/Callback.h"
+#include "quarnet/core/Data.h"
 #include "quarnet/core/Export.h"
+#include "quarnet/platform/HttpClient.h"
+#include "quarnet/platform/Toolkit.h"
 
 #include <memory>
+#include <mutex>
+#include <string>
 
 namespace quarnet {
 
-/// The login screen.
-class QUARNET_EXPORT OAuthClient : public std::enable_shared_from_this<OAuthClient> {
+/// A rectangle for the application's own use; the library neither reads nor writes it.
+QUARNET_EXPORT extern platform::Rect oldStatusFrame;
+
+/// The login screen: a web page laid over the application's window, in which the user signs in
+/// (RFC 6749, section 4.1). One serves every login.
+///
+/// The session manager owns the screen and opens it. The screen builds the addresses from the
+/// manager's configuration, judges every navigation, takes the authorization code from the page
+/// that ends the sign-in, exchanges it for tokens, saves them, closes, and then tells the
+/// application. A screen that the user closes and an authorization error tell the application
+/// nothing.
+///
+/// Everything here belongs to the user-interface thread, except that result() and the callback may
+/// be read and written from any thread, and that parseData() may run on any. Screens are held by
+/// shared pointers: one that is open, or waits for an answer, keeps itself alive. Nothing is
+/// thrown.
+class QUARNET_EXPORT OAuthClient final : public platform::WebViewDelegate,
+                                         public std::enable_shared_from_this<OAuthClient> {
 public:
+  static std::shared_ptr<OAuthClient> make();
+  ~OAuthClient() override;
+  OAuthClient& init() { return *this; }
+
+  OAuthClient(const OAuthClient&) = delete;
+  OAuthClient& operator=(const OAuthClient&) = delete;
+
+  // Kept for the application; the library neither reads nor writes them.
+  bool _sessionChecked = false;
+  Text checkedURL;
+
+  /// The sign-in page; like the two views below, null before the first login and from the end of a
+  /// close on.
+  std::shared_ptr<platform::WebView> loginView() const { return loginView_; }
+  void setLoginView(std::shared_ptr<platform::WebView> view) { loginView_ = std::move(view); }
+  /// The backdrop, as large as the window.
+  std::shared_ptr<platform::View> viewBlock() const { return viewBlock_; }
+  void setViewBlock(std::shared_ptr<platform::View> view) { viewBlock_ = std::move(view); }
+  /// The panel that holds title bar and page and grows and shrinks with them.
+  std::shared_ptr<platform::View> bgView() const { return bgView_; }
+  void setBgView(std::shared_ptr<platform::View> view) { bgView_ = std::move(view); }
+
+  // Kept for the application; the login does not use them. Absent until set.
+  const std::optional<Data>& receivedData() const { return receivedData_; }
+  void setReceivedData(std::optional<Data> data) { receivedData_ = std::move(data); }
+  const std::optional<platform::HttpResponse>& response() const { return response_; }
+  void setResponse(std::optional<platform::HttpResponse> response) { response_ = response; }
+
+  /// The text of the last token answer; absent before it and when it was not valid UTF-8.
+  Text result() const;
+  void setResult(Text result);
+
+  // Who hears how the code exchange ended. Not owned; must be of the operations' own class.
+  void* _target() const;
+  void set_target(void* target);
+  Operation _finishedSelector() const;
+  void set_finishedSelector(Operation finished);
+  Operation _failedSelector() const;
+  void set_failedSelector(Operation failed);
+
+  /// Lays the screen over the key window, lets it grow for half a second and then loads the
+  /// authorization page. On a screen that is open already it lays a second one on top.
+  ///
+  /// `finished` hears of a token answer, whatever it says ("RC" and "RM" empty, "RD" the answer's
+  /// text, left out when it is not UTF-8), `failed` of a transport error ("RM" its description, the
+  /// others empty), on the main thread. The target is not owned: keep it alive until the login has
+  /// ended. Without a toolkit one line goes to the log and nothing else happens.
+  template <class T>
+  void loginFinishedFailed(T* target, std::type_identity_t<Method<T>> finished,
+                           std::type_identity_t<Method<T>> failed) {
+    loginFinishedFailed(makeCallback(target, finished, failed));
+  }
+  void loginFinishedFailed(std::nullptr_t, Operation finished, Operation failed) {
+    loginFinishedFailed({nullptr, finished, failed});
+  }
+  void loginFinishedFailed(CallbackTriple callback);
+
+  /// Clears the page, lets the screen shrink for half a second and takes it off the window. Calls
+  /// nothing back and keeps the callback. Nothing when no screen is open or it is closing already.
+  void closeLoginView();
+
+  /// The button of the authorization-error alert, whatever its index: closes the screen.
+  void alertViewClickedButtonAtIndex(int buttonIndex);
+
+  /// The authorization request's address (RFC 6749, section 4.1.1).
+  std::string getOAuthorizationUrl();
+
+  /// The token request's address (RFC 6749, section 4.1.3), client secret and all.
+  std::string getOAccessTokenUrl();
+
+  /// Whether `webView` may load `url`. The portal's open page goes to the system's browser instead.
+  bool webViewShouldStartLoadWithRequestNavigationType(platform::WebView& webView,
+                                                       const std::string& url, int navigationType);
+
+  /// Logs the error; the screen stays open.
+  void webViewDidFailLoadWithError(platform::WebView& webView, const platform::WebLoadError& error);
+
+  /// Examines a page that has finished: the end of the sign-in starts the code exchange, every time
+  /// it is seen; an authorization error (RFC 6749, section 4.1.2.1) is kept in the session manager
+  /// and shown.
+  void webViewDidFinishLoad(platform::WebView& webView);
+
+  /// Sends the token request to `url` without waiting for the answer, which is then taken over as
+  /// by parseData() and reported to who is registered by then.
+  void readUrl(const std::string& url);
+
+  /// Takes a token endpoint's answer (RFC 6749, section 5.1) into the token record, saves it and
+  /// has the screen closed on the main thread.
+  void parseData(const Data& answer);
+
+private:
   OAuthClient() = default;
+
+  bool shouldStartLoad(platform::WebView& view, const std::string& url) override;
+  void didFailLoad(platform::WebView& view, const platform::WebLoadError& error) override;
+  void didFinishLoad(platform::WebView& view) override;
+
+  std::shared_ptr<platform::TitleBar> makeTitleBar(platform::Toolkit& toolkit, double width);
+  std::shared_ptr<platform::WebView> makeLoginView(platform::Toolkit& toolkit, double width,
+                                                   double height);
+  /// Takes off the views that a close was started for, which need not be the latest.
+  void removeViews(const std::shared_ptr<platform::WebView>& page,
+                   const std::shared_ptr<platform::View>& panel,
+                   const std::shared_ptr<platform::View>& backdrop);
+
+  void exchangeCode(const std::string& url);
+  void showAuthorizationError(const std::string& url);
+  /// Runs on a background thread.
+  void exchangeAnswered(const platform::HttpResult& answer);
+  CallbackTriple callback() const;
+  void setCallback(const CallbackTriple& callback);
+
+  std::shared_ptr<platform::WebView> loginView_;
+  std::shared_ptr<platform::View> viewBlock_;
+  std::shared_ptr<platform::View> bgView_;
+  /// The panel whose closing is under way.
+  std::weak_ptr<platform::View> closing_;
+  std::optional<Data> receivedData_;
+  std::optional<platform::HttpResponse> response_;
+
+  /// Guards what the background completion of an exchange reads and writes.
+  mutable std::mutex mutex_;
+  Text result_;
+  CallbackTriple callback_;
 };
 
 } // namespace quarnet

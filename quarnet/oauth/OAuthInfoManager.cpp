@@ -12,7 +12,7 @@ OAuthInfoManager& OAuthInfoManager::sharedInstance() {
 
 OAuthInfoManager& OAuthInfoManager::init() {
   OAuthInfo::sharedInstance();
-  setOAuthClient(std::make_shared<OAuthClient>());
+  setOAuthClient(OAuthClient::make());
   setResponse_type("code");
   setRedirect_uri("about:blank");
   setGrant_type("authorization_code");

@@ -98,6 +98,36 @@ public:
   Operation _failedSelector() const;
   void set_failedSelector(Operation failed);
 
+  /// Signs the user in. Tokens that are stored are reissued first, which blocks for up to 60
+  /// seconds; when that succeeds nothing is shown and nobody is called back: the new token is in
+  /// the record. Otherwise the login screen opens, and the two operations hear of its outcome as
+  /// OAuthClient::loginFinishedFailed() says.
+  template <class T>
+  void loginFinishedFailed(T* target, std::type_identity_t<Method<T>> finished,
+                           std::type_identity_t<Method<T>> failed) {
+    loginFinishedFailed(makeCallback(target, finished, failed));
+  }
+  void loginFinishedFailed(std::nullptr_t, Operation finished, Operation failed) {
+    loginFinishedFailed({nullptr, finished, failed});
+  }
+  void loginFinishedFailed(CallbackTriple callback);
+  /// The same without callbacks.
+  void login();
+
+  /// Registers who hears of it and signs the user out as revokeTokenToServerAsynch() does: "RD"
+  /// carries the server's answer, "RM" a transport error. Returns at once.
+  template <class T>
+  void logoutFinishedFailed(T* target, std::type_identity_t<Method<T>> finished,
+                            std::type_identity_t<Method<T>> failed) {
+    logoutFinishedFailed(makeCallback(target, finished, failed));
+  }
+  void logoutFinishedFailed(std::nullptr_t, Operation finished, Operation failed) {
+    logoutFinishedFailed({nullptr, finished, failed});
+  }
+  void logoutFinishedFailed(CallbackTriple callback);
+  /// Signs the user out, blocking; drops the tokens only when the server confirmed.
+  void logout();
+
   /// Writes the token record to the user defaults, durably; a field that is absent removes its
   /// entry.
   void saveOAuthInfo();

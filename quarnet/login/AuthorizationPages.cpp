@@ -1,0 +1,120 @@
+// What the login screen makes of the addresses that its page goes through.
+
+#include "quarnet/core/Constants.h"
+#include "quarnet/core/StringUtil.h"
+#include "quarnet/core/Text.h"
+#include "quarnet/login/OAuthClient.h"
+#include "quarnet/oauth/OAuthInfoManager.h"
+#include "quarnet/oauth/TokenRequest.h"
+#include "quarnet/platform/Platform.h"
+
+#include <strings.h>
+
+namespace quarnet {
+
+using platform::log;
+using platform::Platform;
+using platform::Toolkit;
+
+namespace {
+
+/// A scheme of the server's own and the web's scheme for it.
+struct SchemeRewrite {
+  std::string_view scheme;
+  /// How much of an address is compared with the scheme. One character less than the scheme has,
+  /// so no address is ever rewritten: this is meant.
+  std::size_t compared;
+  std::string_view replacement;
+};
+constexpr SchemeRewrite kSchemeRewrites[] = {
+    {"oauths://", 8, "https://"},
+    {"oauth://", 7, "http://"},
+};
+
+bool equalIgnoringCase(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+}
+
+/// The page that belongs into the system's browser.
+bool isPortalPage(std::string_view url) {
+  return url.starts_with(std::string("https://").append(VORNEL_URL_OAUTH_REDIRECT_URL).append("?"));
+}
+
+} // namespace
+
+std::string OAuthClient::getOAuthorizationUrl() {
+  const OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
+  std::string url(VORNEL_URL_OAUTH_AUTHEN);
+  url += '?' + addressPair(VORNEL_OAUTH_CLIENT_ID, manager.clientId());
+  url += '&' + addressPair(VORNEL_OAUTH_RESPONSE_TYPE, manager.response_type());
+  url += '&' + addressPair(VORNEL_OAUTH_SCOPE, manager.scope());
+  url += '&' + addressPair(VORNEL_OAUTH_REDIRECT_URI, manager.redirect_uri());
+  log("OAuth Athorization URL : ", url);
+  return url;
+}
+
+std::string OAuthClient::getOAccessTokenUrl() {
+  const OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
+  std::string url(VORNEL_URL_OAUTH_ACCESS);
+  url += '?' + addressPair(VORNEL_OAUTH_CLIENT_ID, manager.clientId());
+  url += '&' + addressPair(VORNEL_OAUTH_SCOPE, manager.scope());
+  url += '&' + addressPair(VORNEL_OAUTH_REDIRECT_URI, manager.redirect_uri());
+  url += '&' + addressPair(VORNEL_OAUTH_CLIENT_SECRET, manager.clientSecret());
+  url += '&' + addressPair(VORNEL_OAUTH_CODE, manager.code());
+  url += '&' + addressPair(VORNEL_OAUTH_GRANT_TYPE, manager.grant_type());
+  log("OAuth AccessToken URL : ", url);
+  return url;
+}
+
+bool OAuthClient::webViewShouldStartLoadWithRequestNavigationType(platform::WebView&,
+                                                                  const std::string& url, int) {
+  log("-[OAuthClient webView:shouldStartLoadWithRequest:navigationType:], URL : ", url);
+  for (const auto& [scheme, compared, replacement] : kSchemeRewrites) {
+    if (!equalIgnoringCase(std::string_view(url).substr(0, compared), scheme)) continue;
+    const std::string rewritten = std::string(replacement) + url.substr(scheme.size());
+    log(scheme, "를 제거한 URL : ", rewritten);
+    if (loginView_) loginView_->load(rewritten);
+    return false;
+  }
+  if (!isPortalPage(url)) return true;
+  if (const std::shared_ptr<Toolkit> toolkit = Platform::current().toolkit) {
+    toolkit->openExternally(url);
+  }
+  return false;
+}
+
+void OAuthClient::webViewDidFailLoadWithError(platform::WebView&,
+                                              const platform::WebLoadError& error) {
+  log("웹뷰 로딩 에러 : ", error.description, " ", error.userInfo);
+}
+
+void OAuthClient::webViewDidFinishLoad(platform::WebView& webView) {
+  const std::string url(formatted(webView.currentUrl()));
+  log("요청 완료된 URL : ", url);
+  // One address may be both: the exchange starts first, then the error is shown.
+  if (url.find("access_complete_mobile") != std::string::npos) exchangeCode(url);
+  if (url.find("error_description") != std::string::npos) showAuthorizationError(url);
+}
+
+void OAuthClient::exchangeCode(const std::string& url) {
+  OAuthInfoManager::sharedInstance().setCode(
+      StringUtil::getValueFromQueryStringKey(url, VORNEL_OAUTH_CODE));
+  readUrl(getOAccessTokenUrl());
+}
+
+void OAuthClient::showAuthorizationError(const std::string& url) {
+  const Text error = StringUtil::getValueFromQueryStringKey(url, "error");
+  const Text description = StringUtil::getValueFromQueryStringKey(url, "error_description");
+  OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
+  // The value of the key that is named like the error, not the error itself: this is meant.
+  manager.setError(StringUtil::getValueFromQueryStringKey(url, formatted(error)));
+  manager.setErrorDesc(description);
+
+  const std::shared_ptr<Toolkit> toolkit = Platform::current().toolkit;
+  if (!toolkit) return;
+  const Text shown = description ? replacingPercentEscapes(*description) : std::nullopt;
+  toolkit->showAlert(error.value_or(""), shown.value_or(""), "확인",
+                     [screen = shared_from_this()] { screen->alertViewClickedButtonAtIndex(0); });
+}
+
+} // namespace quarnet

@@ -1,0 +1,54 @@
+// The exchange of the authorization code for tokens.
+
+#include "quarnet/core/Text.h"
+#include "quarnet/login/OAuthClient.h"
+#include "quarnet/oauth/OAuthInfoManager.h"
+#include "quarnet/oauth/TokenAnswer.h"
+#include "quarnet/oauth/TokenRequest.h"
+#include "quarnet/platform/Platform.h"
+
+namespace quarnet {
+
+using platform::deliver;
+using platform::log;
+using platform::Platform;
+
+void OAuthClient::readUrl(const std::string& url) {
+  getAsynchronously(url, [screen = shared_from_this()](platform::HttpResult answer) {
+    screen->exchangeAnswered(answer);
+  });
+}
+
+void OAuthClient::exchangeAnswered(const platform::HttpResult& answer) {
+  if (!answer.body.empty() && !answer.error) {
+    // The status is not looked at: a refusal, too, is taken for a token answer and ends the login.
+    const Text text = utf8Text(answer.body);
+    setResult(text);
+    log("result : ", formatted(text));
+    parseData(answer.body);
+    const CallbackTriple told = callback();
+    deliver(told.target, told.finished, resultDictionary("", "", text));
+  } else if (!answer.error) {
+    log("Nothing was downloaded.");
+  } else {
+    log("Error = ", formatted(answer.error->description));
+    const CallbackTriple told = callback();
+    deliver(told.target, told.failed, resultDictionary("", answer.error->description, ""));
+  }
+}
+
+void OAuthClient::parseData(const Data& answer) {
+  OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
+  OAuthInfo& record = manager.oAuthInfo();
+  log("accessToken : ", formatted(record.accessToken()));
+  takeTokenAnswer(record, answer);
+  log("accessToken : ", formatted(record.accessToken()));
+  log("Exfire Time : ", formatted(record.expiresIn()));
+  manager.saveOAuthInfo();
+  log("OAuth Info");
+  log(record.getWholeInfo());
+  // Posted before the application's callback, and so seen before it.
+  Platform::current().mainThread->post([screen = shared_from_this()] { screen->closeLoginView(); });
+}
+
+} // namespace quarnet
