@@ -1,0 +1,155 @@
+#include "tests/login/LoginTest.h"
+
+namespace quarnet::test {
+namespace {
+
+using sandbox::Misbehaviour;
+
+using CodeExchange = LoginTest;
+
+// 1,700,000,000.25 s since 1970 are 721,692,800.25 s since 2001.
+constexpr const char* kNow = "721692800250";
+constexpr const char* kLater = "721696400250";
+
+TEST_F(CodeExchange, SignsInForRealAndClosesBeforeItCallsBack) {
+  struct App {
+    HeadlessToolkit& toolkit;
+    std::vector<std::string> heard;
+    void finished(const ResultDictionary& result) {
+      const auto page = toolkit.webView();
+      heard = {page ? page->loads().back() : "gone", result.at("RC"), result.at("RM"),
+               result.at("RD")};
+    }
+  } app{*toolkit_, {}};
+  record_.setAccessToken("old");
+  client_->loginFinishedFailed(&app, &App::finished, nullptr);
+  toolkit_->advance(500ms);
+  const std::string code = server().issueCode("about:blank", "profile");
+  log_->clear();
+  toolkit_->webView()->finish(completionUrl(code));
+  EXPECT_TRUE(platform::GlibMainThread::runUntil([&] { return !app.heard.empty(); }, 10s));
+
+  EXPECT_EQ(manager_.code(), code);
+  EXPECT_TRUE(server().tokenIsLive(*record_.accessToken()));
+  const std::string answer = client_->result().value_or("");
+  EXPECT_THAT(app.heard, ElementsAre("about:blank", "", "", answer));
+  const std::string query =
+      "/oauth/token?client_id=demo-client&scope=profile&redirect_uri=about:blank"
+      "&client_secret=demo-secret&code=" +
+      code + "&grant_type=authorization_code";
+  const auto received = server().received();
+  ASSERT_EQ(received.size(), 1U);
+  EXPECT_EQ(received[0].method + received[0].target, "GET" + query);
+  EXPECT_THAT(
+      log_->lines(),
+      ElementsAre("요청 완료된 URL : " + completionUrl(code),
+                  "OAuth AccessToken URL : " + apiUrl(query), "result : " + answer,
+                  "accessToken : old", "accessToken : " + *record_.accessToken(),
+                  "Exfire Time : 3600", "OAuth Info", record_.getWholeInfo(),
+                  "-[OAuthClient webView:shouldStartLoadWithRequest:navigationType:], URL : "
+                  "about:blank"));
+  EXPECT_EQ(record_.expiresSystime(), kLater);
+  EXPECT_EQ(stored("expires_systime"), kLater);
+  EXPECT_EQ(stored("access_token"), record_.accessToken());
+}
+
+TEST_F(CodeExchange, EveryAnswerHasItsOutcome) {
+  struct Case {
+    Misbehaviour answer;
+    bool finished;
+    std::string expiresIn, expiresSystime;
+  };
+  const Case cases[] = {{Misbehaviour::body(R"({"access_token":"A","expires_in":"3600abc"})"), true,
+                         "3600abc", kLater},
+                        {Misbehaviour::body(R"({"expires_in":"abc"})"), true, "abc", kNow},
+                        {Misbehaviour::body(R"({"error":"invalid_grant"})"), true, "(null)", kNow},
+                        {Misbehaviour::body("[1]"), true, "(null)", kNow},
+                        {Misbehaviour::page(), true, "(null)", kNow},
+                        {Misbehaviour::utf8(), true, "(null)", kNow},
+                        {Misbehaviour::status(503), true, "(null)", kNow},
+                        {Misbehaviour::reset(), false, "before", "before"},
+                        {Misbehaviour::cut(5), false, "before", "before"}};
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    SCOPED_TRACE(i);
+    server().behave();
+    server().misbehave("/oauth/token", cases[i].answer);
+    record_.setExpiresIn("before");
+    record_.setExpiresSystime("before");
+    app_.heard.clear();
+    open()->finish(completionUrl("any"));
+    ASSERT_TRUE(app_.waitFor(1));
+    const ResultDictionary& result = app_.heard[0].result;
+    EXPECT_EQ(app_.heard[0].finished, cases[i].finished);
+    EXPECT_EQ(record_.expiresIn(), cases[i].expiresIn);
+    EXPECT_EQ(record_.expiresSystime(), cases[i].expiresSystime);
+    EXPECT_EQ(closing(), cases[i].finished);
+    if (cases[i].finished) {
+      EXPECT_EQ(stored("expires_in"), cases[i].expiresIn);
+      EXPECT_EQ(result, resultDictionary("", "", client_->result()));
+    } else {
+      EXPECT_NE(result.at("RM"), "");
+      EXPECT_EQ(result, outcome("", result.at("RM"), ""));
+      EXPECT_EQ(log_->lines().back(), "Error = " + result.at("RM"));
+      client_->closeLoginView();
+    }
+    toolkit_->advance(500ms);
+  }
+  EXPECT_EQ(app_.onWrongThread, 0);
+}
+
+TEST_F(CodeExchange, IsSilentWhereNobodyIsToBeTold) {
+  server().misbehave("/oauth/token", Misbehaviour::empty());
+  open()->finish(completionUrl("any"));
+  EXPECT_TRUE(waitForLog("Nothing was downloaded."));
+  Callbacks::letPass();
+  EXPECT_FALSE(closing());
+  EXPECT_EQ(record_.accessToken(), std::nullopt);
+
+  server().behave();
+  for (const CallbackTriple& nobody :
+       {CallbackTriple{nullptr, &Callbacks::finished, &Callbacks::failed},
+        CallbackTriple{&app_, nullptr, &Callbacks::failed}}) {
+    client_->loginFinishedFailed(nobody);
+    toolkit_->advance(500ms);
+    toolkit_->webView()->finish(completionUrl(server().issueCode()));
+    EXPECT_TRUE(platform::GlibMainThread::runUntil([&] { return closing(); }, 10s));
+    EXPECT_TRUE(server().tokenIsLive(*record_.accessToken()));
+    toolkit_->advance(500ms);
+  }
+  Callbacks::letPass();
+  EXPECT_TRUE(app_.heard.empty());
+}
+
+TEST_F(CodeExchange, RunsForEveryCompletionBeforeAnErrorIsShown) {
+  const auto page = open();
+  const std::string both =
+      apiUrl("/access_complete_mobile?barcode=1&code=2&error=e&error_description=d");
+  log_->clear();
+  page->finish(both);
+  EXPECT_EQ(manager_.code(), "1"); // the first "code=" in the address
+  EXPECT_EQ(toolkit_->alerts().size(), 1U);
+  page->finish(both);
+  page->finish(apiUrl("/access_complete_mobile"));
+  EXPECT_EQ(manager_.code(), std::nullopt);
+  page->finish(apiUrl("/Access_Complete_Mobile?code=3"));
+  EXPECT_TRUE(app_.waitFor(3));
+  EXPECT_EQ(tokenRequests(), 3U);
+}
+
+TEST_F(CodeExchange, ALateAnswerIsKeptAndReportedWhenTheScreenIsGone) {
+  server().misbehave("/oauth/token", Misbehaviour::delay(200ms));
+  open()->finish(completionUrl(server().issueCode()));
+  client_->closeLoginView();
+  toolkit_->advance(500ms);
+  const std::weak_ptr<OAuthClient> gone = client_;
+  client_.reset();
+  manager_.init();
+  EXPECT_FALSE(gone.expired());
+  ASSERT_TRUE(app_.waitFor(1));
+  EXPECT_TRUE(app_.heard[0].finished);
+  EXPECT_TRUE(server().tokenIsLive(stored("access_token").value_or("")));
+  EXPECT_TRUE(platform::GlibMainThread::runUntil([&] { return gone.expired(); }, 10s));
+}
+
+} // namespace
+} // namespace quarnet::test

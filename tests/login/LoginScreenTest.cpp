@@ -1,0 +1,132 @@
+#include "tests/login/LoginTest.h"
+
+namespace quarnet::test {
+namespace {
+
+using LoginScreen = LoginTest;
+
+TEST_F(LoginScreen, LiesOnTheWindowAsTheSystemsVersionSays) {
+  const std::pair<const char*, double> versions[] = {{"12", 548},    {"10.3.1", 548}, {"7", 548},
+                                                     {"7.0.4", 548}, {"6.1.3", 568},  {"6.99", 568},
+                                                     {"", 568},      {"beta 8", 568}};
+  for (const auto& [version, height] : versions) {
+    SCOPED_TRACE(version);
+    toolkit_->setSystemVersion(version);
+    const auto page = open();
+    const HeadlessView& backdrop = *toolkit_->window()->children().at(0);
+    EXPECT_EQ(backdrop.frame(), (Rect{0, 0, 320, height}));
+    EXPECT_EQ(backdrop.backgroundColor(), (platform::Color{0.7, 0.7, 0.7, 1}));
+    const HeadlessView& panel = *backdrop.children().at(0);
+    EXPECT_EQ(panel.frame(), (Rect{0, 20, 320, height}));
+    EXPECT_EQ(panel.backgroundColor(), (platform::Color{0.5, 0.5, 0.5, 1}));
+    EXPECT_TRUE(panel.clipsToBounds());
+    EXPECT_EQ(panel.alpha(), 1);
+    EXPECT_THAT(panel.children(), ElementsAre(toolkit_->titleBar(), page));
+    EXPECT_EQ(toolkit_->titleBar()->frame(), (Rect{0, 0, 320, 44}));
+    EXPECT_EQ(toolkit_->titleBar()->title(), "로그인");
+    EXPECT_EQ(toolkit_->titleBar()->rightButton(), "닫기");
+    EXPECT_EQ(page->frame(), (Rect{0, 44, 320, height - 44}));
+    EXPECT_EQ(page->backgroundColor().alpha, 0);
+    EXPECT_TRUE(page->scalesPageToFit());
+    EXPECT_FALSE(page->bounces());
+    client_->closeLoginView();
+    toolkit_->advance(500ms);
+    EXPECT_EQ(overlays(), 0U);
+  }
+}
+
+TEST_F(LoginScreen, GrowsThenLoadsAndClearsThenShrinks) {
+  client_->loginFinishedFailed(&app_, &Callbacks::finished, &Callbacks::failed);
+  const auto page = toolkit_->webView();
+  const auto panel = toolkit_->window()->children().at(0)->children().at(0);
+  EXPECT_EQ(panel->shownFrame(), (Rect{160, 274, 0, 0}));
+  toolkit_->advance(250ms);
+  EXPECT_EQ(panel->shownFrame(), (Rect{80, 147, 160, 274}));
+  toolkit_->advance(249ms);
+  EXPECT_THAT(page->loads(), ElementsAre());
+  toolkit_->advance(1ms);
+  EXPECT_THAT(page->loads(), ElementsAre(authorizationUrl()));
+  EXPECT_EQ(log_->count("OAuth Athorization URL : " + authorizationUrl()), 1U);
+
+  toolkit_->titleBar()->pressRightButton();
+  toolkit_->advance(250ms);
+  toolkit_->titleBar()->pressRightButton(); // closing already
+  EXPECT_THAT(page->loads(), ElementsAre(authorizationUrl(), "about:blank"));
+  EXPECT_EQ(panel->frame(), (Rect{160, 274, 0, 0}));
+  EXPECT_EQ(panel->shownFrame(), (Rect{80, 147, 160, 274}));
+  toolkit_->advance(249ms);
+  EXPECT_EQ(client_->loginView(), page);
+  toolkit_->advance(1ms);
+  EXPECT_EQ(overlays(), 0U);
+  EXPECT_EQ(page->parent(), nullptr);
+  EXPECT_EQ(panel->parent(), nullptr);
+  EXPECT_FALSE(client_->loginView() || client_->bgView() || client_->viewBlock());
+
+  log_->clear();
+  client_->closeLoginView();
+  page->navigate("https://h/");
+  page->finish(completionUrl("late")); // the page has forgotten the screen
+  EXPECT_THAT(log_->lines(), ElementsAre());
+  Callbacks::letPass();
+  EXPECT_TRUE(app_.heard.empty());
+  EXPECT_EQ(client_->_target(), &app_);
+}
+
+TEST_F(LoginScreen, AClosedScreenTakesOnlyItsOwnViewsAlong) {
+  open();
+  client_->closeLoginView();
+  toolkit_->advance(100ms);
+  client_->loginFinishedFailed(nullptr, nullptr, nullptr);
+  const auto second = toolkit_->webView();
+  toolkit_->advance(400ms);
+  EXPECT_EQ(overlays(), 1U);
+  EXPECT_EQ(client_->loginView(), second);
+  EXPECT_TRUE(client_->bgView() && client_->viewBlock());
+  toolkit_->cutAnimationsShort();
+  EXPECT_THAT(second->loads(), ElementsAre(authorizationUrl()));
+
+  const auto third = open();
+  EXPECT_EQ(overlays(), 2U);
+  client_->closeLoginView();
+  toolkit_->advance(500ms);
+  EXPECT_EQ(third->parent(), nullptr);
+  EXPECT_EQ(toolkit_->webView(), second); // lies there for good
+  EXPECT_EQ(overlays(), 1U);
+}
+
+TEST_F(LoginScreen, OneThatWasReplacedCanStillBeClosedAndIsGoneThen) {
+  open();
+  const std::weak_ptr<OAuthClient> replaced = client_;
+  client_.reset();
+  manager_.init();
+  EXPECT_FALSE(replaced.expired());
+  toolkit_->titleBar()->pressRightButton();
+  toolkit_->advance(500ms);
+  EXPECT_EQ(overlays(), 0U);
+  EXPECT_TRUE(replaced.expired());
+}
+
+TEST_F(LoginScreen, NeedsNeitherAWindowNorAToolkit) {
+  toolkit_->setKeyWindow(nullptr);
+  client_->loginFinishedFailed(nullptr, nullptr, nullptr);
+  toolkit_->advance(500ms);
+  EXPECT_EQ(client_->viewBlock()->frame(), (Rect{0, 0, 0, -20}));
+  EXPECT_EQ(client_->loginView()->currentUrl(), authorizationUrl());
+  client_->closeLoginView();
+  toolkit_->advance(500ms);
+  EXPECT_EQ(client_->viewBlock(), nullptr);
+
+  const auto page = toolkit_->makeWebView();
+  useToolkit(nullptr);
+  log_->clear();
+  client_->loginFinishedFailed(&app_, &Callbacks::finished, &Callbacks::failed);
+  client_->closeLoginView();
+  EXPECT_THAT(log_->lines(),
+              ElementsAre("OAuthClient : no toolkit is installed, the login screen cannot open"));
+  page->load(apiUrl("/oauth/error?error=e&error_description=d"));
+  client_->webViewDidFinishLoad(*page);
+  EXPECT_EQ(manager_.errorDesc(), "d");
+}
+
+} // namespace
+} // namespace quarnet::test
