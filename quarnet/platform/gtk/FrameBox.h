@@ -1,0 +1,37 @@
+#pragma once
+
+#include "quarnet/platform/Toolkit.h"
+
+#include <gtk/gtk.h>
+
+namespace quarnet::platform {
+
+class FrameAnimation;
+
+/// A widget that lies exactly where its frame says, whatever it holds: it asks for no room, and
+/// gives each FrameBox in it its own frame and any other child all of its area.
+struct FrameBox {
+  GtkWidget parent;
+  Rect frame;
+  GdkRGBA background;
+  /// The movement that the box is in; null when it stands still.
+  FrameAnimation* movement;
+};
+
+struct FrameBoxClass {
+  GtkWidgetClass parent;
+};
+
+/// A new, floating box of no size and without a background.
+FrameBox* frameBoxNew();
+
+/// Shows the box at `frame`; fractions of a point are rounded edge by edge.
+void frameBoxPlace(FrameBox* box, const Rect& frame);
+
+void frameBoxSetBackground(FrameBox* box, const Color& color);
+
+inline GtkWidget* widgetOf(FrameBox* box) {
+  return &box->parent;
+}
+
+} // namespace quarnet::platform
