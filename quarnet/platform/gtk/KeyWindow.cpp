@@ -24,13 +24,16 @@ void setContent(GtkWindow* window, GtkWidget* content) {
   }
 }
 
+/// What the window has for its content: all below the title bar, the content's margins included.
 Rect boundsOf(GtkWindow* window) {
-  GtkWidget* content = contentOf(window);
-  if (content == nullptr) content = GTK_WIDGET(window);
-  int width = gtk_widget_get_width(content);
-  int height = gtk_widget_get_height(content);
+  int width = gtk_widget_get_width(GTK_WIDGET(window));
+  int height = gtk_widget_get_height(GTK_WIDGET(window));
   // A window that was not laid out yet will come up in this size.
   if (width == 0 || height == 0) gtk_window_get_default_size(window, &width, &height);
+  graphene_rect_t area;
+  GtkWidget* content = contentOf(window);
+  if (content != nullptr && gtk_widget_compute_bounds(content, GTK_WIDGET(window), &area))
+    height -= static_cast<int>(area.origin.y) - gtk_widget_get_margin_top(content);
   return {0, 0, static_cast<double>(std::max(0, width)), static_cast<double>(std::max(0, height))};
 }
 

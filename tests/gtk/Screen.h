@@ -1,0 +1,40 @@
+#pragma once
+
+#include "quarnet/platform/gtk/GtkToolkit.h"
+
+#include <adwaita.h>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace quarnet::platform {
+
+/// A window of 320 x 568 points on the screen, and a toolkit for it.
+class Screen : public testing::Test {
+protected:
+  Screen();
+  ~Screen() override;
+
+  /// Runs the main loop until `done()` or for ten seconds; the last `done()`.
+  static bool waitUntil(const std::function<bool()>& done);
+  /// Runs the main loop until what was asked for is laid out and drawn.
+  static void settle();
+
+  /// The widgets in `widget`, itself included, of that type name, outermost first.
+  static std::vector<GtkWidget*> widgets(GtkWidget* widget, const std::string& typeName);
+  std::vector<GtkWidget*> boxes() { return widgets(GTK_WIDGET(window_), "QuarnetFrameBox"); }
+  /// Where the box of a view lies in the box that holds it, as the screen has it.
+  static Rect allocation(GtkWidget* box);
+
+  /// Real events, as a user's keyboard and mouse send them; at points of the window.
+  void press(const std::string& key);
+  void click(double x, double y);
+
+  GtkWindow* window_;
+  GtkWidget* entry_;
+  std::unique_ptr<GtkToolkit> toolkit_;
+};
+
+} // namespace quarnet::platform

@@ -1,0 +1,70 @@
+#include "tests/gtk/Screen.h"
+
+namespace quarnet::platform {
+namespace {
+
+class ViewTest : public Screen {};
+
+TEST_F(ViewTest, FramesAreHonouredExactly) {
+  const auto window = toolkit_->keyWindow();
+  EXPECT_EQ(window->frame(), (Rect{0, 0, 320, 568}));
+  const auto backdrop = toolkit_->makeView();
+  const auto panel = toolkit_->makeView();
+  const auto bar = toolkit_->makeTitleBar();
+  bar->setTitle("로그인");
+  bar->setRightButton("닫기", nullptr);
+  backdrop->setFrame({0, 0, 320, 548});
+  bar->setFrame({0, 0, 320, 44});
+  panel->addSubview(bar);
+  backdrop->addSubview(panel);
+  window->addSubview(backdrop);
+
+  // A point, an opened panel that reaches beyond its parent, another that lies outside of it, and
+  // one on half points, whose edges are rounded each for itself.
+  const struct {
+    Rect asked;
+    Rect shown;
+  } frames[] = {
+      {{160, 274, 0, 0}, {160, 274, 0, 0}},
+      {{0, 20, 320, 548}, {0, 20, 320, 548}},
+      {{-700, -50, 900, 4000}, {-700, -50, 900, 4000}},
+      {{10.5, 10.4, 20.2, 20.2}, {11, 10, 20, 21}},
+      {{5, 5, -10, -10}, {5, 5, 0, 0}},
+  };
+  for (const auto& [asked, shown] : frames) {
+    panel->setFrame(asked);
+    settle();
+    const auto shownBoxes = boxes();
+    ASSERT_EQ(shownBoxes.size(), 4u);
+    EXPECT_EQ(panel->frame(), asked);
+    EXPECT_EQ(allocation(shownBoxes[1]), (Rect{0, 0, 320, 548}));
+    EXPECT_EQ(allocation(shownBoxes[2]), shown);
+    EXPECT_EQ(allocation(shownBoxes[3]), (Rect{0, 0, 320, 44}));
+    // The theme lets the bar itself reach a point beyond the edges, but no lower.
+    const Rect header = allocation(gtk_widget_get_first_child(shownBoxes[3]));
+    EXPECT_EQ(header.y + header.height, 44);
+  }
+  backdrop->removeFromSuperview();
+}
+
+TEST_F(ViewTest, WindowIsLeftAsItWas) {
+  GtkWidget* const focus = gtk_window_get_focus(window_);
+  const auto window = toolkit_->keyWindow();
+  const auto below = toolkit_->makeView();
+  const auto above = toolkit_->makeView();
+  window->addSubview(below);
+  window->addSubview(above);
+  below->setFrame({0, 0, 320, 548});
+  settle();
+  EXPECT_NE(gtk_window_get_child(window_), entry_);
+  EXPECT_FALSE(gtk_widget_get_can_focus(entry_));
+  below->removeFromSuperview();
+  EXPECT_NE(gtk_window_get_child(window_), entry_) << "one view is still there";
+  above->removeFromSuperview();
+  EXPECT_EQ(gtk_window_get_child(window_), entry_);
+  EXPECT_TRUE(gtk_widget_get_can_focus(entry_));
+  EXPECT_EQ(gtk_window_get_focus(window_), focus);
+}
+
+} // namespace
+} // namespace quarnet::platform
