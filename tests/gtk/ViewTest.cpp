@@ -66,5 +66,48 @@ TEST_F(ViewTest, WindowIsLeftAsItWas) {
   EXPECT_EQ(gtk_window_get_focus(window_), focus);
 }
 
+TEST_F(ViewTest, ResizedWindowKeepsEverythingInReach) {
+  const auto window = toolkit_->keyWindow();
+  const auto view = toolkit_->makeView();
+  window->addSubview(view);
+  view->setFrame({0, 0, 320, 548});
+
+  // In a larger window the views keep to the middle, in a smaller one they get smaller.
+  const struct {
+    int width, height;
+    double left, top, right;
+  } sizes[] = {{640, 568, 160, 0, 480}, {320, 768, 0, 100, 320}, {160, 568, 0, 142, 160}};
+  for (const auto& [width, height, left, top, right] : sizes) {
+    gtk_window_set_default_size(window_, width, height);
+    ASSERT_TRUE(waitUntil([&, w = width, h = height] {
+      return gtk_widget_get_width(GTK_WIDGET(window_)) == w &&
+             gtk_widget_get_height(GTK_WIDGET(window_)) == h;
+    }));
+    settle();
+    EXPECT_EQ(window->frame(), (Rect{0, 0, 320, 568}));
+    EXPECT_EQ(allocation(boxes()[1]), (Rect{0, 0, 320, 548}));
+    graphene_rect_t shown;
+    ASSERT_TRUE(gtk_widget_compute_bounds(boxes()[1], GTK_WIDGET(window_), &shown));
+    EXPECT_EQ(shown.origin.x, left);
+    EXPECT_EQ(shown.origin.y, top);
+    EXPECT_EQ(shown.origin.x + shown.size.width, right);
+  }
+  view->removeFromSuperview();
+}
+
+TEST_F(ViewTest, ViewsOutliveTheirWindow) {
+  const auto window = toolkit_->keyWindow();
+  const auto view = toolkit_->makeView();
+  window->addSubview(view);
+  auto* closed = GTK_WINDOW(g_object_ref(window_));
+  gtk_window_destroy(window_);
+  g_object_unref(closed);
+  view->setFrame({0, 0, 10, 10});
+  view->removeFromSuperview();
+  window->addSubview(view);
+  EXPECT_EQ(toolkit_->keyWindow(), nullptr);
+  window_ = GTK_WINDOW(gtk_window_new());
+}
+
 } // namespace
 } // namespace quarnet::platform

@@ -103,8 +103,8 @@ Rect KeyWindow::frame() const {
 }
 
 void KeyWindow::addSubview(std::shared_ptr<View> child) {
-  if (!overlay_) wrap();
   addChild(std::move(child));
+  if (hasChildren() && !overlay_) wrap();
 }
 
 void KeyWindow::wrap() {
