@@ -1,0 +1,31 @@
+#include "tools/InputFile.h"
+
+#include "tools/Terminal.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+namespace quarnet::tools {
+
+std::optional<Data> readInput(const std::string& path) {
+  const auto closeFile = [](std::FILE* file) {
+    if (file != stdin) std::fclose(file);
+  };
+  const std::unique_ptr<std::FILE, decltype(closeFile)> file(
+      path == "-" ? stdin : std::fopen(path.c_str(), "re"), closeFile);
+  Data bytes;
+  if (file) {
+    char buffer[65536];
+    while (const std::size_t count = std::fread(buffer, 1, sizeof(buffer), file.get()))
+      bytes.append(buffer, count);
+  }
+  if (!file || std::ferror(file.get()) != 0) {
+    tell("cannot read " + path + ": " + std::strerror(errno));
+    return std::nullopt;
+  }
+  return bytes;
+}
+
+} // namespace quarnet::tools

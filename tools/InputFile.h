@@ -1,0 +1,11 @@
+#pragma once
+
+#include "quarnet/core/Data.h"
+
+namespace quarnet::tools {
+
+/// The whole file, or standard input for "-"; absent, and told on standard error, when it cannot be
+/// read.
+std::optional<Data> readInput(const std::string& path);
+
+} // namespace quarnet::tools

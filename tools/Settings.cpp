@@ -1,0 +1,92 @@
+#include "tools/Settings.h"
+
+#include "tools/Terminal.h"
+
+#include <CLI/Validators.hpp>
+
+namespace quarnet::tools {
+namespace {
+
+std::string checkHost(const std::string& host) {
+  if (!host.empty() && host.find_first_of("/@?# ") == std::string::npos) return {};
+  return "a host with a port if it needs one is wanted (api.example.org, 127.0.0.1:8443), not " +
+         host;
+}
+
+std::shared_ptr<platform::Log> makeLog(const std::string& kind) {
+  if (kind == "none") return std::make_shared<platform::NullLog>();
+  auto log = std::make_shared<platform::StandardErrorLog>();
+  if (kind == "stderr") return log;
+  return std::make_shared<platform::RedactingLog>(log);
+}
+
+bool isGiven(const Text& value, const char* option, const char* variable) {
+  if (!value.value_or("").empty()) return true;
+  tell(std::string("nothing was sent: give ") + option + " or set " + variable);
+  return false;
+}
+
+} // namespace
+
+void Settings::addOptions(CLI::App& program) {
+  const auto add = [&program](const char* name, auto& value, const char* variable,
+                              const char* text) {
+    return program.add_option(name, value, text)->envname(variable)->group("Every command");
+  };
+  const CLI::Validator host(checkHost, "HOST[:PORT]");
+  add("--api-host", hosts_.api, "QUARNET_API_HOST", "Host of the API server")->check(host);
+  add("--mobile-host", hosts_.mobile, "QUARNET_MOBILE_HOST", "Host of the mobile site")
+      ->check(host);
+  add("--portal-host", hosts_.portal, "QUARNET_PORTAL_HOST", "Host of the portal")->check(host);
+  add("--ca-file", caFile_, "QUARNET_CA_FILE", "Certificates to trust beside the system's (PEM)")
+      ->check(CLI::ExistingFile);
+  add("--client-id", clientId_, "QUARNET_CLIENT_ID", "The application's client identifier");
+  add("--client-secret", clientSecret_, "QUARNET_CLIENT_SECRET",
+      "The client secret; the variable keeps it out of the list of processes");
+  add("--scope", scope_, "QUARNET_SCOPE", "Scope to ask for; the stored token's when left out");
+  add("--redirect-uri", redirectUri_, "QUARNET_REDIRECT_URI", "Redirect address of the client");
+  add("--store", store_, "QUARNET_STORE", "File that keeps the token record");
+  add("--log", log_, "QUARNET_LOG", "The library's diagnostic lines; redacted blanks secrets")
+      ->check(CLI::IsMember({"stderr", "redacted", "none"}))
+      ->capture_default_str();
+}
+
+std::shared_ptr<platform::HttpClient> Settings::makeHttpClient() const {
+  return std::make_shared<platform::CurlHttpClient>(
+      platform::CurlHttpClientOptions{.caFile = caFile_});
+}
+
+void Settings::install(std::shared_ptr<platform::HttpClient> httpClient) {
+  configureHosts(hosts_);
+  watch_ = std::make_shared<StoreTroubleLog>(makeLog(log_));
+  platform::Platform services;
+  services.httpClient = httpClient ? std::move(httpClient) : makeHttpClient();
+  services.userDefaults = std::make_shared<platform::SqliteUserDefaults>(store_);
+  services.log = watch_;
+  platform::Platform::install(std::move(services));
+
+  OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
+  manager.setClientId(clientId_);
+  manager.setClientSecret(clientSecret_);
+  const Text storedScope =
+      platform::Platform::current().userDefaults->value(VORNEL_OAUTH_END_SCOPE);
+  manager.setScope(scope_ ? scope_ : storedScope);
+  if (redirectUri_) manager.setRedirect_uri(redirectUri_);
+  manager.restoreOAuthInfo();
+}
+
+bool Settings::storeIsSound() const {
+  const std::string trouble = watch_->trouble();
+  if (!trouble.empty()) tell(trouble);
+  return trouble.empty();
+}
+
+bool Settings::hasClientId() const {
+  return isGiven(clientId_, "--client-id", "QUARNET_CLIENT_ID");
+}
+
+bool Settings::hasClientSecret() const {
+  return isGiven(clientSecret_, "--client-secret", "QUARNET_CLIENT_SECRET");
+}
+
+} // namespace quarnet::tools

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "tools/StoreTroubleLog.h"
+
+#include "quarnet/quarnet.h"
+
+#include <CLI/App.hpp>
+#include <memory>
+#include <string>
+
+namespace quarnet::tools {
+
+/// The options that every command shares, and the library set up by them.
+class Settings {
+public:
+  /// Adds the options to the program's parser, each with its environment variable.
+  void addOptions(CLI::App& program);
+
+  /// The connection to the server as the options describe it.
+  std::shared_ptr<platform::HttpClient> makeHttpClient() const;
+
+  /// Sets up the library; to be called once, before anything else of it. Null gives the connection
+  /// of makeHttpClient(). The token record is restored from the store.
+  void install(std::shared_ptr<platform::HttpClient> httpClient = nullptr);
+
+  /// Tells whether everything that was saved since install() has reached the store; what went wrong
+  /// is told on standard error.
+  bool storeIsSound() const;
+
+  /// Whether the option is given; a missing one is told on standard error.
+  bool hasClientId() const;
+  bool hasClientSecret() const;
+
+private:
+  Hosts hosts_;
+  std::string caFile_;
+  Text clientId_;
+  Text clientSecret_;
+  Text scope_;
+  Text redirectUri_;
+  std::string store_;
+  std::string log_ = "none";
+  std::shared_ptr<StoreTroubleLog> watch_;
+};
+
+} // namespace quarnet::tools

@@ -1,0 +1,20 @@
+#include "tools/StoreTroubleLog.h"
+
+namespace quarnet::tools {
+
+void StoreTroubleLog::write(Line line) {
+  if (!line.empty() && line.front().starts_with("user defaults")) {
+    const std::lock_guard lock(mutex_);
+    trouble_.clear();
+    for (const std::string_view piece : line)
+      trouble_ += piece;
+  }
+  sink_->write(line);
+}
+
+std::string StoreTroubleLog::trouble() const {
+  const std::lock_guard lock(mutex_);
+  return trouble_;
+}
+
+} // namespace quarnet::tools

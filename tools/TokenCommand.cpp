@@ -1,0 +1,105 @@
+#include "tools/TokenCommand.h"
+
+#include "tools/InputFile.h"
+#include "tools/Terminal.h"
+
+#include <array>
+#include <charconv>
+#include <ctime>
+#include <simdjson.h>
+
+namespace quarnet::tools {
+namespace {
+
+/// The start of a long secret, enough to see whether it changed; nothing of a short one.
+std::string masked(const std::string& secret) {
+  constexpr std::size_t kLong = 20;
+  return (secret.size() < kLong ? "" : secret.substr(0, 4)) + "********";
+}
+
+std::string shown(const Text& value, bool isSecret) {
+  if (!value) return "(none)";
+  if (value->empty()) return "(empty)";
+  return isSecret && value != "(null)" ? masked(*value) : *value;
+}
+
+/// " (2026-01-31 12:00:00 UTC)" for an expiry instant; empty when the text is none.
+std::string calendarTime(const std::string& milliseconds) {
+  std::int64_t value = 0;
+  const char* const end = milliseconds.data() + milliseconds.size();
+  if (std::from_chars(milliseconds.data(), end, value).ptr != end) return {};
+  const auto seconds =
+      static_cast<std::time_t>(value / 1000 + static_cast<std::int64_t>(platform::kReferenceDate));
+  std::tm calendar{};
+  char text[64];
+  if (gmtime_r(&seconds, &calendar) == nullptr) return {};
+  return {text, std::strftime(text, sizeof(text), " (%Y-%m-%d %H:%M:%S UTC)", &calendar)};
+}
+
+/// Why the bytes are no token answer (RFC 6749, section 5.1); empty when they are one.
+std::string refusal(const Data& answer) {
+  simdjson::dom::parser parser;
+  simdjson::dom::object object;
+  if (parser.parse(answer).get(object) != simdjson::SUCCESS) return "it is not a JSON object";
+  std::string_view error;
+  if (object["error"].get(error) == simdjson::SUCCESS)
+    return "it reports the error " + excerpt(error);
+  std::string_view token;
+  if (object[VORNEL_OAUTH_END_ACCESS_TOKEN].get(token) != simdjson::SUCCESS || token.empty())
+    return "it has no access_token";
+  return {};
+}
+
+} // namespace
+
+TokenCommand::TokenCommand(CLI::App& program, Settings& settings)
+    : Command(*program.add_subcommand("token", "Show the stored token record")),
+      settings_(settings) {
+  options().add_flag("--reveal", reveal_, "Show the tokens as they are");
+  import_ = options().add_subcommand("import", "Store a token endpoint's JSON answer");
+  import_->add_option("FILE", file_, "The answer; - for standard input")->required();
+}
+
+int TokenCommand::run() {
+  return import_->parsed() ? import() : show();
+}
+
+int TokenCommand::show() {
+  struct Row {
+    std::string_view key;
+    bool isSecret;
+  };
+  const std::array rows = {
+      Row{VORNEL_HEADER_ACCESS_TOKEN, true}, Row{VORNEL_HEADER_REFRESH_TOKEN, true},
+      Row{VORNEL_OAUTH_END_EXPIRES_IN, false}, Row{VORNEL_OAUTH_END_SCOPE, false},
+      Row{VORNEL_OAUTH_EXPIRES_SYSTIME, false}};
+  settings_.install();
+  platform::UserDefaults& store = *platform::Platform::current().userDefaults;
+  for (const auto& [key, isSecret] : rows) {
+    const Text value = store.value(key);
+    std::string line(key);
+    line.resize(17, ' ');
+    line += shown(value, isSecret && !reveal_);
+    if (value && key == VORNEL_OAUTH_EXPIRES_SYSTIME) line += calendarTime(*value);
+    printLine(std::move(line));
+  }
+  return settings_.storeIsSound() ? kDone : kFailed;
+}
+
+int TokenCommand::import() {
+  const std::optional<Data> answer = readInput(file_);
+  if (!answer) return kFailed;
+  if (const std::string reason = refusal(*answer); !reason.empty()) {
+    tell("nothing was imported: " + file_ + " is no token answer: " + reason);
+    return kFailed;
+  }
+  settings_.install();
+  OAuthInfoManager::sharedInstance().setOAuthInfoWithJSON(*answer);
+  if (!settings_.storeIsSound()) return kFailed;
+  if (OAuthInfo::sharedInstance().refreshToken() == "(null)")
+    tell("the answer has no refresh_token: the access token cannot be reissued");
+  printLine("The token record is stored.");
+  return kDone;
+}
+
+} // namespace quarnet::tools

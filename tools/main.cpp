@@ -1,0 +1,57 @@
+// `quarnet`: the SDK's calls on the command line.
+
+#include "tools/LogoutCommand.h"
+#include "tools/ReissueCommand.h"
+#include "tools/RequestCommand.h"
+#include "tools/Settings.h"
+#include "tools/TokenCommand.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <vector>
+
+namespace {
+
+using namespace quarnet::tools;
+
+/// The parser's own exit codes are many; ours are three.
+int report(const CLI::App& program, const CLI::ParseError& outcome) {
+  return program.exit(outcome, std::cout, std::cerr) == 0 ? kDone : kWrongUsage;
+}
+
+int runProgram(int argc, char** argv) {
+  CLI::App program("Signs in to the API, sends its calls and shows what comes back.", "quarnet");
+  program.set_version_flag("--version", "quarnet " QUARNET_VERSION);
+  program.require_subcommand(1);
+  program.fallthrough();
+
+  Settings settings;
+  settings.addOptions(program);
+  std::vector<std::unique_ptr<Command>> commands;
+  commands.push_back(std::make_unique<RequestCommand>(program, settings));
+  commands.push_back(std::make_unique<TokenCommand>(program, settings));
+  commands.push_back(std::make_unique<ReissueCommand>(program, settings));
+  commands.push_back(std::make_unique<LogoutCommand>(program, settings));
+  program.footer("Exit status: 0 done, 1 failed, 2 wrong usage.");
+
+  try {
+    program.parse(argc, argv);
+  } catch (const CLI::ParseError& outcome) {
+    return report(program, outcome);
+  }
+  for (const auto& command : commands) {
+    if (command->chosen()) return command->run();
+  }
+  return kWrongUsage;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  const int code = runProgram(argc, argv);
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return code;
+  std::perror("quarnet: standard output");
+  return kFailed;
+}
