@@ -130,7 +130,7 @@ bool RequestCommand::prepare() {
   const bool hasBody = payload_ || payloadFile_ || upload_;
   if (method == HttpMethod::PUT || method == HttpMethod::POST) {
     if (!pairs_.empty()) tell("note: PUT and POST do not send parameters");
-  } else if (hasBody) {
+  } else if (hasBody && (method == HttpMethod::GET || method == HttpMethod::DELETE)) {
     tell("note: GET and DELETE do not send a payload or an upload");
   }
 

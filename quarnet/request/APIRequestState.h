@@ -8,7 +8,7 @@ namespace quarnet {
 
 /// What an APIRequest shares with the completions of its calls, so that it may be dropped while
 /// they are under way.
-struct APIRequest::State {
+struct __attribute__((visibility("hidden"))) APIRequest::State {
   std::mutex mutex;
   std::optional<Data> receivedData;
   std::optional<platform::HttpResponse> response;
