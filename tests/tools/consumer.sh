@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# consumer.sh SOURCE_DIR BUILD_DIR: what `cmake --install` puts in place serves a project outside
+# the tree, which builds with CMake and with pkg-config and makes a call; the installed programs run.
+set -euo pipefail
+
+source_dir=$1
+build_dir=$2
+folder=$(mktemp -d)
+source "$source_dir/scripts/lib/sandbox.sh"
+trap 'stop_sandbox; rm -rf "$folder"' EXIT
+prefix=$folder/prefix
+consumer=$source_dir/examples/consumer
+unset "${!QUARNET_@}"
+
+cmake --install "$build_dir" --prefix "$prefix" >"$folder/install.log"
+library=$(dirname "$(find "$prefix" -name libquarnet.so)")
+
+echo "-- the installed headers are complete, and internal ones stay behind"
+(cd "$prefix/include" && find quarnet -name '*.h' ! -path '*/gtk/*') |
+  sed 's/.*/#include "&"/' >"$folder/all.cpp"
+grep -q 'quarnet/quarnet.h' "$folder/all.cpp"
+g++ -std=c++20 -Wall -Wextra -Werror -fsyntax-only -I"$prefix/include" "$folder/all.cpp"
+[[ ! -e "$prefix/include/quarnet/core/Json.h" ]]
+
+echo "-- with CMake"
+cmake -S "$consumer" -B "$folder/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$folder/cmake.log"
+cmake --build "$folder/cmake" >>"$folder/cmake.log"
+echo "-- with pkg-config"
+cp -r "$consumer" "$folder/make"
+PKG_CONFIG_PATH=$library/pkgconfig make -s -C "$folder/make"
+
+echo "-- it makes a call"
+start_sandbox "$prefix/bin/quarnet-sandbox"
+"$prefix/bin/quarnet" token import "$folder/token.json"
+for program in "$folder/cmake/consumer" "$folder/make/consumer"; do
+  LD_LIBRARY_PATH=$library "$program" "https://$QUARNET_API_HOST/v1/places" | tee "$folder/answer"
+  grep -q '"keyword":"서울"' "$folder/answer"
+done

@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# exports.sh SOURCE_DIR LIBRARY...: each library exports only names that a header marks with
+# QUARNET_EXPORT, runs nothing of its own at load time, and carries its major version.
+set -euo pipefail
+
+source_dir=$1
+shift
+failed=0
+
+complain() {
+  echo "$1" >&2
+  failed=1
+}
+
+marked=$(grep -rhE 'QUARNET_EXPORT' --include='*.h' "$source_dir/quarnet" |
+  sed -nE -e 's/.*(class|struct) QUARNET_EXPORT ([A-Za-z0-9_]+).*/\2/p;t' \
+    -e 's/.*QUARNET_EXPORT [^(]*[ &*]([A-Za-z0-9_]+)\(.*/\1/p;t' \
+    -e 's/.*QUARNET_EXPORT .*[ &]([A-Za-z0-9_]+);.*/\1/p' | sort -u | paste -sd '|')
+
+for library in "$@"; do
+  echo "$library"
+  names=$(nm -D --defined-only --demangle "$library" | cut -d' ' -f3- |
+    sed -E 's/^(vtable|typeinfo|typeinfo name|VTT) for //; s/\[abi:cxx11\]//g; s/\(.*//' | sort -u)
+  [[ -n "$names" ]] || complain "exports nothing at all"
+  inner=$(grep -vE "^quarnet::(platform::)?($marked)(::(~?[A-Za-z0-9_]+|operator.*))?$" \
+    <<<"$names" || true)
+  [[ -z "$inner" ]] || complain "exports names that no header marks:"$'\n'"$inner"
+
+  initialisers=$(nm --demangle "$library" | grep -E '_GLOBAL__(sub_)?I' || true)
+  [[ -z "$initialisers" ]] || complain "runs at load time:"$'\n'"$initialisers"
+  # One entry belongs to the compiler's own start-up code.
+  size=$(readelf -SW "$library" | sed -nE 's/.* \.init_array +INIT_ARRAY +[0-9a-f]+ [0-9a-f]+ ([0-9a-f]+) .*/\1/p')
+  ((16#$size <= 8)) || complain "has more than one entry in .init_array"
+
+  readelf -d "$library" | grep -qE "SONAME.*\[$(basename "$library")\.[0-9]+\]" ||
+    complain "has no version in its SONAME"
+done
+exit $failed
