@@ -74,7 +74,7 @@ void appendEscaped(std::string& out, std::string_view text) {
   }
   const std::size_t start = out.size();
   const std::size_t size = text.size() + 2 * reserved;
-  out.resize(start + size + 1); // one more, as each byte writes four
+  out.resize(start + size + 3); // three more, as each byte writes four and may count for one
   char* to = out.data() + start;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
