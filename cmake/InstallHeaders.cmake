@@ -1,6 +1,8 @@
 # Run at install time: installs the public headers, which are those that QUARNET_PUBLIC_HEADERS
 # include, directly or through one another. What none of them reaches is internal.
 
+cmake_minimum_required(VERSION 3.25)
+
 set(pending ${QUARNET_PUBLIC_HEADERS})
 set(public)
 while(pending)

@@ -7,8 +7,9 @@
 start_sandbox() {
   local program=$1
   shift
+  : >"$folder/sandbox.log" # nothing of an earlier one may look like this one's
   "$program" --port 0 --ca-out "$folder/ca.pem" --token-out "$folder/token.json" "$@" \
-    >"$folder/sandbox.log" 2>&1 &
+    >>"$folder/sandbox.log" 2>&1 &
   sandbox_pid=$!
   local tries
   for ((tries = 0; tries < 100; ++tries)); do
