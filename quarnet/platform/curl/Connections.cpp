@@ -31,7 +31,7 @@ std::unique_ptr<Transfer> Connections::take() {
       return transfer;
     }
   }
-  return std::make_unique<Transfer>(trust_, maximumBodySize_);
+  return std::make_unique<Transfer>(trust_, maximumBodySize_, Transfer::Kind::single);
 }
 
 void Connections::giveBack(std::unique_ptr<Transfer> transfer) {

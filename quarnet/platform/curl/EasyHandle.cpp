@@ -5,6 +5,21 @@
 #include <new>
 
 namespace quarnet::platform {
+namespace {
+
+// libcurl puts the head together in a buffer of 1 MiB, where a few lines of its own must fit in.
+constexpr std::size_t kMaximumHead = 1'040'000;
+
+// What is larger goes over HTTP/1.1: libcurl 7.88 cannot send a head of more than 64 KiB over
+// HTTP/2, and waits for ever when the server answers before it has read a whole body.
+constexpr std::size_t kSmallHead = 48 * 1024;
+constexpr std::size_t kSmallBody = 64 * 1024;
+
+// Over TLS the head must fit into the upload buffer: libcurl 7.88 can hang on the rest of it.
+constexpr long kUploadBuffer = 64L * 1024;
+constexpr long kLargeUploadBuffer = 2L * 1024 * 1024;
+
+} // namespace
 
 EasyHandle::EasyHandle(TrustStore& trust, std::size_t maximumBodySize)
     : easy_(curl_easy_init(), curl_easy_cleanup) {
@@ -23,20 +38,31 @@ EasyHandle::EasyHandle(TrustStore& trust, std::size_t maximumBodySize)
   trust.applyTo(easy);
 }
 
-void EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
-                         std::chrono::milliseconds timeout) {
-  // libcurl takes 0 for "no limit".
-  const long limit = std::clamp<long>(timeout.count(), 1, INT_MAX);
+Text EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
+                         std::chrono::milliseconds timeout, bool mayUseHttp2) {
   errorText_[0] = '\0';
   headers_.assign(request, hop);
-  setMethod(request, hop);
+  const std::size_t headSize = hop.url.size() + headers_.size();
+  if (headSize > kMaximumHead) {
+    return "The address and the header fields hold " + std::to_string(headSize) +
+           " bytes; no more than " + std::to_string(kMaximumHead) + " can be sent";
+  }
+  const Data* body = hop.withContent ? request.body.get() : nullptr;
+  const bool isLarge = headSize > kSmallHead || (body != nullptr && body->size() > kSmallBody);
+  // libcurl takes 0 for "no limit".
+  const long limit = std::clamp<long>(timeout.count(), 1, INT_MAX);
+  setMethod(hop, body);
   curl_easy_setopt(get(), CURLOPT_URL, hop.url.c_str());
   curl_easy_setopt(get(), CURLOPT_HTTPHEADER, headers_.get());
   curl_easy_setopt(get(), CURLOPT_TIMEOUT_MS, limit);
+  curl_easy_setopt(get(), CURLOPT_HTTP_VERSION,
+                   long{mayUseHttp2 && !isLarge ? CURL_HTTP_VERSION_2TLS : CURL_HTTP_VERSION_1_1});
+  curl_easy_setopt(get(), CURLOPT_UPLOAD_BUFFERSIZE,
+                   headSize > kSmallHead ? kLargeUploadBuffer : kUploadBuffer);
+  return std::nullopt;
 }
 
-void EasyHandle::setMethod(const HttpRequest& request, const Hop& hop) {
-  const Data* body = hop.withContent ? request.body.get() : nullptr;
+void EasyHandle::setMethod(const Hop& hop, const Data* body) {
   const char* customMethod = nullptr;
   if (hop.method == "GET") {
     curl_easy_setopt(get(), CURLOPT_HTTPGET, 1L);

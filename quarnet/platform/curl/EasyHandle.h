@@ -20,8 +20,10 @@ public:
   EasyHandle(TrustStore& trust, std::size_t maximumBodySize);
 
   /// Sets the handle up for one hop of `request`, whose body must stay as it is until the transfer
-  /// has ended.
-  void prepare(const HttpRequest& request, const Hop& hop, std::chrono::milliseconds timeout);
+  /// has ended. HTTP/2 is offered to the server where it does good, if `mayUseHttp2`. Returns why
+  /// the request cannot be sent, or absent.
+  Text prepare(const HttpRequest& request, const Hop& hop, std::chrono::milliseconds timeout,
+               bool mayUseHttp2);
 
   CURL* get() const { return easy_.get(); }
 
@@ -29,7 +31,7 @@ public:
   const char* errorText() const { return errorText_.data(); }
 
 private:
-  void setMethod(const HttpRequest& request, const Hop& hop);
+  void setMethod(const Hop& hop, const Data* body);
 
   std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_;
   HeaderList headers_;

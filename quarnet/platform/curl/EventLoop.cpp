@@ -16,7 +16,8 @@ constexpr int kLongestSleepInMilliseconds = 60'000;
 } // namespace
 
 struct EventLoop::Flight {
-  Flight(TrustStore& trust, std::size_t maximumBodySize) : transfer(trust, maximumBodySize) {}
+  Flight(TrustStore& trust, std::size_t maximumBodySize)
+      : transfer(trust, maximumBodySize, Transfer::Kind::multiplexed) {}
 
   Transfer transfer;
   Submission submission;

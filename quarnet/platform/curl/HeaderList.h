@@ -17,6 +17,9 @@ public:
   /// Host and Content-Length. The fields were checked before.
   void assign(const HttpRequest& request, const Hop& hop);
 
+  /// How many bytes the fields hold.
+  std::size_t size() const { return lines_.size(); }
+
   /// Null when there are no fields.
   curl_slist* get() { return nodes_.empty() ? nullptr : nodes_.data(); }
 

@@ -13,8 +13,9 @@ constexpr int kMaximumRedirects = 20;
 
 } // namespace
 
-Transfer::Transfer(TrustStore& trust, std::size_t maximumBodySize)
-    : trust_(trust), maximumBodySize_(maximumBodySize), handle_(trust, maximumBodySize) {
+Transfer::Transfer(TrustStore& trust, std::size_t maximumBodySize, Kind kind)
+    : trust_(trust), maximumBodySize_(maximumBodySize), kind_(kind),
+      handle_(trust, maximumBodySize) {
   curl_easy_setopt(easy(), CURLOPT_HEADERFUNCTION, onHeader);
   curl_easy_setopt(easy(), CURLOPT_HEADERDATA, this);
   curl_easy_setopt(easy(), CURLOPT_WRITEFUNCTION, onBody);
@@ -27,6 +28,7 @@ bool Transfer::begin(const HttpRequest& request) noexcept {
     deadline_ = Clock::now() +
                 std::min<std::chrono::milliseconds>(request.timeout, std::chrono::hours(24 * 24));
     redirects_ = 0;
+    withoutHttp2_ = false;
     result_ = {};
     if (Text problem = headProblem(request)) {
       return fail(CURLE_BAD_FUNCTION_ARGUMENT, std::move(*problem));
@@ -43,6 +45,10 @@ bool Transfer::begin(const HttpRequest& request) noexcept {
 
 bool Transfer::advance(CURLcode code) noexcept {
   try {
+    if (wasTurnedAway(code)) {
+      withoutHttp2_ = true;
+      return prepareHop();
+    }
     if (code != CURLE_OK) return fail(code, describe(code));
     const char* next = nullptr;
     if (isRedirect(result_.response ? result_.response->statusCode : 0)) {
@@ -76,12 +82,24 @@ bool Transfer::prepareHop() {
     return fail(CURLE_URL_MALFORMAT, std::move(*problem));
   }
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
-  if (redirects_ > 0 && left.count() <= 0) {
-    return fail(CURLE_OPERATION_TIMEDOUT, "The time was up in the middle of the redirects");
+  if ((redirects_ > 0 || withoutHttp2_) && left.count() <= 0) {
+    return fail(CURLE_OPERATION_TIMEDOUT, "The time was up before the request could be sent again");
   }
   refusal_ = CURLE_OK;
-  handle_.prepare(*request_, hop_, left);
+  const bool mayUseHttp2 = kind_ == Kind::multiplexed && !withoutHttp2_;
+  if (Text problem = handle_.prepare(*request_, hop_, left, mayUseHttp2)) {
+    return fail(CURLE_BAD_FUNCTION_ARGUMENT, std::move(*problem));
+  }
   return true;
+}
+
+// A server ends an HTTP/2 connection after so many requests. libcurl 7.88 goes on trying to send
+// over it and then gives up, which must not come out as an error: nothing was sent.
+bool Transfer::wasTurnedAway(CURLcode code) const {
+  if (code != CURLE_SEND_ERROR || kind_ != Kind::multiplexed || withoutHttp2_) return false;
+  long newConnections = 0;
+  curl_easy_getinfo(easy(), CURLINFO_NUM_CONNECTS, &newConnections);
+  return newConnections == 0 && !result_.response;
 }
 
 bool Transfer::fail(CURLcode code, std::string description) {

@@ -13,8 +13,12 @@ namespace quarnet::platform {
 ///     return transfer.takeResult();
 class Transfer {
 public:
-  /// `trust` must outlive the transfer. Throws std::bad_alloc.
-  Transfer(TrustStore& trust, std::size_t maximumBodySize);
+  enum class Kind { single, multiplexed };
+
+  /// A multiplexed transfer shares an HTTP/2 connection with others where the server offers it; one
+  /// that has its connection to itself is cheaper over HTTP/1.1. `trust` must outlive the transfer.
+  /// Throws std::bad_alloc.
+  Transfer(TrustStore& trust, std::size_t maximumBodySize, Kind kind);
   Transfer(const Transfer&) = delete;
   Transfer& operator=(const Transfer&) = delete;
 
@@ -40,16 +44,20 @@ private:
 
   bool follow(std::string url);
   bool prepareHop();
+  bool wasTurnedAway(CURLcode code) const;
   bool fail(CURLcode code, std::string description);
   std::string describe(CURLcode code) const;
 
   TrustStore& trust_;
   const std::size_t maximumBodySize_;
+  const Kind kind_;
   EasyHandle handle_;
   const HttpRequest* request_ = nullptr;
   Clock::time_point deadline_;
   Hop hop_;
   int redirects_ = 0;
+  /// Whether an HTTP/2 connection turned the request away.
+  bool withoutHttp2_ = false;
   HttpResult result_;
   /// Why the body was refused; CURLE_OK while it was not.
   CURLcode refusal_ = CURLE_OK;
