@@ -21,8 +21,7 @@ constexpr long kLargeUploadBuffer = 2L * 1024 * 1024;
 
 } // namespace
 
-EasyHandle::EasyHandle(TrustStore& trust, std::size_t maximumBodySize)
-    : easy_(curl_easy_init(), curl_easy_cleanup) {
+EasyHandle::EasyHandle(TrustStore& trust) : easy_(curl_easy_init(), curl_easy_cleanup) {
   if (!easy_) throw std::bad_alloc();
   CURL* easy = get();
   curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_.data());
@@ -30,7 +29,6 @@ EasyHandle::EasyHandle(TrustStore& trust, std::size_t maximumBodySize)
   curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
   curl_easy_setopt(easy, CURLOPT_SSLVERSION, long{CURL_SSLVERSION_TLSv1_2});
   curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-  curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(maximumBodySize));
   // A request waits for the connection that is being made, to share it when HTTP/2 comes of it.
   curl_easy_setopt(easy, CURLOPT_PIPEWAIT, 1L);
   // A time-out in the middle of a name look-up would else wait for the resolver all the same.

@@ -17,7 +17,7 @@ namespace quarnet::platform {
 class EasyHandle {
 public:
   /// Throws std::bad_alloc when libcurl has no memory. `trust` must outlive the handle.
-  EasyHandle(TrustStore& trust, std::size_t maximumBodySize);
+  explicit EasyHandle(TrustStore& trust);
 
   /// Sets the handle up for one hop of `request`, whose body must stay as it is until the transfer
   /// has ended. HTTP/2 is offered to the server where it does good, if `mayUseHttp2`. Returns why

@@ -14,8 +14,7 @@ constexpr int kMaximumRedirects = 20;
 } // namespace
 
 Transfer::Transfer(TrustStore& trust, std::size_t maximumBodySize, Kind kind)
-    : trust_(trust), maximumBodySize_(maximumBodySize), kind_(kind),
-      handle_(trust, maximumBodySize) {
+    : trust_(trust), maximumBodySize_(maximumBodySize), kind_(kind), handle_(trust) {
   curl_easy_setopt(easy(), CURLOPT_HEADERFUNCTION, onHeader);
   curl_easy_setopt(easy(), CURLOPT_HEADERDATA, this);
   curl_easy_setopt(easy(), CURLOPT_WRITEFUNCTION, onBody);
@@ -50,8 +49,13 @@ bool Transfer::advance(CURLcode code) noexcept {
       return prepareHop();
     }
     if (code != CURLE_OK) return fail(code, describe(code));
+    // libcurl lets a head pass that was cut off.
+    if (!result_.response) {
+      return fail(CURLE_PARTIAL_FILE,
+                  "The connection was closed in the middle of the answer's head");
+    }
     const char* next = nullptr;
-    if (isRedirect(result_.response ? result_.response->statusCode : 0)) {
+    if (isRedirect(result_.response->statusCode)) {
       // The Location field made absolute, since libcurl was told not to follow it itself.
       curl_easy_getinfo(easy(), CURLINFO_REDIRECT_URL, &next);
     }
@@ -108,7 +112,7 @@ bool Transfer::fail(CURLcode code, std::string description) {
 }
 
 std::string Transfer::describe(CURLcode code) const {
-  if (code == CURLE_FILESIZE_EXCEEDED || refusal_ == CURLE_FILESIZE_EXCEEDED) {
+  if (refusal_ == CURLE_FILESIZE_EXCEEDED) {
     return "The answer is larger than " + std::to_string(maximumBodySize_) + " bytes";
   }
   if (refusal_ == CURLE_OUT_OF_MEMORY) return "Not enough memory for the answer";
@@ -136,18 +140,17 @@ void Transfer::receiveHeaderLine(std::string_view line) {
 
 bool Transfer::receiveBody(std::string_view piece) noexcept {
   Data& body = result_.body;
-  if (piece.size() > maximumBodySize_ - body.size()) {
+  curl_off_t announced = -1;
+  if (body.empty()) curl_easy_getinfo(easy(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
+  if (piece.size() > maximumBodySize_ - body.size() ||
+      std::cmp_greater(announced, maximumBodySize_)) {
     refusal_ = CURLE_FILESIZE_EXCEEDED;
     return false;
   }
   try {
-    if (body.empty()) {
-      // Once, since growing step by step needs the body's size twice over. An announced length is
-      // no more than address space until the bytes arrive.
-      curl_off_t announced = -1;
-      curl_easy_getinfo(easy(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
-      if (announced > 0) body.reserve(std::min<std::size_t>(announced, maximumBodySize_));
-    }
+    // Once, since growing step by step needs the body's size twice over. An announced length is no
+    // more than address space until the bytes arrive.
+    if (announced > 0) body.reserve(static_cast<std::size_t>(announced));
     body += piece;
     return true;
   } catch (const std::bad_alloc&) {

@@ -1,0 +1,252 @@
+#include "WireServer.h"
+#include "sandbox/Server.h"
+
+#include "quarnet/platform/curl/CurlHttpClient.h"
+
+#include <chrono>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace quarnet::test {
+namespace {
+
+using namespace std::chrono_literals;
+using platform::CurlHttpClient;
+using platform::HttpRequest;
+using platform::HttpResult;
+using sandbox::Misbehaviour;
+using testing::HasSubstr;
+using testing::Not;
+
+HttpRequest get(std::string url) {
+  HttpRequest request;
+  request.url = std::move(url);
+  request.timeout = 10s;
+  return request;
+}
+
+HttpRequest sending(std::string method, std::string url, std::string body) {
+  HttpRequest request = get(std::move(url));
+  request.method = std::move(method);
+  request.body = std::make_shared<Data>(std::move(body));
+  return request;
+}
+
+std::string problemOf(const HttpResult& result) {
+  return result.error ? result.error->description.value_or("no description") : "no error";
+}
+
+TEST(SendTest, WhatIsSentIsWhatWasAskedForAndNothingElse) {
+  WireServer server([](const std::string&) { return answer("fine"); });
+  CurlHttpClient client;
+  HttpRequest put = sending("PUT", server.url("/a?b=c"), std::string("x\0y", 3));
+  put.headerFields = {
+      {"Content-Type", "text/x"}, {"swap_key", "1"}, {"access_token", ""}, {"Content-Length", "3"}};
+  HttpRequest bare = get(server.url("/"));
+  bare.method = "POST";
+
+  EXPECT_EQ(client.sendSynchronously(put).body, "fine");
+  EXPECT_EQ(client.sendSynchronously(bare).body, "fine");
+  bare.method = "DELETE";
+  EXPECT_EQ(client.sendSynchronously(bare).body, "fine");
+  bare.method = "GET";
+  EXPECT_EQ(client.sendSynchronously(bare).body, "fine");
+
+  const std::string host = "Host: 127.0.0.1:" + std::to_string(server.port()) + "\r\n";
+  EXPECT_THAT(server.requests(),
+              testing::ElementsAre("PUT /a?b=c HTTP/1.1\r\n" + host +
+                                       "Content-Type: text/x\r\nswap_key: 1\r\naccess_token:\r\n" +
+                                       "Content-Length: 3\r\n\r\n" + std::string("x\0y", 3),
+                                   "POST / HTTP/1.1\r\n" + host + "Content-Length: 0\r\n\r\n",
+                                   "DELETE / HTTP/1.1\r\n" + host + "\r\n",
+                                   "GET / HTTP/1.1\r\n" + host + "\r\n"));
+  EXPECT_EQ(server.connections(), 1U);
+}
+
+TEST(SendTest, WhatCannotBeSentFailsWithAReasonAndStaysOffTheWire) {
+  WireServer server([](const std::string&) { return answer("fine"); });
+  CurlHttpClient client;
+  struct {
+    std::string url, method, name, value, problem;
+  } const cases[] = {
+      {server.url(), "GET", "X", "a\r\nEvil: 1", "\"X\" holds a line break"},
+      {server.url(), "GET", "X", "a\nb", "\"X\" holds a line break"},
+      {server.url(), "GET", "X", std::string("a\0b", 3), "zero byte"},
+      {server.url(), "GET", "X\r\nEvil", "1", "name is empty or holds"},
+      {server.url(), "GET", "", "1", "name is empty or holds"},
+      {server.url(), "GET / HTTP/1.1\r\nEvil: 1", "X", "1", "method"},
+      {"", "GET", "X", "1", "empty"},
+      {server.url() + std::string("\0", 1), "GET", "X", "1", "zero byte"},
+      {"file:///etc/passwd", "GET", "X", "1", "neither an http nor an https"},
+      {"127.0.0.1/x", "GET", "X", "1", "neither an http nor an https"},
+      {"http://127.0.0.1:99999/", "GET", "X", "1", "URL"},
+      {"http://no such host/", "GET", "X", "1", "URL"},
+      {server.url(std::string(2'000'000, 'a')), "GET", "X", "1", "1040000 can be sent"},
+  };
+  for (const auto& tried : cases) {
+    HttpRequest request = get(tried.url);
+    request.method = tried.method;
+    request.headerFields = {{tried.name, tried.value}};
+    const HttpResult result = client.sendSynchronously(request);
+    EXPECT_FALSE(result.response);
+    EXPECT_THAT(problemOf(result), HasSubstr(tried.problem)) << tried.url.substr(0, 50);
+  }
+  EXPECT_EQ(server.connections(), 0U);
+  // A head that is just small enough goes through whole.
+  EXPECT_EQ(problemOf(client.sendSynchronously(get(server.url("/" + std::string(1'039'000, 'a'))))),
+            "no error");
+  EXPECT_GT(server.requests().at(0).size(), 1'039'000U);
+}
+
+TEST(SendTest, AFailureSaysWhyAndKeepsWhatHadArrived) {
+  const std::string full = std::string(200'000, 'x');
+  struct {
+    std::string wire, problem;
+    long status;
+    std::string body;
+  } const cases[] = {
+      {"HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 9\r\n\r\nhalf", "close", 200,
+       "half"},
+      {"HTTP/1.1 200 OK\r\nConnection: close\r\nTransfer-Encoding: chunked\r\n\r\n4\r\nhalf\r\n",
+       "", 200, "half"},
+      {"HTTP/1.1 404 No\r\nConnection: close\r\nContent-Le", "answer's head", 0, ""},
+      {"HTTP/1.1 100 Go on\r\n\r\nConnection: close", "", 0, ""},
+      {"rubbish, Connection: close\r\n\r\n", "HTTP/0.9", 0, ""},
+      {"HTTP/1.1 200 OK\r\nContent-Length: 99999999999999\r\n\r\nx", "larger than 100000 bytes",
+       200, ""},
+      {"HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + full, "larger than 100000 bytes", 200, "*"},
+      {"", "Empty reply", 0, ""},
+      {WireServer::kSilence, "timed out", 0, ""},
+      {"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf", "timed out", 200, "half"},
+  };
+  CurlHttpClient client({.maximumBodySize = 100'000});
+  for (const auto& tried : cases) {
+    WireServer server([&](const std::string&) { return tried.wire; });
+    HttpRequest request = get(server.url());
+    request.timeout = 300ms;
+    const HttpResult result = client.sendSynchronously(request);
+    ASSERT_TRUE(result.error) << tried.wire.substr(0, 100);
+    EXPECT_THAT(problemOf(result), HasSubstr(tried.problem));
+    EXPECT_FALSE(problemOf(result).empty());
+    EXPECT_EQ(result.response ? result.response->statusCode : 0, tried.status) << problemOf(result);
+    if (tried.body != "*") {
+      EXPECT_EQ(result.body, tried.body) << problemOf(result);
+    }
+  }
+  EXPECT_THAT(problemOf(client.sendSynchronously(get("http://127.0.0.1:1/"))),
+              HasSubstr("Failed to connect to 127.0.0.1 port 1"));
+  EXPECT_THAT(problemOf(client.sendSynchronously(get("http://nowhere.invalid/"))),
+              HasSubstr("nowhere.invalid"));
+}
+
+TEST(SendTest, AConnectionThatTheServerClosedMeanwhileIsNoError) {
+  // Announces that the connection stays open and closes it after each answer, or on the next
+  // request.
+  int count = 0;
+  WireServer lateCloser([&](const std::string&) { return ++count % 2 == 0 ? "" : answer("fine"); });
+  CurlHttpClient client;
+  for (int i = 0; i < 6; ++i) {
+    const HttpResult result = client.sendSynchronously(sending("POST", lateCloser.url(), "body"));
+    EXPECT_EQ(result.body, "fine") << problemOf(result);
+  }
+  sandbox::Server server;
+  server.misbehave("*", Misbehaviour::drop());
+  CurlHttpClient trusting({.caFile = sandbox::Server::caFile()});
+  for (int i = 0; i < 5; ++i) {
+    const HttpResult result = trusting.sendSynchronously(get("https://" + server.host() + "/x"));
+    EXPECT_EQ(problemOf(result), "no error");
+  }
+}
+
+TEST(SendTest, OnlyServersWithATrustedCertificateGetTheRequest) {
+  sandbox::Server server;
+  const std::string broken = testing::TempDir() + "/broken.pem";
+  std::ofstream(broken) << "no certificate";
+  const HttpRequest request = get("https://" + server.host() + "/x");
+  struct {
+    std::string caFile, problem;
+  } const cases[] = {{"", "certificate"},
+                     {broken, "The CA file cannot be read or holds no certificate: " + broken},
+                     {"/nowhere.pem", "The CA file cannot be read"}};
+  for (const auto& tried : cases) {
+    CurlHttpClient client({.caFile = tried.caFile});
+    EXPECT_THAT(problemOf(client.sendSynchronously(request)), HasSubstr(tried.problem));
+  }
+  CurlHttpClient client({.caFile = sandbox::Server::caFile()});
+  HttpRequest wrongName = request;
+  wrongName.url = "https://127.0.0.2:" + std::to_string(server.port()) + "/x";
+  EXPECT_FALSE(client.sendSynchronously(wrongName).response);
+  EXPECT_EQ(server.requestCount(), 0U);
+  EXPECT_EQ(problemOf(client.sendSynchronously(request)), "no error");
+  EXPECT_EQ(server.requestCount(), 1U);
+}
+
+TEST(SendTest, RedirectsKeepWhatBelongsToTheOrigin) {
+  struct {
+    std::string status, method;
+    bool elsewhere;
+    std::string expectedMethod;
+    bool token, content;
+  } const cases[] = {
+      {"301 Moved", "GET", false, "GET", true, false},
+      {"302 Found", "POST", false, "GET", true, false},
+      {"302 Found", "PUT", false, "PUT", true, true},
+      {"303 See", "DELETE", false, "GET", true, false},
+      {"307 Again", "POST", false, "POST", true, true},
+      {"308 Again", "PUT", true, "PUT", false, true},
+      {"301 Moved", "GET", true, "GET", false, false},
+  };
+  for (const auto& tried : cases) {
+    SCOPED_TRACE(tried.status + " " + tried.method);
+    WireServer other([](const std::string&) { return answer("there"); });
+    const std::string location = tried.elsewhere ? other.url("/b") : "/b";
+    WireServer server([&](const std::string& request) {
+      return request.find(" /a ") == std::string::npos
+                 ? answer("there")
+                 : answer("moved", "Location: " + location + "\r\n", tried.status);
+    });
+    HttpRequest request = sending(tried.method, server.url("/a"), "the body");
+    request.headerFields = {{"Content-Type", "text/x"}, {"access_token", "secret"}};
+    CurlHttpClient client;
+    EXPECT_EQ(client.sendSynchronously(request).body, "there");
+
+    const std::string last = (tried.elsewhere ? other : server).requests().back();
+    EXPECT_TRUE(last.starts_with(tried.expectedMethod + " /b HTTP/1.1")) << last;
+    EXPECT_EQ(last.find("secret") != std::string::npos, tried.token) << last;
+    EXPECT_EQ(last.ends_with("the body"), tried.content) << last;
+    if (tried.method != "GET" && !tried.content) {
+      EXPECT_THAT(last, Not(HasSubstr("Content-"))) << last;
+    }
+  }
+}
+
+TEST(SendTest, RedirectsComeToAnEnd) {
+  struct {
+    std::string fields, problem;
+    std::size_t requests;
+  } const cases[] = {
+      {"Location: /on\r\n", "More than 20 redirects", 21},
+      {"Location: file:///etc/passwd\r\n", "neither an http nor an https", 1},
+      {"", "no error", 1},
+  };
+  for (const auto& tried : cases) {
+    WireServer server([&](const std::string&) { return answer("moved", tried.fields, "302 Go"); });
+    CurlHttpClient client;
+    EXPECT_THAT(problemOf(client.sendSynchronously(get(server.url()))), HasSubstr(tried.problem));
+    EXPECT_EQ(server.requests().size(), tried.requests);
+  }
+  // One time-out for the whole way.
+  WireServer slow([&](const std::string&) {
+    std::this_thread::sleep_for(100ms);
+    return answer("moved", "Location: /on\r\n", "307 Go");
+  });
+  HttpRequest request = get(slow.url());
+  request.timeout = 350ms;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_TRUE(CurlHttpClient().sendSynchronously(request).error);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 1500ms);
+}
+
+} // namespace
+} // namespace quarnet::test
