@@ -164,11 +164,11 @@ void Service::log(const ReceivedRequest& request, const Reply& reply) {
   constexpr std::size_t kLongestPath = 200;
   constexpr std::array kDeliveries = {"",     " silent",  " reset",  " reset in the body",
                                       " cut", " dropped", " endless"};
-  std::string line = request.method + " ";
-  line += request.path().substr(0, kLongestPath);
+  std::string line = request.method;
+  line.append(" ").append(request.path().substr(0, kLongestPath));
   if (request.path().size() > kLongestPath) line += "...";
-  line +=
-      " " + std::to_string(reply.status) + kDeliveries[static_cast<std::size_t>(reply.delivery)];
+  line.append(" ").append(std::to_string(reply.status));
+  line += kDeliveries[static_cast<std::size_t>(reply.delivery)];
   const std::lock_guard lock(logMutex_);
   options_.log(line);
 }
