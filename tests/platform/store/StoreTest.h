@@ -38,8 +38,8 @@ private:
 /// A folder of its own for each test, with the log caught; nothing in it may log unasked.
 class StoreTest : public testing::Test {
 protected:
-  StoreTest() {
-    std::string name = (fs::temp_directory_path() / "quarnet-store-XXXXXX").string();
+  explicit StoreTest(const fs::path& parent = fs::temp_directory_path()) {
+    std::string name = (parent / "quarnet-store-XXXXXX").string();
     root = mkdtemp(name.data());
     quarnet::platform::Platform::install({.log = log});
   }
