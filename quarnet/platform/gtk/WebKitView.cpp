@@ -94,7 +94,8 @@ WebKitView::WebKitView(WebKitWebContext* context, std::shared_ptr<const ServerTr
 WebKitView::~WebKitView() {
   g_signal_handlers_disconnect_by_data(page_.get(), this);
   g_signal_handlers_disconnect_by_data(session_.get(), this);
-  webkit_web_view_stop_loading(page_.get());
+  // Left alone, the process of the last page lives on; it is this page's, as its session is.
+  webkit_web_view_terminate_web_process(page_.get());
   gtk_widget_unparent(progress_);
   gtk_widget_unparent(failure_);
   gtk_widget_unparent(GTK_WIDGET(page_.get()));
