@@ -16,7 +16,7 @@ cmake --install "$build_dir" --prefix "$prefix" >"$folder/install.log"
 library=$(dirname "$(find "$prefix" -name libquarnet.so)")
 
 echo "-- the installed headers are complete, and internal ones stay behind"
-(cd "$prefix/include" && find quarnet -name '*.h' ! -path '*/gtk/*') |
+(cd "$prefix/include" && find quarnet -name '*.h') |
   sed 's/.*/#include "&"/' >"$folder/all.cpp"
 grep -q 'quarnet/quarnet.h' "$folder/all.cpp"
 g++ -std=c++20 -Wall -Wextra -Werror -fsyntax-only -I"$prefix/include" "$folder/all.cpp"
@@ -28,6 +28,25 @@ cmake --build "$folder/cmake" >>"$folder/cmake.log"
 echo "-- with pkg-config"
 cp -r "$consumer" "$folder/make"
 PKG_CONFIG_PATH=$library/pkgconfig make -s -C "$folder/make"
+
+echo "-- with every toolkit that was built"
+mkdir "$folder/toolkits"
+mapfile -t components < <(sed -nE 's/^add_library\(quarnet::([a-z]+) .*/\1/p' \
+  "$library/cmake/quarnet/quarnet-targets.cmake")
+cat >"$folder/toolkits/CMakeLists.txt" <<CMAKE
+cmake_minimum_required(VERSION 3.25)
+project(toolkits LANGUAGES CXX)
+find_package(quarnet REQUIRED COMPONENTS ${components[*]})
+add_executable(toolkits main.cpp)
+target_link_libraries(toolkits PRIVATE ${components[*]/#/quarnet::})
+CMAKE
+{
+  (cd "$prefix/include" && find quarnet -name '*Toolkit.h') | sed 's/.*/#include <&>/'
+  echo 'int main() {}'
+} >"$folder/toolkits/main.cpp"
+cmake -S "$folder/toolkits" -B "$folder/toolkits/build" -DCMAKE_PREFIX_PATH="$prefix" \
+  >"$folder/cmake.log"
+cmake --build "$folder/toolkits/build" >>"$folder/cmake.log"
 
 echo "-- it makes a call"
 start_sandbox "$prefix/bin/quarnet-sandbox"
