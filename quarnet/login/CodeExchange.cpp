@@ -14,7 +14,7 @@ using platform::log;
 using platform::Platform;
 
 void OAuthClient::readUrl(const std::string& url) {
-  getAsynchronously(url, [screen = shared_from_this()](platform::HttpResult answer) {
+  getAsynchronously(url, [screen = shared_from_this()](const platform::HttpResult& answer) {
     screen->exchangeAnswered(answer);
   });
 }
