@@ -1,0 +1,89 @@
+// A small application on the Quarnet API: sign in, a few calls, log out.
+
+#include "DemoWindow.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <quarnet/core/Hosts.h>
+#include <quarnet/platform/Platform.h>
+#include <quarnet/platform/curl/CurlHttpClient.h>
+#include <quarnet/platform/gtk/GtkToolkit.h>
+#include <quarnet/platform/sqlite/SqliteUserDefaults.h>
+
+namespace {
+
+struct Options {
+  quarnet::Hosts hosts;
+  std::string caFile;
+  std::string clientId = "demo-client";
+  std::string clientSecret;
+  std::string scope = "profile";
+  std::string store;
+};
+
+void define(CLI::App& program, Options& options) {
+  const auto add = [&](const char* name, std::string& value, const char* variable,
+                       const char* text) {
+    program.add_option(name, value, text)->envname(variable)->capture_default_str();
+  };
+  add("--api-host", options.hosts.api, "QUARNET_API_HOST", "Host of the API server");
+  add("--mobile-host", options.hosts.mobile, "QUARNET_MOBILE_HOST", "Host of the mobile site");
+  add("--portal-host", options.hosts.portal, "QUARNET_PORTAL_HOST", "Host of the portal");
+  add("--ca-file", options.caFile, "QUARNET_CA_FILE",
+      "Certificates that vouch for these hosts beside the system's (PEM)");
+  add("--client-id", options.clientId, "QUARNET_CLIENT_ID", "The application's client identifier");
+  add("--client-secret", options.clientSecret, "QUARNET_CLIENT_SECRET",
+      "The client secret; the variable keeps it out of the list of processes");
+  add("--scope", options.scope, "QUARNET_SCOPE", "Scope to ask for");
+  add("--store", options.store, "QUARNET_STORE",
+      "File that keeps the token record; the user's data folder when left out");
+}
+
+/// Sets the library up, before anything else of it is used.
+void configure(const Options& options, std::shared_ptr<quarnet::platform::Log> log) {
+  namespace platform = quarnet::platform;
+  const quarnet::Hosts& hosts = options.hosts;
+  quarnet::configureHosts(hosts);
+  platform::Platform::install({
+      .httpClient = std::make_shared<platform::CurlHttpClient>(
+          platform::CurlHttpClientOptions{.caFile = options.caFile}),
+      .userDefaults = std::make_shared<platform::SqliteUserDefaults>(options.store),
+      .log = std::move(log),
+      .toolkit = std::make_shared<platform::GtkToolkit>(
+          platform::GtkToolkitOptions{.certificateFile = options.caFile,
+                                      .certificateHosts = {hosts.api, hosts.mobile, hosts.portal}}),
+  });
+  quarnet::OAuthInfoManager& session = quarnet::OAuthInfoManager::sharedInstance();
+  session.setClientId(options.clientId);
+  session.setClientSecret(options.clientSecret);
+  session.setScope(options.scope);
+}
+
+struct Demo {
+  Options options;
+  std::unique_ptr<demo::DemoWindow> window;
+};
+
+void activate(GtkApplication* application, Demo* demo) {
+  if (demo->window) return gtk_window_present(gtk_application_get_active_window(application));
+  demo->window = std::make_unique<demo::DemoWindow>(ADW_APPLICATION(application));
+  configure(demo->options, demo->window->log());
+  demo->window->present();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  Demo demo;
+  CLI::App program("A small application on the Quarnet API.", "quarnet-demo");
+  define(program, demo.options);
+  CLI11_PARSE(program, argc, argv);
+
+  // Two of them may run at a time, on different servers.
+  AdwApplication* application =
+      adw_application_new("example.quarnet.Demo", G_APPLICATION_NON_UNIQUE);
+  g_signal_connect(application, "activate", G_CALLBACK(activate), &demo);
+  const int status = g_application_run(G_APPLICATION(application), 1, argv);
+  g_object_unref(application);
+  return status;
+}
