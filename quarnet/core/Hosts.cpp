@@ -2,6 +2,7 @@
 
 #include "quarnet/core/Constants.h"
 
+#include <list>
 #include <string_view>
 
 namespace quarnet {
@@ -16,10 +17,11 @@ constinit std::string_view parameterKeyAddress =
 constinit std::string_view mobileAddress = "https://" QUARNET_MOBILE_HOST;
 constinit std::string_view portalAddress = QUARNET_PORTAL_HOST "/sso/openPage.do";
 
-// The text lives as long as the process: the constants are views, and views handed out before stay
-// good.
+/// The text lives as long as the process: the constants are views, and views handed out before stay
+/// good.
 std::string_view kept(std::string text) {
-  return *new std::string(std::move(text));
+  static auto* const texts = new std::list<std::string>;
+  return texts->emplace_back(std::move(text));
 }
 
 } // namespace
