@@ -73,7 +73,7 @@ bool OAuthClient::webViewShouldStartLoadWithRequestNavigationType(platform::WebV
     if (!equalIgnoringCase(std::string_view(url).substr(0, compared), scheme)) continue;
     const std::string rewritten = std::string(replacement) + url.substr(scheme.size());
     log(scheme, "를 제거한 URL : ", rewritten);
-    if (loginView_) loginView_->load(rewritten);
+    if (const auto page = loginView()) page->load(rewritten);
     return false;
   }
   if (!isPortalPage(url)) return true;

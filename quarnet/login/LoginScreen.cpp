@@ -36,17 +36,19 @@ void OAuthClient::loginFinishedFailed(CallbackTriple callback) {
   setCallback(callback);
 
   const std::shared_ptr<Toolkit> toolkit = Platform::current().toolkit;
-  if (!toolkit) return log("OAuthClient : no toolkit is installed, the login screen cannot open");
-  // Without a window there are no bounds either; the screen is built all the same.
-  const std::shared_ptr<View> window = toolkit->keyWindow();
-  const Rect bounds = window ? window->frame() : Rect{};
+  const std::shared_ptr<View> window = toolkit ? toolkit->keyWindow() : nullptr;
+  if (!window) {
+    return log("OAuthClient : there is no ", toolkit ? "key window" : "toolkit",
+               ", the login screen cannot open");
+  }
+  const Rect bounds = window->frame();
   const double width = bounds.width;
   const double height = usableHeight(bounds.height, toolkit->systemVersion());
 
   const std::shared_ptr<View> backdrop = toolkit->makeView();
   backdrop->setFrame({0, 0, width, height});
   backdrop->setBackgroundColor(kBackdropGrey);
-  if (window) window->addSubview(backdrop);
+  window->addSubview(backdrop);
 
   const std::shared_ptr<View> panel = toolkit->makeView();
   panel->setFrame({width / 2, height / 2, 0, 0});
@@ -59,9 +61,9 @@ void OAuthClient::loginFinishedFailed(CallbackTriple callback) {
   const std::shared_ptr<WebView> page = makeLoginView(*toolkit, width, height);
   panel->addSubview(page);
 
-  viewBlock_ = backdrop;
-  bgView_ = panel;
-  loginView_ = page;
+  viewBlock_.refer(backdrop);
+  bgView_.refer(panel);
+  loginView_.refer(page);
 
   // 20 points below the window's top whatever the system's version, so the panel may reach beyond
   // the backdrop's lower edge: this is meant.
@@ -94,20 +96,24 @@ std::shared_ptr<WebView> OAuthClient::makeLoginView(Toolkit& toolkit, double wid
 
 void OAuthClient::closeLoginView() {
   const std::shared_ptr<Toolkit> toolkit = Platform::current().toolkit;
-  if (!toolkit || !loginView_ || !bgView_ || !viewBlock_ || closing_.lock() == bgView_) return;
-  closing_ = bgView_;
+  const std::shared_ptr<WebView> page = loginView();
+  const std::shared_ptr<View> panel = bgView();
+  const std::shared_ptr<View> backdrop = viewBlock();
+  if (!toolkit || !page || !panel || !backdrop || closing_.lock() == panel) return;
+  closing_ = panel;
 
-  const Rect now = bgView_->frame();
+  const Rect now = panel->frame();
   // The target follows from the size alone, not from where the panel lies: this is meant.
   const Rect point{now.width / 2, now.height / 2, 0, 0};
   toolkit->animate(
       kAnimationTime,
-      [page = loginView_, panel = bgView_, point] {
+      [page, panel, point] {
         panel->setFrame(point);
         page->load("about:blank");
       },
-      [screen = shared_from_this(), page = loginView_, panel = bgView_,
-       backdrop = viewBlock_](bool) { screen->removeViews(page, panel, backdrop); });
+      [screen = shared_from_this(), page, panel, backdrop](bool) {
+        screen->removeViews(page, panel, backdrop);
+      });
 }
 
 void OAuthClient::removeViews(const std::shared_ptr<WebView>& page,
@@ -117,9 +123,9 @@ void OAuthClient::removeViews(const std::shared_ptr<WebView>& page,
   page->removeFromSuperview();
   panel->removeFromSuperview();
   backdrop->removeFromSuperview();
-  if (loginView_ == page) loginView_.reset();
-  if (bgView_ == panel) bgView_.reset();
-  if (viewBlock_ == backdrop) viewBlock_.reset();
+  if (loginView() == page) setLoginView(nullptr);
+  if (bgView() == panel) setBgView(nullptr);
+  if (viewBlock() == backdrop) setViewBlock(nullptr);
 }
 
 void OAuthClient::alertViewClickedButtonAtIndex(int) {

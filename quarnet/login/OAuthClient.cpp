@@ -9,7 +9,7 @@ std::shared_ptr<OAuthClient> OAuthClient::make() {
 }
 
 OAuthClient::~OAuthClient() {
-  if (loginView_) loginView_->setDelegate(nullptr);
+  if (const auto page = loginView()) page->setDelegate(nullptr);
 }
 
 Text OAuthClient::result() const {

@@ -43,15 +43,15 @@ public:
   Text checkedURL;
 
   /// The sign-in page; like the two views below, null before the first login and from the end of a
-  /// close on.
-  std::shared_ptr<platform::WebView> loginView() const { return loginView_; }
-  void setLoginView(std::shared_ptr<platform::WebView> view) { loginView_ = std::move(view); }
+  /// close on. The window holds the views of a login; one that is set here is held by the screen.
+  std::shared_ptr<platform::WebView> loginView() const { return loginView_.get(); }
+  void setLoginView(std::shared_ptr<platform::WebView> view) { loginView_.keep(std::move(view)); }
   /// The backdrop, as large as the window.
-  std::shared_ptr<platform::View> viewBlock() const { return viewBlock_; }
-  void setViewBlock(std::shared_ptr<platform::View> view) { viewBlock_ = std::move(view); }
+  std::shared_ptr<platform::View> viewBlock() const { return viewBlock_.get(); }
+  void setViewBlock(std::shared_ptr<platform::View> view) { viewBlock_.keep(std::move(view)); }
   /// The panel that holds title bar and page and grows and shrinks with them.
-  std::shared_ptr<platform::View> bgView() const { return bgView_; }
-  void setBgView(std::shared_ptr<platform::View> view) { bgView_ = std::move(view); }
+  std::shared_ptr<platform::View> bgView() const { return bgView_.get(); }
+  void setBgView(std::shared_ptr<platform::View> view) { bgView_.keep(std::move(view)); }
 
   // Kept for the application; the login does not use them. Absent until set.
   const std::optional<Data>& receivedData() const { return receivedData_; }
@@ -77,7 +77,7 @@ public:
   /// `finished` hears of a token answer, whatever it says ("RC" and "RM" empty, "RD" the answer's
   /// text, left out when it is not UTF-8), `failed` of a transport error ("RM" its description, the
   /// others empty), on the main thread. The target is not owned: keep it alive until the login has
-  /// ended. Without a toolkit one line goes to the log and nothing else happens.
+  /// ended. Without a toolkit or a key window one line goes to the log and nothing else happens.
   template <class T>
   void loginFinishedFailed(T* target, std::type_identity_t<Method<T>> finished,
                            std::type_identity_t<Method<T>> failed) {
@@ -122,6 +122,26 @@ public:
   void parseData(const Data& answer);
 
 private:
+  /// A view of the screen. The tree of views holds it, and through its button the screen; if the
+  /// screen held it as well, neither would go with a window that is destroyed while they are open.
+  template <class V>
+  class Part {
+  public:
+    std::shared_ptr<V> get() const { return view_.lock(); }
+    void refer(const std::shared_ptr<V>& view) {
+      view_ = view;
+      kept_.reset();
+    }
+    void keep(std::shared_ptr<V> view) {
+      view_ = view;
+      kept_ = std::move(view);
+    }
+
+  private:
+    std::weak_ptr<V> view_;
+    std::shared_ptr<V> kept_;
+  };
+
   OAuthClient() = default;
 
   bool shouldStartLoad(platform::WebView& view, const std::string& url) override;
@@ -143,9 +163,9 @@ private:
   CallbackTriple callback() const;
   void setCallback(const CallbackTriple& callback);
 
-  std::shared_ptr<platform::WebView> loginView_;
-  std::shared_ptr<platform::View> viewBlock_;
-  std::shared_ptr<platform::View> bgView_;
+  Part<platform::WebView> loginView_;
+  Part<platform::View> viewBlock_;
+  Part<platform::View> bgView_;
   /// The panel whose closing is under way.
   std::weak_ptr<platform::View> closing_;
   std::optional<Data> receivedData_;

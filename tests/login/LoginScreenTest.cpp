@@ -94,35 +94,38 @@ TEST_F(LoginScreen, AClosedScreenTakesOnlyItsOwnViewsAlong) {
   EXPECT_EQ(overlays(), 1U);
 }
 
-TEST_F(LoginScreen, OneThatWasReplacedCanStillBeClosedAndIsGoneThen) {
-  open();
-  const std::weak_ptr<OAuthClient> replaced = client_;
-  client_.reset();
-  manager_.init();
-  EXPECT_FALSE(replaced.expired());
-  toolkit_->titleBar()->pressRightButton();
-  toolkit_->advance(500ms);
-  EXPECT_EQ(overlays(), 0U);
-  EXPECT_TRUE(replaced.expired());
+TEST_F(LoginScreen, OneThatWasReplacedCanStillBeClosedAndLeavesNothing) {
+  for (const bool windowGoes : {false, true}) {
+    const std::weak_ptr<HeadlessWebView> page = open();
+    const std::weak_ptr<OAuthClient> replaced = client_;
+    client_.reset();
+    manager_.init();
+    EXPECT_FALSE(replaced.expired());
+    if (windowGoes) {
+      toolkit_ = std::make_shared<HeadlessToolkit>();
+      useToolkit(toolkit_);
+    } else {
+      toolkit_->titleBar()->pressRightButton();
+      toolkit_->advance(500ms);
+      EXPECT_EQ(overlays(), 0U);
+    }
+    EXPECT_TRUE(replaced.expired());
+    EXPECT_TRUE(page.expired());
+    client_ = manager_.oAuthClient();
+  }
 }
 
-TEST_F(LoginScreen, NeedsNeitherAWindowNorAToolkit) {
+TEST_F(LoginScreen, WithoutAWindowOrAToolkitOneLineSaysSo) {
+  log_->clear();
   toolkit_->setKeyWindow(nullptr);
-  client_->loginFinishedFailed(nullptr, nullptr, nullptr);
-  toolkit_->advance(500ms);
-  EXPECT_EQ(client_->viewBlock()->frame(), (Rect{0, 0, 0, -20}));
-  EXPECT_EQ(client_->loginView()->currentUrl(), authorizationUrl());
-  client_->closeLoginView();
-  toolkit_->advance(500ms);
-  EXPECT_EQ(client_->viewBlock(), nullptr);
-
+  open();
   const auto page = toolkit_->makeWebView();
   useToolkit(nullptr);
-  log_->clear();
   client_->loginFinishedFailed(&app_, &Callbacks::finished, &Callbacks::failed);
   client_->closeLoginView();
   EXPECT_THAT(log_->lines(),
-              ElementsAre("OAuthClient : no toolkit is installed, the login screen cannot open"));
+              ElementsAre("OAuthClient : there is no key window, the login screen cannot open",
+                          "OAuthClient : there is no toolkit, the login screen cannot open"));
   page->load(apiUrl("/oauth/error?error=e&error_description=d"));
   client_->webViewDidFinishLoad(*page);
   EXPECT_EQ(manager_.errorDesc(), "d");
