@@ -14,7 +14,7 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr std::size_t kLongestEchoedBody = 64 * 1024;
+constexpr std::size_t kLongestEchoedBody = 64ul * 1024;
 constexpr std::uint64_t kMostGeneratedBytes = 4ull * 1024 * 1024 * 1024;
 constexpr std::array kMethods = {"GET", "POST", "PUT", "DELETE"};
 constexpr std::array kShownHeaders = {"content-type",    "content-length", "accept",

@@ -3,7 +3,7 @@
 namespace quarnet::sandbox {
 namespace {
 
-constexpr std::size_t kLargestKeptBody = 1024 * 1024;
+constexpr std::size_t kLargestKeptBody = 1024ul * 1024;
 
 } // namespace
 

@@ -25,9 +25,9 @@ namespace beast = boost::beast;
 namespace http = boost::beast::http;
 using asio::use_awaitable;
 
-constexpr std::size_t kBufferOfAHead = 4 * 1024;
-constexpr std::size_t kBufferOfABody = 64 * 1024;
-constexpr std::size_t kEndlessPiece = 16 * 1024;
+constexpr std::size_t kBufferOfAHead = 4ul * 1024;
+constexpr std::size_t kBufferOfABody = 64ul * 1024;
+constexpr std::size_t kEndlessPiece = 16ul * 1024;
 constexpr auto kEndlessPause = std::chrono::milliseconds(10);
 constexpr auto kFarewell = std::chrono::seconds(1);
 

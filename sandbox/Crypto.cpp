@@ -59,7 +59,7 @@ std::optional<std::string> aes256Decrypted(std::string_view keyText, std::string
                         static_cast<int>(ciphertext.size())) == 1 &&
       EVP_DecryptFinal_ex(context.get(), out + written, &last) == 1;
   if (!opened) return std::nullopt;
-  plain.resize(static_cast<std::size_t>(written + last));
+  plain.resize(static_cast<std::size_t>(written) + static_cast<std::size_t>(last));
   return plain;
 }
 

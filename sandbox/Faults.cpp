@@ -20,7 +20,7 @@ std::vector<Misbehaviour> Faults::take(std::string_view path) {
   if (found == byPath_.end()) found = byPath_.find("*");
   if (found == byPath_.end()) return {};
 
-  const std::vector<Misbehaviour> taken = found->second;
+  std::vector<Misbehaviour> taken = found->second;
   std::erase_if(found->second, [](Misbehaviour& m) { return m.times != 0 && --m.times == 0; });
   if (found->second.empty()) byPath_.erase(found);
   return taken;

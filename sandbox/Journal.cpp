@@ -4,7 +4,7 @@ namespace quarnet::sandbox {
 namespace {
 
 constexpr std::size_t kMostRequests = 20'000;
-constexpr std::size_t kMostBytes = 256 * 1024 * 1024;
+constexpr std::size_t kMostBytes = 256ul * 1024 * 1024;
 
 std::size_t weightOf(const ReceivedRequest& request) {
   std::size_t weight = sizeof request + request.target.size() + request.body.size();

@@ -33,8 +33,8 @@ constexpr std::array kWords = {
     Word{"key", Kind::keyTexts, Argument::twoNumbers},
 };
 
-constexpr std::uint64_t kLongestDelay = 24 * 3600 * 1000;
-constexpr std::uint64_t kLongestKeyText = 1024 * 1024;
+constexpr std::uint64_t kLongestDelay = 24ul * 3600 * 1000;
+constexpr std::uint64_t kLongestKeyText = 1024ul * 1024;
 
 std::uint64_t numberFrom(std::string_view text, std::string_view kind) {
   std::uint64_t number = 0;

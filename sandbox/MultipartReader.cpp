@@ -6,7 +6,7 @@ namespace quarnet::sandbox {
 namespace {
 
 constexpr std::string_view kTrailer = "\r\nContent-Transfer-Encoding: binary\r\n";
-constexpr std::size_t kLongestHead = 64 * 1024;
+constexpr std::size_t kLongestHead = 64ul * 1024;
 
 /// The value of name="..." in a header field.
 std::string quotedValue(std::string_view field, std::string_view name) {
@@ -14,7 +14,7 @@ std::string quotedValue(std::string_view field, std::string_view name) {
   const std::size_t at = field.find(start);
   if (at == std::string_view::npos) return {};
   const std::string_view value = field.substr(at + start.size());
-  return std::string(value.substr(0, value.find("\"")));
+  return std::string(value.substr(0, value.find('"')));
 }
 
 } // namespace

@@ -13,7 +13,8 @@ namespace quarnet::sandbox {
 struct Reply {
   unsigned status = 200;
   std::string contentType = "text/plain; charset=utf-8";
-  std::vector<std::pair<std::string, std::string>> headers = {}; ///< besides those of the connection
+  std::vector<std::pair<std::string, std::string>> headers =
+      {}; ///< besides those of the connection
   std::string body = {};
   std::uint64_t generated = 0; ///< bytes of made-up text that follow `body`
 

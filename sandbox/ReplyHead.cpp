@@ -34,7 +34,7 @@ std::string replyHead(const Reply& reply, bool keepAlive, bool isHead) {
   head += "\r\nServer: quarnet-sandbox\r\nDate: " + date();
   head += keepAlive ? "\r\nConnection: keep-alive" : "\r\nConnection: close";
   for (const auto& [name, value] : reply.headers)
-    head += "\r\n" + name + ": " + value;
+    head.append("\r\n").append(name).append(": ").append(value);
   if (hasBody(reply.status)) {
     head += "\r\nContent-Type: " + reply.contentType;
     if (reply.delivery == Reply::Delivery::endless)

@@ -152,7 +152,7 @@ private:
     if (worker.stopping) return;
     const auto connection = std::make_shared<Connection>(std::move(socket), tls_, service_);
     worker.connections.insert(connection.get());
-    const auto ended = [this, &worker, connection](std::exception_ptr) {
+    const auto ended = [this, &worker, connection](const std::exception_ptr&) {
       worker.connections.erase(connection.get());
       --open_;
     };

@@ -23,7 +23,7 @@ std::string encrypted(const std::string& key, const std::string& iv, const std::
                               "' | xxd -r -p | openssl enc -aes-256-cbc -K " + hexEncoded(key) +
                               " -iv " + hexEncoded(iv) + " | xxd -p | tr -d '\\n'";
   FILE* const pipe = popen(command.c_str(), "r");
-  std::string hex(64 * 1024, '\0');
+  std::string hex(64ul * 1024, '\0');
   hex.resize(fread(hex.data(), 1, hex.size(), pipe));
   EXPECT_EQ(pclose(pipe), 0);
   return hex;
