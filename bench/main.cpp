@@ -1,0 +1,53 @@
+// quarnet-bench [ROLE [NUMBER]]: measures everything but the small operations and the screen and
+// prints the rows of the table. The roles are those of its own child processes. Run by
+// scripts/bench, which starts the servers.
+
+#include "bench/calls/Calls.h"
+#include "bench/start/Start.h"
+#include "bench/support/Failure.h"
+#include "bench/support/Setting.h"
+#include "bench/transfers/Transfers.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+
+namespace {
+
+using namespace quarnet::bench;
+
+void measureAll(const std::string& libraryFile) {
+  // Before anything that makes this process large, since a child starts with its parent's peak.
+  measureSize(libraryFile);
+  measureStart(std::filesystem::read_symlink("/proc/self/exe").parent_path());
+  measureUpload();
+  measureLargeAnswer();
+  measureMemoryGrowth();
+
+  setUpLibrary();
+  measureSynchronousGet();
+  measureSynchronousPost();
+  measureAsynchronousPost();
+  measureCpuGrowth();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  const std::string role = argc > 1 ? argv[1] : "";
+  const int number = argc > 2 ? std::atoi(argv[2]) : 0;
+  const std::map<std::string, std::function<void()>> roles = {
+      {"upload", uploadOurs},
+      {"upload-raw", uploadRaw},
+      {"large-answer", largeAnswerOurs},
+      {"large-answer-raw", largeAnswerRaw},
+      {"in-flight", [number] { holdInFlight(number); }},
+      {"in-flight-raw", [number] { holdInFlightRaw(number); }}};
+  if (const auto known = roles.find(role); known != roles.end()) {
+    known->second();
+  } else {
+    check(argc == 2, "scripts/bench names the stripped library");
+    measureAll(role);
+  }
+  return 0;
+}

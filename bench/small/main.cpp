@@ -1,0 +1,17 @@
+// quarnet-bench-small: the operations that take less than a moment. Run by scripts/bench.
+
+#include "bench/small/Pairs.h"
+#include "bench/support/Setting.h"
+
+int main() {
+  using namespace quarnet::bench;
+  setUpLibrary();
+  addEscaping();
+  addEncryption();
+  addQueryStrings();
+  addDelivery();
+  addTokenStore();
+  addInstances();
+  runPairs();
+  return 0;
+}
