@@ -13,8 +13,8 @@ namespace quarnet::sandbox {
 struct Reply {
   unsigned status = 200;
   std::string contentType = "text/plain; charset=utf-8";
-  std::vector<std::pair<std::string, std::string>> headers =
-      {}; ///< besides those of the connection
+  /// Besides those of the connection and the body.
+  std::vector<std::pair<std::string, std::string>> headers = {};
   std::string body = {};
   std::uint64_t generated = 0; ///< bytes of made-up text that follow `body`
 

@@ -3,6 +3,8 @@
 
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <iomanip>
+#include <sstream>
 #include <thread>
 
 namespace quarnet::sandbox {
@@ -19,14 +21,16 @@ std::string member(const std::string& json, const std::string& name) {
 
 /// Encrypts with the openssl program and gives the text for an address.
 std::string encrypted(const std::string& key, const std::string& iv, const std::string& text) {
-  const std::string command = "printf %s '" + hexEncoded(text) +
-                              "' | xxd -r -p | openssl enc -aes-256-cbc -K " + hexEncoded(key) +
-                              " -iv " + hexEncoded(iv) + " | xxd -p | tr -d '\\n'";
-  FILE* const pipe = popen(command.c_str(), "r");
-  std::string hex(64ul * 1024, '\0');
-  hex.resize(fread(hex.data(), 1, hex.size(), pipe));
+  std::ostringstream command;
+  command << "printf '" << std::oct << std::setfill('0');
+  for (const unsigned char byte : text)
+    command << '\\' << std::setw(3) << unsigned{byte};
+  command << "' | openssl enc -aes-256-cbc -K " << hexEncoded(key) << " -iv " << hexEncoded(iv);
+  FILE* const pipe = popen(command.str().c_str(), "r");
+  std::string bytes(64ul * 1024, '\0');
+  bytes.resize(fread(bytes.data(), 1, bytes.size(), pipe));
   EXPECT_EQ(pclose(pipe), 0);
-  return hex;
+  return hexEncoded(bytes);
 }
 
 class ServerTest : public testing::Test {
