@@ -1,5 +1,8 @@
 #include "quarnet/platform/glib/GlibMainThread.h"
 
+#include "quarnet/platform/glib/Guarded.h"
+
+#include <algorithm>
 #include <deque>
 #include <glib.h>
 #include <mutex>
@@ -16,7 +19,45 @@ constexpr guint kLongestSleepInMilliseconds = 10;
 struct GlibMainThread::Queue {
   std::mutex mutex;
   std::deque<std::function<void()>> calls;
-  bool scheduled = false;
+  /// The queue itself while a source is there to run it, so that a post outlives its maker.
+  std::shared_ptr<Queue> scheduled;
+
+  /// Keeps the queue for the caller and tells how many calls wait.
+  std::pair<std::shared_ptr<Queue>, std::size_t> begin() {
+    const std::lock_guard lock(mutex);
+    return {scheduled, calls.size()};
+  }
+
+  /// An empty call when nothing waits.
+  std::function<void()> next() {
+    const std::lock_guard lock(mutex);
+    if (calls.empty()) return {};
+    std::function<void()> call = std::move(calls.front());
+    calls.pop_front();
+    return call;
+  }
+
+  /// Whether `source` is to run again.
+  bool goesOn(GSource* source) {
+    const std::lock_guard lock(mutex);
+    // A loop within a call has run all and ended the source; there may be a new one by now.
+    if (g_source_is_destroyed(source)) return false;
+    if (calls.empty()) scheduled = nullptr;
+    return scheduled != nullptr;
+  }
+
+  /// Runs what waits now; what is posted meanwhile has its turn after the context's other sources.
+  static gboolean run(gpointer data) {
+    const auto [queue, waiting] = static_cast<Queue*>(data)->begin();
+    GSource* source = g_main_current_source();
+    // Taken out one by one, since a call may run the loop itself, which then goes on with the next.
+    for (std::size_t left = waiting; left > 0; --left) {
+      const std::function<void()> call = queue->next();
+      if (!call) break;
+      runGuarded(call);
+    }
+    return queue->goesOn(source) ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+  }
 };
 
 GlibMainThread::GlibMainThread() : queue_(std::make_shared<Queue>()) {}
@@ -27,29 +68,20 @@ void GlibMainThread::post(std::function<void()> call) {
   {
     const std::lock_guard lock(queue_->mutex);
     queue_->calls.push_back(std::move(call));
-    if (std::exchange(queue_->scheduled, true)) return;
+    if (std::exchange(queue_->scheduled, queue_)) return;
   }
-  // The source keeps the queue alive, so that a post outlives this object.
-  g_idle_add_full(
-      G_PRIORITY_DEFAULT,
-      [](gpointer data) -> gboolean {
-        Queue& queue = **static_cast<std::shared_ptr<Queue>*>(data);
-        std::deque<std::function<void()>> batch;
-        {
-          const std::lock_guard lock(queue.mutex);
-          batch.swap(queue.calls);
-          queue.scheduled = false;
-        }
-        for (auto& queued : batch)
-          queued();
-        return G_SOURCE_REMOVE;
-      },
-      new std::shared_ptr<Queue>(queue_),
-      [](gpointer data) { delete static_cast<std::shared_ptr<Queue>*>(data); });
+  GSource* source = g_idle_source_new();
+  g_source_set_priority(source, G_PRIORITY_DEFAULT);
+  g_source_set_can_recurse(source, TRUE);
+  g_source_set_callback(source, &Queue::run, queue_.get(), nullptr);
+  g_source_attach(source, nullptr);
+  g_source_unref(source);
 }
 
 bool GlibMainThread::runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
-  const gint64 deadline = g_get_monotonic_time() + limit.count() * 1000;
+  const gint64 longest = (G_MAXINT64 - g_get_monotonic_time()) / 1000;
+  const gint64 deadline =
+      g_get_monotonic_time() + std::min<gint64>(limit.count(), longest - 1) * 1000;
   // Wakes the context now and then: what `done` looks at may change on another thread.
   GSource* alarm = g_timeout_source_new(kLongestSleepInMilliseconds);
   g_source_set_callback(

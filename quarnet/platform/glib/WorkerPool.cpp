@@ -1,28 +1,14 @@
 #include "quarnet/platform/glib/WorkerPool.h"
 
-#include "quarnet/platform/Platform.h"
+#include "quarnet/platform/glib/Guarded.h"
 
 #include <condition_variable>
 #include <deque>
-#include <exception>
 #include <glib.h>
 #include <mutex>
 #include <utility>
 
 namespace quarnet::platform {
-namespace {
-
-void runGuarded(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const std::exception& exception) {
-    log("A completion threw an exception : ", exception.what());
-  } catch (...) {
-    log("A completion threw an exception");
-  }
-}
-
-} // namespace
 
 /// The calls wait here and not in GLib's own queue: the destructor must know when the last one has
 /// ended, what it held included, without waiting for the thread that it runs on itself.

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <functional>
+
+namespace quarnet::platform {
+
+/// Runs a call of somebody else's. An exception that leaves it is written to the log as one line
+/// and goes no further.
+void runGuarded(const std::function<void()>& call);
+
+} // namespace quarnet::platform
