@@ -3,7 +3,7 @@
 #include "quarnet/core/Constants.h"
 
 #include <array>
-#include <cassert>
+#include <utility>
 
 namespace quarnet {
 
@@ -11,10 +11,11 @@ Error makeError(int code) {
   const std::array<std::string_view, 7> messages = {VornelError001, VornelError002, VornelError003,
                                                     VornelError004, VornelError005, VornelError006,
                                                     VornelError007};
-  assert(code >= 1 && code <= static_cast<int>(messages.size()));
-  return {.domain = "VornelError00" + std::to_string(code),
-          .code = code,
-          .description = std::string(messages[static_cast<std::size_t>(code) - 1])};
+  Error error{.domain = "VornelError00" + std::to_string(code), .code = code};
+  if (code >= 1 && std::cmp_less_equal(code, messages.size())) {
+    error.description = messages[static_cast<std::size_t>(code) - 1];
+  }
+  return error;
 }
 
 } // namespace quarnet

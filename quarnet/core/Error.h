@@ -21,7 +21,7 @@ struct Error {
   bool operator==(const Error&) const = default;
 };
 
-/// The error value of code 1 to 7.
+/// The error value of code 1 to 7; any other has no description.
 QUARNET_EXPORT Error makeError(int code);
 
 /// Stores `error` where the caller asked for it; `slot` may be null.

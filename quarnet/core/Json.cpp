@@ -11,6 +11,8 @@ namespace ondemand = simdjson::ondemand;
 namespace {
 
 constexpr int kMaxDepth = 500;
+constexpr std::size_t kMaxSize = std::size_t{1} << 20;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 std::string decimalText(double number) {
   char text[64];
@@ -141,6 +143,8 @@ struct JsonReader {
 };
 
 std::optional<Json> Json::parse(std::string_view bytes) {
+  if (bytes.size() > kMaxSize) return std::nullopt;
+  if (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
   const simdjson::padded_string padded(bytes);
   ondemand::parser parser;
   ondemand::document document;

@@ -14,7 +14,8 @@ public:
   enum class Kind { string, scalar, array, object };
 
   /// Parses a document whose top level is an object. Absent when it is anything else, is not valid
-  /// JSON as a whole, or is nested more than 500 levels deep.
+  /// JSON as a whole, is nested more than 500 levels deep or is longer than 1 MiB: a tree takes up
+  /// to a hundred times the document's size, and no key or token answer is that long.
   static std::optional<Json> parse(std::string_view bytes);
 
   Kind kind() const { return kind_; }
