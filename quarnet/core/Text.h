@@ -1,7 +1,6 @@
 #pragma once
 
 #include "quarnet/core/Data.h"
-#include "quarnet/core/Export.h"
 
 #include <cstdint>
 #include <string_view>
@@ -15,18 +14,18 @@ inline std::string_view formatted(const Text& text) {
 }
 
 /// The bytes as text, taken over without a copy; absent when they are not valid UTF-8.
-QUARNET_EXPORT Text utf8Text(Data bytes);
+Text utf8Text(Data bytes);
 
 /// Escapes what may never stand in a URL and leaves every legal character, the reserved ones
 /// included, as it is. Absent stays absent. Weaker than escapeString() and meant to be.
-QUARNET_EXPORT Text addingPercentEscapes(const Text& text);
+Text addingPercentEscapes(const Text& text);
 
 /// Undoes percent-escapes ("+" is no blank). Absent for a malformed escape or when the result is
 /// not valid UTF-8.
-QUARNET_EXPORT Text replacingPercentEscapes(std::string_view text);
+Text replacingPercentEscapes(std::string_view text);
 
 /// The integer that `text` starts with: blanks, an optional sign, digits. 0 without digits; a run
 /// of digits too long for 64 bits gives the nearest 64-bit integer.
-QUARNET_EXPORT std::int64_t integerValue(std::string_view text);
+std::int64_t integerValue(std::string_view text);
 
 } // namespace quarnet
