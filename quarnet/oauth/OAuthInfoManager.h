@@ -188,13 +188,15 @@ private:
   void revocationAnswered(platform::HttpResult result);
   /// Drops the tokens here and in the store.
   void clearTokens();
+  /// Saves the record; `storing_` is held.
+  void storeRecord();
 
   mutable std::mutex mutex_;
   Fields fields_;
   std::shared_ptr<OAuthClient> oAuthClient_;
   CallbackTriple callback_;
-  /// One save at a time, so that two never mix.
-  std::mutex saving_;
+  /// The record and the store meet one at a time, so that no save or restore sees half of another.
+  std::mutex storing_;
 };
 
 } // namespace quarnet

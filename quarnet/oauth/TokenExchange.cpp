@@ -96,8 +96,9 @@ void OAuthInfoManager::revocationAnswered(HttpResult result) {
 }
 
 void OAuthInfoManager::clearTokens() {
+  const std::lock_guard lock(storing_);
   oAuthInfo().clearTokens();
-  saveOAuthInfo();
+  storeRecord();
 }
 
 } // namespace quarnet

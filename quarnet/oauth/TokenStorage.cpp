@@ -13,7 +13,11 @@ using platform::log;
 using platform::Platform;
 
 void OAuthInfoManager::saveOAuthInfo() {
-  const std::lock_guard lock(saving_);
+  const std::lock_guard lock(storing_);
+  storeRecord();
+}
+
+void OAuthInfoManager::storeRecord() {
   const OAuthInfo::Fields record = oAuthInfo().fields();
   platform::UserDefaults& store = *Platform::current().userDefaults;
   store.setValue(VORNEL_HEADER_ACCESS_TOKEN, record.accessToken);
@@ -25,6 +29,7 @@ void OAuthInfoManager::saveOAuthInfo() {
 }
 
 void OAuthInfoManager::restoreOAuthInfo() {
+  const std::lock_guard lock(storing_);
   platform::UserDefaults& store = *Platform::current().userDefaults;
   OAuthInfo& record = oAuthInfo();
   record.setAccessToken(store.value(VORNEL_HEADER_ACCESS_TOKEN));
