@@ -62,10 +62,9 @@ HttpResult CurlHttpClient::sendSynchronously(const HttpRequest& request) {
 void CurlHttpClient::sendAsynchronously(std::shared_ptr<const HttpRequest> request,
                                         Completion completion) {
   try {
-    implementation_->connections().background().loop().submit(std::move(request),
-                                                              std::move(completion));
+    implementation_->connections().background().loop().submit(std::move(request), completion);
   } catch (const std::exception& exception) {
-    // Without a thread there is none but the caller's to complete on.
+    // Without a thread or memory there is none but the caller's to complete on.
     completion(failed(exception));
   }
 }

@@ -37,17 +37,17 @@ EventLoop::EventLoop(TrustStore& trust, std::size_t maximumBodySize, WorkerPool&
 EventLoop::~EventLoop() = default;
 
 void EventLoop::submit(std::shared_ptr<const HttpRequest> request,
-                       HttpClient::Completion completion) {
-  Submission submission{std::move(request), std::move(completion)};
+                       HttpClient::Completion& completion) {
   std::unique_lock lock(mutex_);
   if (endReason_ == nullptr) {
-    queue_.push_back(std::move(submission));
+    queue_.emplace_back();
+    queue_.back() = {std::move(request), std::move(completion)};
     if (std::exchange(starved_, false)) curl_multi_wakeup(multi_.get());
     return;
   }
-  const std::string reason = endReason_;
+  HttpResult result = failedResult(CURLE_ABORTED_BY_CALLBACK, endReason_);
   lock.unlock();
-  complete(std::move(submission), failedResult(CURLE_ABORTED_BY_CALLBACK, reason));
+  complete({std::move(request), std::move(completion)}, std::move(result));
 }
 
 void EventLoop::stop(const char* reason) {
@@ -110,10 +110,18 @@ void EventLoop::launch(Submission submission) {
   idle_.pop_back();
   flight.submission = std::move(submission);
   if (flight.transfer.begin(*flight.submission.request)) {
-    curl_multi_add_handle(multi_.get(), flight.transfer.easy());
+    put(flight);
   } else {
     land(flight);
   }
+}
+
+void EventLoop::put(Flight& flight) {
+  const CURLMcode code = curl_multi_add_handle(multi_.get(), flight.transfer.easy());
+  if (code == CURLM_OK) return;
+  complete(std::move(flight.submission),
+           failedResult(CURLE_FAILED_INIT, curl_multi_strerror(code)));
+  idle_.push_back(&flight);
 }
 
 bool EventLoop::addFlight() {
@@ -137,7 +145,7 @@ void EventLoop::collect() {
     const CURLcode code = message->data.result;
     curl_multi_remove_handle(multi_.get(), flight->transfer.easy());
     if (flight->transfer.advance(code)) {
-      curl_multi_add_handle(multi_.get(), flight->transfer.easy());
+      put(*flight);
     } else {
       land(*flight);
     }

@@ -28,8 +28,9 @@ public:
   EventLoop(const EventLoop&) = delete;
   EventLoop& operator=(const EventLoop&) = delete;
 
-  /// Safe from any thread. After stop() the send fails with the reason given there.
-  void submit(std::shared_ptr<const HttpRequest> request, HttpClient::Completion completion);
+  /// Safe from any thread. After stop() the send fails with the reason given there. Throws
+  /// std::bad_alloc, and has then left `completion` to the caller.
+  void submit(std::shared_ptr<const HttpRequest> request, HttpClient::Completion& completion);
 
   /// Fails all that is queued or on the wire, as all that is submitted from now on, with the
   /// description `reason`, and returns when the thread has ended. Safe from any thread, also twice.
@@ -47,6 +48,7 @@ private:
   bool admit();
   std::deque<Submission> take(std::size_t count);
   void launch(Submission submission);
+  void put(Flight& flight);
   bool addFlight();
   void collect();
   void land(Flight& flight);
