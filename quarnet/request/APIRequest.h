@@ -21,7 +21,8 @@ namespace quarnet {
 ///
 /// Prepare calls from one thread at a time: a prepared request lies in one process-wide slot until
 /// it is sent, so two threads that prepare at once can send each other's request. Every error slot
-/// may be null. Nothing is thrown.
+/// may be null. Nothing is thrown: a call that is too large for the memory ends like one whose
+/// transport failed.
 class QUARNET_EXPORT APIRequest {
 public:
   APIRequest();
@@ -30,7 +31,8 @@ public:
   APIRequest(APIRequest&&) noexcept;
   APIRequest& operator=(APIRequest&&) noexcept;
 
-  /// Sends the call and blocks until its answer or for 60 seconds.
+  /// Sends the call and blocks until its answer or for 60 seconds; GET and DELETE may wait as long
+  /// for their one-time key before.
   ///
   /// Absent when the call could not be made (codes 1, 2, 3 and 5). Otherwise what came back, beside
   /// the error "vornelAPIError", 1, when the status is anything but 200: its description is the
@@ -56,7 +58,8 @@ public:
     setCallback({nullptr, finished, failed});
   }
 
-  /// Sends the call without waiting for its answer; GET and DELETE do wait for their one-time key.
+  /// Sends the call without waiting for its answer; GET and DELETE do wait for their one-time key,
+  /// up to 60 seconds.
   ///
   /// The outcome comes on the main thread, never inside this call: status 200 with a body to the
   /// finished operation ("RC" "200", "RD" the body), anything else to the failed one ("RC" the
@@ -116,6 +119,8 @@ public:
 private:
   struct State;
 
+  std::optional<ResponseMessage> send(RequestBundle& bundle, std::optional<Error>* error);
+  void start(RequestBundle& bundle);
   void setCallback(CallbackTriple callback);
   template <class Use>
   auto guarded(Use use) const;

@@ -6,6 +6,8 @@
 
 namespace quarnet {
 
+inline constexpr const char* kNotEnoughMemory = "Not enough memory for the call";
+
 /// What an APIRequest shares with the completions of its calls, so that it may be dropped while
 /// they are under way.
 struct __attribute__((visibility("hidden"))) APIRequest::State {
@@ -18,6 +20,9 @@ struct __attribute__((visibility("hidden"))) APIRequest::State {
 
   /// Takes the outcome of an asynchronous call and passes it on to who is registered.
   void answered(platform::HttpResult answer);
+  void report(platform::HttpResult answer);
+  /// Reports a call that the memory was too small for.
+  void failForMemory();
 
   /// The registration as it stands now.
   CallbackTriple registered() {

@@ -5,6 +5,8 @@
 #include "quarnet/platform/Platform.h"
 #include "quarnet/request/APIRequestState.h"
 
+#include <new>
+
 namespace quarnet {
 
 using platform::deliver;
@@ -20,6 +22,19 @@ constexpr std::string_view kDataReceived = "APIRequest async data received";
 
 /// Runs on a background thread.
 void APIRequest::State::answered(HttpResult answer) {
+  try {
+    report(std::move(answer));
+  } catch (const std::bad_alloc&) {
+    failForMemory();
+  }
+}
+
+void APIRequest::State::failForMemory() {
+  const CallbackTriple told = registered();
+  deliver(told.target, told.failed, resultDictionary("0", kNotEnoughMemory, ""));
+}
+
+void APIRequest::State::report(HttpResult answer) {
   const long status = answer.response ? answer.response->statusCode : 0;
   const std::string statusText = std::to_string(status);
   log(statusText);
@@ -38,12 +53,20 @@ void APIRequest::State::answered(HttpResult answer) {
   if (isEmpty) return fail("7", std::string(VornelError007));
   log(kDataReceived);
   if (status != 200) return fail(statusText, std::move(text));
-  log(kDataReceived); // a success writes the line twice, which is how the two are told apart in a
-                      // log
+  // A success writes the line twice, which is how the two are told apart in a log.
+  log(kDataReceived);
   deliver(told.target, told.finished, resultDictionary(statusText, "", std::move(text)));
 }
 
 void APIRequest::aSyncRequest(RequestBundle& bundle) {
+  try {
+    start(bundle);
+  } catch (const std::bad_alloc&) {
+    state_->failForMemory();
+  }
+}
+
+void APIRequest::start(RequestBundle& bundle) {
   std::optional<Error> failure;
   _requestError(bundle, &failure);
   if (failure) {

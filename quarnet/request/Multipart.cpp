@@ -59,7 +59,9 @@ Multipart makeMultipart(std::string_view boundary, std::string_view key, const s
   Multipart multipart;
   Data& body = multipart.body;
 
-  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  // A path that holds NUL names no file; cut off there it would name another.
+  const bool isPath = path.find('\0') == std::string::npos;
+  const int file = isPath ? open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK) : -1;
   struct stat status {};
   bool readable = file >= 0 && fstat(file, &status) == 0 && S_ISREG(status.st_mode);
   const std::size_t expected = readable ? static_cast<std::size_t>(status.st_size) : 0;

@@ -2,7 +2,9 @@
 
 #include "quarnet/core/Text.h"
 #include "quarnet/platform/Platform.h"
-#include "quarnet/request/APIRequest.h"
+#include "quarnet/request/APIRequestState.h"
+
+#include <new>
 
 namespace quarnet {
 
@@ -10,8 +12,8 @@ using platform::HttpResult;
 using platform::log;
 using platform::Platform;
 
-std::optional<ResponseMessage> APIRequest::requestError(RequestBundle& bundle,
-                                                        std::optional<Error>* error) {
+std::optional<ResponseMessage> APIRequest::send(RequestBundle& bundle,
+                                                std::optional<Error>* error) {
   std::optional<Error> failure;
   _requestError(bundle, &failure);
   if (failure) {
@@ -33,6 +35,18 @@ std::optional<ResponseMessage> APIRequest::requestError(RequestBundle& bundle,
                        .description = answer.error ? answer.error->description : Text()});
   }
   return message;
+}
+
+std::optional<ResponseMessage> APIRequest::requestError(RequestBundle& bundle,
+                                                        std::optional<Error>* error) {
+  try {
+    return send(bundle, error);
+  } catch (const std::bad_alloc&) {
+    storeError(error, {.domain = "vornelAPIError", .code = 1, .description = kNotEnoughMemory});
+    ResponseMessage message;
+    message.setStatusCode("0");
+    return message;
+  }
 }
 
 std::optional<ResponseMessage> APIRequest::requestHTTPMethodError(RequestBundle& bundle,
