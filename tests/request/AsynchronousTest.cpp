@@ -39,15 +39,17 @@ protected:
     return app_.heard.empty() ? Callbacks::Heard{} : app_.heard.front();
   }
 
-  static long threads() {
+  /// A number of this process, "Threads:" or "VmRSS:" (in KiB).
+  static long ofProcess(std::string_view name) {
     std::ifstream status("/proc/self/status");
     for (std::string word; status >> word;) {
-      if (word == "Threads:") break;
+      if (word == name) break;
     }
-    long count = 0;
-    status >> count;
-    return count;
+    long number = 0;
+    status >> number;
+    return number;
   }
+  static long threads() { return ofProcess("Threads:"); }
 
   Callbacks app_;
   APIRequest request_;
@@ -162,10 +164,16 @@ TEST_F(Asynchronous, TenThousandCallsComeBackOnceEachOnFewThreadsAndConnections)
   constexpr std::size_t kCalls = 10'000;
   const long before = threads();
   long most = 0;
+  // Nothing is answered before all are in flight.
+  server().misbehave("*", Misbehaviour::delay(std::chrono::seconds(2)));
+  const long memoryBefore = ofProcess("VmRSS:");
   for (std::size_t i = 0; i < kCalls; ++i) {
     RequestBundle bundle = post(apiUrl("/v1/many"));
     request_.aSyncRequest(bundle);
   }
+  const long memory = ofProcess("VmRSS:") - memoryBefore;
+  EXPECT_TRUE(app_.heard.empty());
+  server().behave();
   ASSERT_TRUE(platform::GlibMainThread::runUntil(
       [&] {
         most = std::max(most, threads());
@@ -180,8 +188,9 @@ TEST_F(Asynchronous, TenThousandCallsComeBackOnceEachOnFewThreadsAndConnections)
   EXPECT_EQ(app_.onWrongThread, 0);
   EXPECT_LE(most - before, 4);
   EXPECT_LE(server().peakConnections(), 64U + 2);
-  std::printf("threads of ours: %ld, connections at most: %zu\n", most - before,
-              server().peakConnections());
+  std::printf("threads of ours: %ld, connections at most: %zu, memory per call in flight: %ld "
+              "bytes (server's side and 64 transfers included)\n",
+              most - before, server().peakConnections(), memory * 1024 / static_cast<long>(kCalls));
 }
 
 TEST_F(Asynchronous, CallsOutliveAServerThatDiesAndComesBack) {
