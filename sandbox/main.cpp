@@ -83,7 +83,7 @@ void misbehave(Server& server, const std::string& text) {
                                        colon == std::string::npos ? "" : fault.substr(colon + 1)));
 }
 
-/// The whole text or an exception; only the user may read the file.
+/// The whole text or an exception; only the user may read a file that is made here.
 void writeFile(const std::string& path, const std::string& text) {
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   const bool written =
@@ -121,10 +121,12 @@ void greet(const Server& server, const Options& options, const std::string& caFi
             << "Sign in as " << options.userName << " with the password " << options.password
             << "; the client is " << options.clientId << " with the secret " << options.clientSecret
             << ".\nCtrl-C stops it.\n\n"
-            << "QUARNET_API_HOST=" << server.host() << "\n"
-            << "QUARNET_MOBILE_HOST=" << server.host() << "\n"
-            << "QUARNET_PORTAL_HOST=" << server.host() << "\n"
-            << "QUARNET_CA_FILE=" << caFile << "\n"
+            << "export QUARNET_API_HOST=" << server.host() << "\n"
+            << "export QUARNET_MOBILE_HOST=" << server.host() << "\n"
+            << "export QUARNET_PORTAL_HOST=" << server.host() << "\n"
+            << "export QUARNET_CLIENT_ID=" << options.clientId << "\n"
+            << "export QUARNET_CLIENT_SECRET=" << options.clientSecret << "\n"
+            << "export QUARNET_CA_FILE=" << caFile << "\n"
             << std::endl;
 }
 

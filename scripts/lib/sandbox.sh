@@ -14,17 +14,19 @@ start_sandbox() {
   local tries
   for ((tries = 0; tries < 100; ++tries)); do
     # The last of the lines that it prints at its start.
-    grep -q '^QUARNET_CA_FILE=' "$folder/sandbox.log" && break
+    grep -q '^export QUARNET_CA_FILE=' "$folder/sandbox.log" && break
     if ! kill -0 "$sandbox_pid" 2>/dev/null; then break; fi
     sleep 0.1
   done
   local host
-  host=$(sed -n 's/^QUARNET_API_HOST=//p' "$folder/sandbox.log")
+  host=$(sed -n 's/^export QUARNET_API_HOST=//p' "$folder/sandbox.log")
   if [[ -z "$host" ]]; then
     echo "the sandbox did not start:" >&2
     cat "$folder/sandbox.log" >&2
     return 1
   fi
+  # A proxy of the system's is for other hosts.
+  export no_proxy=127.0.0.1,localhost
   export QUARNET_API_HOST=$host QUARNET_MOBILE_HOST=$host QUARNET_PORTAL_HOST=$host
   export QUARNET_CA_FILE="$folder/ca.pem" QUARNET_STORE="$folder/store.sqlite"
   export QUARNET_CLIENT_ID=demo-client QUARNET_CLIENT_SECRET=demo-secret

@@ -38,7 +38,11 @@ TEST(SandboxProgram, SaysInOneLineWhyItCannotStart) {
 }
 
 TEST(SandboxProgram, SaysWhereItIsAndStopsCleanlyOnASignal) {
-  const Outcome result = run("--port 0 --quiet & sleep 1; kill -TERM $!; wait $!");
+  const std::string greeting = testing::TempDir() + "greeting-" + std::to_string(getpid());
+  const Outcome result = run("--port 0 --quiet >" + greeting +
+                             " & for try in $(seq 300); do grep -q _CA_FILE= " + greeting +
+                             " && break; sleep 0.1; done; kill -TERM $!; wait $!; status=$?; cat " +
+                             greeting + "; rm " + greeting + "; exit $status");
   EXPECT_EQ(result.status, 0);
   EXPECT_NE(result.output.find("QUARNET_API_HOST=127.0.0.1:"), std::string::npos);
   const std::size_t file = result.output.find("QUARNET_CA_FILE=") + 16;
