@@ -6,8 +6,12 @@
 #include "tools/Terminal.h"
 
 #include <CLI/Validators.hpp>
+#include <cerrno>
 #include <charconv>
+#include <cstring>
 #include <strings.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace quarnet::tools {
 namespace {
@@ -29,6 +33,15 @@ std::optional<HttpMethod> parseMethod(const std::string& text) {
 std::string checkMethod(const std::string& text) {
   if (parseMethod(text)) return {};
   return "PUT, POST, GET, DELETE or a number is wanted, not " + text;
+}
+
+/// The library sends a file that it cannot read as an empty one; here it is told beforehand.
+std::string checkUpload(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0 || access(path.c_str(), R_OK) != 0) {
+    return "cannot read " + path + ": " + std::strerror(errno);
+  }
+  return S_ISREG(status.st_mode) ? "" : path + " is no file";
 }
 
 ContentFormat parseFormat(const std::string& text) {
@@ -78,7 +91,7 @@ void RequestCommand::addCallOptions() {
   call.add_option("--upload-key", uploadKey_, "Name of the form field")->capture_default_str();
   payload->excludes(file)->excludes(upload);
   file->excludes(upload);
-  upload->check(CLI::ExistingFile);
+  upload->check(CLI::Validator(checkUpload, "FILE"));
   const CLI::IsMember format({"xml", "json"}, CLI::ignore_case);
   call.add_option("--request-type", requestType_, "Format of the payload")
       ->transform(format)
@@ -109,6 +122,7 @@ int RequestCommand::run() {
     if (!described_.payload()) return kFailed;
   }
   settings_.install();
+  if (!settings_.storeIsSound()) return kFailed;
   if (!asynchronous_) return sendOnce();
   AsyncCalls calls([this] { return described_; },
                    {.json = json_, .repeat = repeat_, .inFlight = inFlight_});

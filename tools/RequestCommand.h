@@ -20,8 +20,6 @@ private:
 
   /// Reads what the options name and checks what they say; false, and told, when they do not fit.
   bool prepare();
-  /// A fresh bundle: sending writes into it.
-  RequestBundle makeBundle() const;
   int sendOnce();
 
   Settings& settings_;
@@ -39,6 +37,7 @@ private:
   std::size_t repeat_ = 1;
   std::size_t inFlight_ = 16;
 
+  /// Sending writes into a bundle, so a copy of this one is sent.
   RequestBundle described_;
 };
 

@@ -40,7 +40,10 @@ std::string calendarTime(const std::string& milliseconds) {
 std::string refusal(const Data& answer) {
   simdjson::dom::parser parser;
   simdjson::dom::object object;
-  if (parser.parse(answer).get(object) != simdjson::SUCCESS) return "it is not a JSON object";
+  const simdjson::error_code problem = parser.parse(answer).get(object);
+  // A number that is too large for this parser is none of the members that matter.
+  if (problem == simdjson::NUMBER_ERROR) return {};
+  if (problem != simdjson::SUCCESS) return "it is not a JSON object";
   std::string_view error;
   if (object["error"].get(error) == simdjson::SUCCESS)
     return "it reports the error " + excerpt(error);
