@@ -30,7 +30,7 @@ WireServer::WireServer(Script script, std::uint16_t port)
   }
   getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
   port_ = ntohs(address.sin_port);
-  threads_.emplace_back([this] { accept(); });
+  acceptor_ = std::thread([this] { accept(); });
 }
 
 WireServer::~WireServer() {
@@ -41,9 +41,9 @@ WireServer::~WireServer() {
     for (const int connection : open_)
       shutdown(connection, SHUT_RDWR);
   }
-  threads_.front().join();
-  for (std::size_t i = 1; i < threads_.size(); ++i)
-    threads_[i].join();
+  acceptor_.join();
+  for (std::thread& thread : threads_)
+    thread.join();
   close(listener_);
 }
 

@@ -39,6 +39,7 @@ private:
   std::vector<std::string> requests_;
   std::vector<int> open_;
   std::vector<std::thread> threads_;
+  std::thread acceptor_;
   bool closing_ = false;
 };
 
