@@ -107,9 +107,8 @@ TEST_F(Synchronous, EveryStatusBut200IsAnErrorWithItsBody) {
 TEST_F(Synchronous, TransportFaultsAreStatusZeroWithADescription) {
   server().misbehave("/reset.json", Misbehaviour::reset());
   server().misbehave("/cut.json", Misbehaviour::cut(5));
-  const std::string urls[] = {
-      apiUrl("/reset"), apiUrl("/cut"),      "https://127.0.0.1:1/x", "no address",
-      "http://[",       "ftp://127.0.0.1/x", "https://host.invalid/x"};
+  const std::string urls[] = {apiUrl("/reset"), apiUrl("/cut"), "https://127.0.0.1:1/x",
+                              "no address",     "http://[",     "ftp://127.0.0.1/x"};
   for (const std::string& url : urls) {
     const auto message = send(HttpMethod::POST, url);
     ASSERT_TRUE(message) << url;
