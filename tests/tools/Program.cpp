@@ -35,7 +35,8 @@ Outcome runQuarnet(const std::filesystem::path& folder, const std::vector<std::s
                    const std::map<std::string, std::string>& environment,
                    const std::string& input) {
   std::ofstream(folder / "in", std::ios::binary) << input;
-  std::string command = "exec env -i";
+  // A sanitizer keeps its options.
+  std::string command = R"(exec env -i ${TSAN_OPTIONS:+TSAN_OPTIONS="$TSAN_OPTIONS"})";
   for (const auto& [name, value] : environment)
     command += ' ' + quoted(name + '=' + value);
   command += ' ' + quoted(QUARNET_PROGRAM);

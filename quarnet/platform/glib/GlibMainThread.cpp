@@ -65,15 +65,17 @@ GlibMainThread::GlibMainThread() : queue_(std::make_shared<Queue>()) {}
 GlibMainThread::~GlibMainThread() = default;
 
 void GlibMainThread::post(std::function<void()> call) {
+  // Once the call can run, this object may go.
+  Queue* const queue = queue_.get();
   {
-    const std::lock_guard lock(queue_->mutex);
-    queue_->calls.push_back(std::move(call));
-    if (std::exchange(queue_->scheduled, queue_)) return;
+    const std::lock_guard lock(queue->mutex);
+    queue->calls.push_back(std::move(call));
+    if (std::exchange(queue->scheduled, queue_)) return;
   }
   GSource* source = g_idle_source_new();
   g_source_set_priority(source, G_PRIORITY_DEFAULT);
   g_source_set_can_recurse(source, TRUE);
-  g_source_set_callback(source, &Queue::run, queue_.get(), nullptr);
+  g_source_set_callback(source, &Queue::run, queue, nullptr);
   g_source_attach(source, nullptr);
   g_source_unref(source);
 }
