@@ -8,6 +8,7 @@ namespace {
 constexpr std::string_view kStyle = R"(
 :root { color-scheme: light dark; --accent: #2457c5; --line: #c9ced8; --soft: #6b7280; }
 * { box-sizing: border-box; }
+html { background: Canvas; color: CanvasText; }
 body { margin: 0; min-height: 100vh; display: grid; place-items: center; padding: 1rem;
   font: 16px/1.5 system-ui, "Noto Sans KR", "Noto Sans CJK KR", sans-serif; }
 main { width: 100%; max-width: 24rem; }

@@ -1,5 +1,7 @@
 #include "DemoWindow.h"
 
+#include "Indented.h"
+
 #include <quarnet/login/OAuthClient.h>
 
 namespace demo {
@@ -61,6 +63,11 @@ DemoWindow::DemoWindow(AdwApplication* application)
   adw_application_window_set_content(ADW_APPLICATION_WINDOW(window_), toasts_);
 }
 
+DemoWindow::~DemoWindow() {
+  g_clear_weak_pointer(&toast_);
+  g_clear_weak_pointer(&focus_);
+}
+
 void DemoWindow::present() {
   session().restoreOAuthInfo();
   showPage(hasToken() ? kWaitingPage : kSignInPage);
@@ -84,8 +91,8 @@ GtkWidget* DemoWindow::makeSignInPage() {
   adw_status_page_set_icon_name(ADW_STATUS_PAGE(page), "avatar-default-symbolic");
   adw_status_page_set_title(ADW_STATUS_PAGE(page), "로그인이 필요합니다");
   adw_status_page_set_description(ADW_STATUS_PAGE(page),
-                                  "API를 쓰려면 먼저 로그인하세요. 로그인 화면은 Esc 키로도 "
-                                  "닫을 수 있습니다.");
+                                  "API를 쓰려면 먼저 로그인하세요.\n"
+                                  "로그인 화면은 Esc 키로도 닫을 수 있습니다.");
   adw_status_page_set_child(ADW_STATUS_PAGE(page), signInButton_);
   return page;
 }
@@ -144,6 +151,11 @@ GtkWidget* DemoWindow::makeAnswerBox() {
   gtk_label_set_wrap(GTK_LABEL(answer_), TRUE);
   gtk_label_set_wrap_mode(GTK_LABEL(answer_), PANGO_WRAP_WORD_CHAR);
   gtk_label_set_selectable(GTK_LABEL(answer_), TRUE);
+  PangoAttrList* asSent = pango_attr_list_new();
+  pango_attr_list_insert(asSent, pango_attr_family_new("monospace"));
+  pango_attr_list_insert(asSent, pango_attr_insert_hyphens_new(FALSE));
+  gtk_label_set_attributes(GTK_LABEL(answer_), asSent);
+  pango_attr_list_unref(asSent);
   gtk_label_set_xalign(GTK_LABEL(answer_), 0);
   gtk_label_set_yalign(GTK_LABEL(answer_), 0);
   for (const auto margin : {gtk_widget_set_margin_start, gtk_widget_set_margin_end,
@@ -169,8 +181,13 @@ void DemoWindow::showPage(const char* name) {
 }
 
 void DemoWindow::tell(const std::string& text) {
+  // The newest matters; the one before does not keep it waiting.
+  if (toast_ != nullptr) adw_toast_dismiss(toast_);
   char* markup = g_markup_escape_text(text.c_str(), -1);
-  adw_toast_overlay_add_toast(ADW_TOAST_OVERLAY(toasts_), adw_toast_new(markup));
+  AdwToast* toast = adw_toast_new(markup);
+  adw_toast_set_timeout(toast, 3);
+  g_set_weak_pointer(&toast_, toast);
+  adw_toast_overlay_add_toast(ADW_TOAST_OVERLAY(toasts_), toast);
   g_free(markup);
 }
 
@@ -206,6 +223,7 @@ void DemoWindow::signOut() {
 
 void DemoWindow::signedOut(const quarnet::ResultDictionary&) {
   gtk_label_set_label(GTK_LABEL(answer_), "아직 답이 없습니다.");
+  gtk_editable_set_text(GTK_EDITABLE(keyword_), "");
   showPage(kSignInPage);
   tell("로그아웃했습니다.");
 }
@@ -259,7 +277,8 @@ void DemoWindow::upload(const std::string& file) {
 }
 
 void DemoWindow::startedCall() {
-  // One call at a time.
+  // One call at a time; who works with the keyboard goes on where he was.
+  g_set_weak_pointer(&focus_, gtk_window_get_focus(window_));
   gtk_widget_set_sensitive(actions_, FALSE);
   gtk_widget_set_opacity(working_, 1);
   pulse_ = g_timeout_add(
@@ -275,8 +294,9 @@ void DemoWindow::answered(const Answer& answer) {
   g_source_remove(pulse_);
   gtk_widget_set_opacity(working_, 0);
   gtk_widget_set_sensitive(actions_, TRUE);
+  if (focus_ != nullptr) gtk_widget_grab_focus(focus_);
   if (answer.ok) {
-    gtk_label_set_label(GTK_LABEL(answer_), answer.text.c_str());
+    gtk_label_set_label(GTK_LABEL(answer_), indented(answer.text).c_str());
   } else if (answer.signedOut) {
     tell("로그인이 만료되었습니다. 다시 로그인합니다.");
     signIn();

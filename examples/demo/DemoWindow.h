@@ -14,6 +14,9 @@ namespace demo {
 class DemoWindow {
 public:
   explicit DemoWindow(AdwApplication* application);
+  ~DemoWindow();
+  DemoWindow(const DemoWindow&) = delete;
+  DemoWindow& operator=(const DemoWindow&) = delete;
 
   std::shared_ptr<quarnet::platform::Log> log() const { return log_.log(); }
 
@@ -60,6 +63,8 @@ private:
   GtkWidget* keyword_ = nullptr;
   GtkWidget* working_ = nullptr;
   GtkWidget* answer_ = nullptr;
+  GtkWidget* focus_ = nullptr;
+  AdwToast* toast_ = nullptr;
   guint pulse_ = 0;
 };
 

@@ -61,14 +61,12 @@ LogPane::LogPane() : lines_(gtk_text_buffer_new(nullptr)), scroller_(gtk_scrolle
   gtk_widget_set_size_request(scroller_, -1, 180);
 
   // The newest line is the one to see.
-  g_signal_connect_object(
-      lines_, "changed", G_CALLBACK(+[](GtkTextBuffer* lines, GtkTextView* shown) {
-        GtkTextIter end;
-        gtk_text_buffer_get_end_iter(lines, &end);
-        gtk_text_buffer_place_cursor(lines, &end);
-        gtk_text_view_scroll_mark_onscreen(shown, gtk_text_buffer_get_insert(lines));
-      }),
-      view, GConnectFlags{});
+  g_signal_connect(gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(scroller_)), "changed",
+                   G_CALLBACK(+[](GtkAdjustment* place, gpointer) {
+                     gtk_adjustment_set_value(place, gtk_adjustment_get_upper(place) -
+                                                         gtk_adjustment_get_page_size(place));
+                   }),
+                   nullptr);
 }
 
 LogPane::~LogPane() {
