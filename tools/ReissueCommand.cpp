@@ -15,7 +15,7 @@ int ReissueCommand::run() {
   settings_.install(http);
   OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
   if (manager.oAuthInfo().refreshToken().value_or("").empty()) {
-    tell("no refresh token is stored: import a token answer with `quarnet token import`");
+    tell("no refresh token is stored: sign in with `quarnet login`");
     settings_.storeIsSound();
     return kFailed;
   }

@@ -56,13 +56,24 @@ std::shared_ptr<platform::HttpClient> Settings::makeHttpClient() const {
       platform::CurlHttpClientOptions{.caFile = caFile_});
 }
 
-void Settings::install(std::shared_ptr<platform::HttpClient> httpClient) {
+std::vector<std::string> Settings::hosts() const {
+  const std::string_view builtIn =
+      VORNEL_URL_OAUTH_SERVER.substr(std::string_view("https://").size());
+  std::vector<std::string> hosts = {hosts_.api.empty() ? std::string(builtIn) : hosts_.api};
+  for (const std::string& host : {hosts_.mobile, hosts_.portal})
+    if (!host.empty()) hosts.push_back(host);
+  return hosts;
+}
+
+void Settings::install(std::shared_ptr<platform::HttpClient> httpClient,
+                       std::shared_ptr<platform::Toolkit> toolkit) {
   configureHosts(hosts_);
   watch_ = std::make_shared<StoreTroubleLog>(makeLog(log_));
   platform::Platform services;
   services.httpClient = httpClient ? std::move(httpClient) : makeHttpClient();
   services.userDefaults = std::make_shared<platform::SqliteUserDefaults>(store_);
   services.log = watch_;
+  services.toolkit = std::move(toolkit);
   platform::Platform::install(std::move(services));
 
   OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();

@@ -7,6 +7,7 @@
 #include <CLI/App.hpp>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace quarnet::tools {
 
@@ -20,8 +21,14 @@ public:
   std::shared_ptr<platform::HttpClient> makeHttpClient() const;
 
   /// Sets up the library; to be called once, before anything else of it. Null gives the connection
-  /// of makeHttpClient(). The token record is restored from the store.
-  void install(std::shared_ptr<platform::HttpClient> httpClient = nullptr);
+  /// of makeHttpClient(), and no screen. The token record is restored from the store.
+  void install(std::shared_ptr<platform::HttpClient> httpClient = nullptr,
+               std::shared_ptr<platform::Toolkit> toolkit = nullptr);
+
+  /// The file of certificates to trust beside the system's; empty for none.
+  const std::string& caFile() const { return caFile_; }
+  /// The hosts that they are to be trusted for.
+  std::vector<std::string> hosts() const;
 
   /// Tells whether everything that was saved since install() has reached the store; what went wrong
   /// is told on standard error.

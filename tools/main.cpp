@@ -1,5 +1,6 @@
 // `quarnet`: the SDK's calls on the command line.
 
+#include "tools/LoginCommand.h"
 #include "tools/LogoutCommand.h"
 #include "tools/ReissueCommand.h"
 #include "tools/RequestCommand.h"
@@ -30,6 +31,7 @@ int runProgram(int argc, char** argv) {
   Settings settings;
   settings.addOptions(program);
   std::vector<std::unique_ptr<Command>> commands;
+  commands.push_back(std::make_unique<LoginCommand>(program, argv));
   commands.push_back(std::make_unique<RequestCommand>(program, settings));
   commands.push_back(std::make_unique<TokenCommand>(program, settings));
   commands.push_back(std::make_unique<ReissueCommand>(program, settings));

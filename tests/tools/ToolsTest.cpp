@@ -233,6 +233,23 @@ TEST_F(ToolsTest, ALogoutEndsWithAClearReasonAndTellsWhatIsStored) {
   }
 }
 
+TEST_F(ToolsTest, ALoginThatCannotShowItsWindowSaysWhatIsMissing) {
+  const bool hasWindow = QUARNET_HAS_WINDOW;
+  const struct {
+    std::string display;
+    std::string err;
+  } cases[] = {{"", "neither WAYLAND_DISPLAY nor DISPLAY is set"},
+               {":4711", "the display :4711 (DISPLAY) cannot be opened"}};
+  for (const auto& one : cases) {
+    environment_["DISPLAY"] = one.display;
+    const Outcome outcome = run({"login"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_THAT(outcome.err, HasSubstr(hasWindow ? one.err : "built without GTK"));
+  }
+  EXPECT_EQ(server_.requestCount(), 0U);
+}
+
 TEST_F(ToolsTest, WrongUsageIsToldAndNothingIsSent) {
   const std::vector<std::vector<std::string>> cases = {
       {},

@@ -55,3 +55,10 @@ for program in "$folder/cmake/consumer" "$folder/make/consumer"; do
   LD_LIBRARY_PATH=$library "$program" "https://$QUARNET_API_HOST/v1/places" | tee "$folder/answer"
   grep -q '"keyword":"서울"' "$folder/answer"
 done
+
+echo "-- the login window's program is found, and finds its libraries"
+said=$(env -u DISPLAY -u WAYLAND_DISPLAY "$prefix/bin/quarnet" login 2>&1) || true
+[[ "$said" == *"takes a display"* || (! -e "$prefix/libexec" && "$said" == *"built without GTK"*) ]] || {
+  echo "$said" >&2
+  exit 1
+}
