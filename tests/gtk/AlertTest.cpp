@@ -3,19 +3,7 @@
 namespace quarnet::platform {
 namespace {
 
-class AlertTest : public Screen {
-protected:
-  /// The message that is on the screen; null for none.
-  GtkWindow* alert() {
-    GListModel* windows = gtk_window_get_toplevels();
-    for (guint i = 0; i < g_list_model_get_n_items(windows); ++i) {
-      auto* window = static_cast<GtkWindow*>(g_list_model_get_item(windows, i));
-      g_object_unref(window);
-      if (ADW_IS_MESSAGE_DIALOG(window)) return window;
-    }
-    return nullptr;
-  }
-};
+class AlertTest : public testing::Test, protected Screen {};
 
 TEST_F(AlertTest, PressedRunsOnceHoweverItIsPutAway) {
   const struct {

@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class AnimationTest : public Screen {
+class AnimationTest : public testing::Test, protected Screen {
 protected:
   AnimationTest() : view_(toolkit_->makeView()) {
     view_->setFrame({160, 274, 0, 0});

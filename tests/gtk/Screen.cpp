@@ -31,7 +31,7 @@ Screen::Screen() {
   gtk_widget_grab_focus(entry_);
   gtk_window_present(window_);
   EXPECT_TRUE(waitUntil([this] { return gtk_widget_get_width(GTK_WIDGET(window_)) == 320; }));
-  toolkit_ = std::make_unique<GtkToolkit>(GtkToolkitOptions{.window = window_});
+  toolkit_ = std::make_shared<GtkToolkit>(GtkToolkitOptions{.window = window_});
 }
 
 Screen::~Screen() {
@@ -64,6 +64,16 @@ Rect Screen::allocation(GtkWidget* box) {
   gtk_widget_translate_coordinates(box, gtk_widget_get_parent(box), 0, 0, &x, &y);
   return {x, y, static_cast<double>(gtk_widget_get_width(box)),
           static_cast<double>(gtk_widget_get_height(box))};
+}
+
+GtkWindow* Screen::alert() {
+  GListModel* windows = gtk_window_get_toplevels();
+  for (guint i = 0; i < g_list_model_get_n_items(windows); ++i) {
+    auto* window = static_cast<GtkWindow*>(g_list_model_get_item(windows, i));
+    g_object_unref(window);
+    if (ADW_IS_MESSAGE_DIALOG(window)) return window;
+  }
+  return nullptr;
 }
 
 void Screen::press(const std::string& key) {

@@ -11,11 +11,11 @@
 
 namespace quarnet::platform {
 
-/// A window of 320 x 568 points on the screen, and a toolkit for it.
-class Screen : public testing::Test {
+/// A window of 320 x 568 points on the screen, and a toolkit for it; the other base of a fixture.
+class Screen {
 protected:
   Screen();
-  ~Screen() override;
+  ~Screen();
 
   /// Runs the main loop until `done()` or for ten seconds; the last `done()`.
   static bool waitUntil(const std::function<bool()>& done);
@@ -28,13 +28,16 @@ protected:
   /// Where the box of a view lies in the box that holds it, as the screen has it.
   static Rect allocation(GtkWidget* box);
 
+  /// The message that is on the screen; null for none.
+  static GtkWindow* alert();
+
   /// Real events, as a user's keyboard and mouse send them; at points of the window.
   void press(const std::string& key);
   void click(double x, double y);
 
   GtkWindow* window_;
   GtkWidget* entry_;
-  std::unique_ptr<GtkToolkit> toolkit_;
+  std::shared_ptr<GtkToolkit> toolkit_;
 };
 
 } // namespace quarnet::platform

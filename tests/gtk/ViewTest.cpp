@@ -3,7 +3,7 @@
 namespace quarnet::platform {
 namespace {
 
-class ViewTest : public Screen {};
+class ViewTest : public testing::Test, protected Screen {};
 
 TEST_F(ViewTest, FramesAreHonouredExactly) {
   const auto window = toolkit_->keyWindow();

@@ -29,11 +29,11 @@ public:
   std::vector<WebLoadError> failed;
 };
 
-class WebTest : public Screen {
+class WebTest : public testing::Test, protected Screen {
 protected:
   void show(GtkToolkitOptions options = {}) {
     options.window = window_;
-    toolkit_ = std::make_unique<GtkToolkit>(options);
+    toolkit_ = std::make_shared<GtkToolkit>(options);
     view_ = toolkit_->makeWebView();
     view_->setDelegate(&listener_);
     view_->setScalesPageToFit(true);
