@@ -161,7 +161,8 @@ public:
   bool revokeTokenToServer();
 
   /// Revokes the token without blocking. Whatever the server answers, the tokens are dropped here;
-  /// then _finishedSelector() or _failedSelector() is called on the main thread.
+  /// then _finishedSelector() or _failedSelector() is called on the main thread. Without an answer
+  /// the tokens stay, and nobody is called while error() is absent.
   void revokeTokenToServerAsynch();
 
   /// Sends the GET of revokeTokenToServerAsynch() to `url`.
