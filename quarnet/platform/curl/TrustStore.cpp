@@ -1,5 +1,7 @@
 #include "quarnet/platform/curl/TrustStore.h"
 
+#include <cstdlib>
+#include <filesystem>
 #include <openssl/err.h>
 #include <openssl/x509_vfy.h>
 
@@ -13,11 +15,31 @@ CURLcode useStore(CURL*, void* context, void* store) {
   return CURLE_OK;
 }
 
+/// Whether the system's folder names its roots by their hashes ("5ad8a5d6.0").
+bool systemFolderIsHashed() {
+  std::error_code error;
+  std::filesystem::directory_iterator entry(X509_get_default_cert_dir(), error);
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    if (entry->path().extension() == ".0") return true;
+  }
+  return false;
+}
+
+bool trustSystem(X509_STORE* store) {
+  // OpenSSL looks a root up in such a folder when it needs it. Its defaults would parse the bundle
+  // beside the folder here and now, which takes longer than all the rest of a first call.
+  const bool chosen = std::getenv(X509_get_default_cert_file_env()) != nullptr ||
+                      std::getenv(X509_get_default_cert_dir_env()) != nullptr;
+  if (chosen || !systemFolderIsHashed()) return X509_STORE_set_default_paths(store) == 1;
+  X509_LOOKUP* folder = X509_STORE_add_lookup(store, X509_LOOKUP_hash_dir());
+  return folder != nullptr &&
+         X509_LOOKUP_add_dir(folder, X509_get_default_cert_dir(), X509_FILETYPE_PEM) == 1;
+}
+
 } // namespace
 
 TrustStore::TrustStore(const std::string& caFile) : store_(X509_STORE_new(), X509_STORE_free) {
-  // OpenSSL looks a root up in the system's folder when it needs it: nothing is parsed here.
-  const bool made = store_ && X509_STORE_set_default_paths(store_.get()) == 1;
+  const bool made = store_ && trustSystem(store_.get());
   if (!made) {
     problem_ = "The system's certificates cannot be read";
   } else if (!caFile.empty() && X509_STORE_load_file(store_.get(), caFile.c_str()) != 1) {
