@@ -13,37 +13,38 @@ constexpr bool isUnreserved(unsigned char byte) {
          (byte >= '0' && byte <= '9') || byte == '-' || byte == '.' || byte == '_' || byte == '~';
 }
 
-/// Sixteen bytes at once, whatever the processor calls that.
-using Block = unsigned char __attribute__((vector_size(16)));
+/// Thirty-two bytes at once, in as many steps as the processor needs.
+using Block = unsigned char __attribute__((vector_size(32)));
 
-/// One in each place whose byte is unreserved, zero in the others.
-Block unreservedIn(Block bytes) {
-  const Block letter = (bytes | 0x20) - 'a';
-  const Block digit = bytes - '0';
-  return Block((letter < 26) | (digit < 10) | (bytes == '-') | (bytes == '.') | (bytes == '_') |
-               (bytes == '~')) &
-         1;
-}
+#if defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+// The compiler makes both, and the processor that loads the library chooses.
+#define QUARNET_WIDE __attribute__((target_clones("avx2", "default")))
+#else
+#define QUARNET_WIDE
+#endif
 
-std::size_t countReserved(std::string_view text) {
+QUARNET_WIDE std::size_t countReserved(const char* text, std::size_t size) {
   std::size_t unreserved = 0;
   std::size_t done = 0;
-  while (done + sizeof(Block) <= text.size()) {
+  while (done + sizeof(Block) <= size) {
     // Each place of the sum counts up to 255 blocks.
-    const std::size_t end = std::min(text.size(), done + 255 * sizeof(Block));
+    const std::size_t end = std::min(size, done + 255 * sizeof(Block));
     Block sum{};
     for (; done + sizeof(Block) <= end; done += sizeof(Block)) {
       Block bytes;
-      std::memcpy(&bytes, text.data() + done, sizeof(bytes));
-      sum += unreservedIn(bytes);
+      std::memcpy(&bytes, text + done, sizeof(bytes));
+      const Block letter = (bytes | 0x20) - 'a';
+      const Block digit = bytes - '0';
+      // A comparison gives -1 in each place where it holds.
+      sum -= Block((letter < 26) | (digit < 10) | (bytes == '-') | (bytes == '.') | (bytes == '_') |
+                   (bytes == '~'));
     }
     for (std::size_t place = 0; place < sizeof(Block); ++place)
       unreserved += sum[place];
   }
-  for (; done < text.size(); ++done) {
+  for (; done < size; ++done)
     unreserved += isUnreserved(static_cast<unsigned char>(text[done]));
-  }
-  return text.size() - unreserved;
+  return size - unreserved;
 }
 
 /// What each byte becomes: four bytes to write, of which one or three count.
@@ -66,22 +67,28 @@ struct EscapeTable {
 };
 constexpr EscapeTable kEscapes;
 
+/// Below this, room for the worst case costs less than counting.
+constexpr std::size_t kShort = 128;
+
 void appendEscaped(std::string& out, std::string_view text) {
-  const std::size_t reserved = countReserved(text);
-  if (reserved == 0) {
-    out += text;
-    return;
+  std::size_t reserved = text.size();
+  if (text.size() >= kShort) {
+    reserved = countReserved(text.data(), text.size());
+    if (reserved == 0) {
+      out += text;
+      return;
+    }
   }
   const std::size_t start = out.size();
-  const std::size_t size = text.size() + 2 * reserved;
-  out.resize(start + size + 3); // three more, as each byte writes four and may count for one
+  // Three more, as each byte writes four and may count for one.
+  out.resize(start + text.size() + 2 * reserved + 3);
   char* to = out.data() + start;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
     std::memcpy(to, kEscapes.text[byte].data(), 4);
     to += kEscapes.size[byte];
   }
-  out.resize(start + size);
+  out.resize(static_cast<std::size_t>(to - out.data()));
 }
 
 } // namespace
