@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#ifdef __x86_64__
+#include <sys/platform/x86.h>
+#endif
 #include <utility>
 
 namespace quarnet {
@@ -16,14 +19,7 @@ constexpr bool isUnreserved(unsigned char byte) {
 /// Thirty-two bytes at once, in as many steps as the processor needs.
 using Block = unsigned char __attribute__((vector_size(32)));
 
-#if defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-// The compiler makes both, and the processor that loads the library chooses.
-#define QUARNET_WIDE __attribute__((target_clones("avx2", "default")))
-#else
-#define QUARNET_WIDE
-#endif
-
-QUARNET_WIDE std::size_t countReserved(const char* text, std::size_t size) {
+[[gnu::always_inline]] inline std::size_t countReservedIn(const char* text, std::size_t size) {
   std::size_t unreserved = 0;
   std::size_t done = 0;
   while (done + sizeof(Block) <= size) {
@@ -45,6 +41,20 @@ QUARNET_WIDE std::size_t countReserved(const char* text, std::size_t size) {
   for (; done < size; ++done)
     unreserved += isUnreserved(static_cast<unsigned char>(text[done]));
   return size - unreserved;
+}
+
+#ifdef __x86_64__
+/// For processors that take a block in one step; the library itself is built for all of them.
+[[gnu::target("avx2")]] std::size_t countReservedWide(const char* text, std::size_t size) {
+  return countReservedIn(text, size);
+}
+#endif
+
+std::size_t countReserved(std::string_view text) {
+#ifdef __x86_64__
+  if (CPU_FEATURE_ACTIVE(AVX2)) return countReservedWide(text.data(), text.size());
+#endif
+  return countReservedIn(text.data(), text.size());
 }
 
 /// What each byte becomes: four bytes to write, of which one or three count.
@@ -73,7 +83,7 @@ constexpr std::size_t kShort = 128;
 void appendEscaped(std::string& out, std::string_view text) {
   std::size_t reserved = text.size();
   if (text.size() >= kShort) {
-    reserved = countReserved(text.data(), text.size());
+    reserved = countReserved(text);
     if (reserved == 0) {
       out += text;
       return;
