@@ -21,6 +21,12 @@ bool hasToken() {
   return !token.empty() && token != "(null)";
 }
 
+/// The end of a sentence: ": the reason" or ".".
+std::string reasonOf(const quarnet::ResultDictionary& result) {
+  const auto reason = result.find(std::string(quarnet::VornelAsyncResultMessage));
+  return reason == result.end() || reason->second.empty() ? "." : ": " + reason->second;
+}
+
 GtkWidget* makeRow(const char* title, const char* subtitle, GtkWidget* button) {
   GtkWidget* row = adw_action_row_new();
   adw_preferences_row_set_title(ADW_PREFERENCES_ROW(row), title);
@@ -212,12 +218,14 @@ void DemoWindow::signedIn(const quarnet::ResultDictionary& result) {
 }
 
 void DemoWindow::signInFailed(const quarnet::ResultDictionary& result) {
-  const auto reason = result.find(std::string(quarnet::VornelAsyncResultMessage));
-  const bool known = reason != result.end() && !reason->second.empty();
-  tell("로그인하지 못했습니다" + (known ? ": " + reason->second : std::string(".")));
+  // After a transport error the screen is still there, and would hide what is told.
+  session().oAuthClient()->closeLoginView();
+  tell("로그인하지 못했습니다" + reasonOf(result));
 }
 
 void DemoWindow::signOut() {
+  // While the session's error is absent, a log-out that gets no answer calls nobody.
+  session().setError("log-out");
   session().logoutFinishedFailed(this, &DemoWindow::signedOut, &DemoWindow::signOutFailed);
 }
 
@@ -231,7 +239,7 @@ void DemoWindow::signedOut(const quarnet::ResultDictionary&) {
 void DemoWindow::signOutFailed(const quarnet::ResultDictionary& result) {
   // Whatever the server answered, the tokens are gone here; without an answer they are not.
   if (!hasToken()) return signedOut(result);
-  tell("로그아웃하지 못했습니다.");
+  tell("로그아웃하지 못했습니다" + reasonOf(result));
 }
 
 // Calls
