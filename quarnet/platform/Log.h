@@ -19,6 +19,9 @@ public:
   virtual ~Log() = default;
 
   virtual void write(Line line) = 0;
+
+  /// False when every line is dropped: what takes time to put together is then not written at all.
+  virtual bool isOn() const { return true; }
 };
 
 /// One line a call on the standard error stream.
@@ -31,6 +34,7 @@ public:
 class QUARNET_EXPORT NullLog final : public Log {
 public:
   void write(Line) override {}
+  bool isOn() const override { return false; }
 };
 
 } // namespace quarnet::platform

@@ -20,6 +20,7 @@ public:
   explicit RedactingLog(std::shared_ptr<Log> sink) : sink_(std::move(sink)) {}
 
   void write(Line line) override;
+  bool isOn() const override { return sink_->isOn(); }
 
 private:
   std::shared_ptr<Log> sink_;

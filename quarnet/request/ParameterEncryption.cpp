@@ -73,7 +73,7 @@ Text APIRequest::encryptParamSwapKeyError(const Text& parameters, Text* swapKey,
   // Neither the status nor the shape of the answer is checked: what is missing counts as zero bytes
   // and the server then refuses the call.
   const std::optional<Json> json = Json::parse(answer.body);
-  log("response : ", json ? json->text() : "(null)");
+  if (Platform::current().log->isOn()) log("response : ", json ? json->text() : "(null)");
   const Json* keyBody = json ? json->member("body") : nullptr;
   const std::string encrypted = hexEncode(AES256EncryptWithKeyIvectorData(
       stringMember(keyBody, "key"), stringMember(keyBody, "iv"),
@@ -90,22 +90,6 @@ std::optional<Data> APIRequest::AES256EncryptWithKeyIvectorData(const Text& key,
   OPENSSL_cleanse(keyBuffer.data(), keyBuffer.size());
   OPENSSL_cleanse(ivBuffer.data(), ivBuffer.size());
   return encrypted;
-}
-
-std::string APIRequest::hexEncode(std::optional<std::string_view> data) {
-  if (!data) return {};
-  // Arithmetic instead of a table, so that the compiler can turn many bytes at once.
-  const auto digit = [](int nibble) {
-    return static_cast<char>(nibble + (nibble > 9 ? 'a' - 10 : '0'));
-  };
-  std::string text(data->size() * 2, '\0');
-  const auto* in = reinterpret_cast<const unsigned char*>(data->data());
-  char* out = text.data();
-  for (std::size_t i = 0; i < data->size(); ++i) {
-    out[2 * i] = digit(in[i] >> 4);
-    out[2 * i + 1] = digit(in[i] & 15);
-  }
-  return text;
 }
 
 } // namespace quarnet

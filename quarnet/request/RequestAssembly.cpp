@@ -112,6 +112,7 @@ void addKeyAndTokens(HttpRequest& request, const Text& swapKey, std::optional<Er
 }
 
 void logHeaderFields(const HttpRequest& request) {
+  if (!platform::Platform::current().log->isOn()) return;
   std::string text = "{";
   for (const auto& [name, value] : request.headerFields) {
     if (text.size() > 1) text += ", ";

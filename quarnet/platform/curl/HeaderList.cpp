@@ -1,7 +1,7 @@
 #include "quarnet/platform/curl/HeaderList.h"
 
 #include <algorithm>
-#include <string.h>
+#include <array>
 #include <strings.h>
 
 namespace quarnet::platform {
@@ -16,12 +16,31 @@ bool describesContent(std::string_view name) {
   return name.size() > 8 && sameName(name.substr(0, 8), "Content-");
 }
 
+using Bytes = std::array<bool, 256>;
+
+constexpr Bytes bytesOf(std::string_view text) {
+  Bytes bytes{};
+  for (const char c : text)
+    bytes[static_cast<unsigned char>(c)] = true;
+  return bytes;
+}
+constexpr Bytes kTokenBytes =
+    bytesOf("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
+            "!#$%&'*+-.^_`|~");
+constexpr Bytes kLineBreaks = bytesOf({"\r\n\0", 3});
+
+bool isOneOf(const Bytes& bytes, char c) {
+  return bytes[static_cast<unsigned char>(c)];
+}
+
 // A token of RFC 9110, section 5.6.2.
 bool isToken(std::string_view text) {
-  return !text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char c) {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-           (c != '\0' && strchr("!#$%&'*+-.^_`|~", c) != nullptr);
-  });
+  return !text.empty() &&
+         std::all_of(text.begin(), text.end(), [](char c) { return isOneOf(kTokenBytes, c); });
+}
+
+bool breaksTheLine(std::string_view text) {
+  return std::any_of(text.begin(), text.end(), [](char c) { return isOneOf(kLineBreaks, c); });
 }
 
 } // namespace
@@ -35,7 +54,7 @@ Text headProblem(const HttpRequest& request) {
                            return c > ' ' && c < '\x7f';
                          }));
     }
-    if (value.find_first_of(std::string_view("\r\n\0", 3)) != std::string::npos) {
+    if (breaksTheLine(value)) {
       return "The header field \"" + name + "\" holds a line break or a zero byte";
     }
   }
