@@ -47,7 +47,9 @@ void EventLoop::submit(std::shared_ptr<const HttpRequest> request,
   }
   HttpResult result = failedResult(CURLE_ABORTED_BY_CALLBACK, endReason_);
   lock.unlock();
-  complete({std::move(request), std::move(completion)}, std::move(result));
+  workers_.run({[completion = std::move(completion), result = std::move(result)]() mutable {
+    completion(std::move(result));
+  }});
 }
 
 void EventLoop::stop(const char* reason) {
@@ -65,8 +67,10 @@ void EventLoop::run() {
     int running = 0;
     curl_multi_perform(multi_.get(), &running);
     collect();
+    const bool admitted = admit();
+    workers_.run(std::exchange(completed_, {}));
     // What was just admitted wants to be started before anything is waited for.
-    if (!admit()) {
+    if (!admitted) {
       curl_multi_poll(multi_.get(), nullptr, 0, kLongestSleepInMilliseconds, nullptr);
     }
   }
@@ -82,7 +86,7 @@ bool EventLoop::admit() {
   bool admitted = false;
   for (;;) {
     const std::size_t onWire = flights_.size() - idle_.size();
-    std::deque<Submission> next = take(kMaximumOnWire - onWire);
+    std::vector<Submission> next = take(kMaximumOnWire - onWire);
     if (next.empty()) return admitted;
     admitted = true;
     for (Submission& submission : next)
@@ -90,12 +94,12 @@ bool EventLoop::admit() {
   }
 }
 
-std::deque<EventLoop::Submission> EventLoop::take(std::size_t count) {
+std::vector<EventLoop::Submission> EventLoop::take(std::size_t count) {
   const std::lock_guard lock(mutex_);
   starved_ = queue_.empty() && count > 0;
   const auto end = queue_.begin() + static_cast<std::ptrdiff_t>(std::min(count, queue_.size()));
-  std::deque<Submission> taken(std::make_move_iterator(queue_.begin()),
-                               std::make_move_iterator(end));
+  std::vector<Submission> taken(std::make_move_iterator(queue_.begin()),
+                                std::make_move_iterator(end));
   queue_.erase(queue_.begin(), end);
   return taken;
 }
@@ -159,9 +163,10 @@ void EventLoop::land(Flight& flight) {
 
 void EventLoop::complete(Submission submission, HttpResult result) {
   // The request goes along, so that it is let go of on a worker, too.
-  workers_.run([submission = std::move(submission), result = std::move(result)]() mutable {
-    submission.completion(std::move(result));
-  });
+  completed_.emplace_back(
+      [submission = std::move(submission), result = std::move(result)]() mutable {
+        submission.completion(std::move(result));
+      });
 }
 
 void EventLoop::abandonAll() {
@@ -175,6 +180,7 @@ void EventLoop::abandonAll() {
   }
   for (Submission& submission : take(queue_.size()))
     complete(std::move(submission), failedResult(CURLE_ABORTED_BY_CALLBACK, endReason_));
+  workers_.run(std::exchange(completed_, {}));
 }
 
 } // namespace quarnet::platform

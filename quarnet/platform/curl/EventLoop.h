@@ -46,7 +46,7 @@ private:
   void run();
   bool isEnding();
   bool admit();
-  std::deque<Submission> take(std::size_t count);
+  std::vector<Submission> take(std::size_t count);
   void launch(Submission submission);
   void put(Flight& flight);
   bool addFlight();
@@ -63,6 +63,8 @@ private:
   // Of the loop's thread alone.
   std::vector<std::unique_ptr<Flight>> flights_;
   std::vector<Flight*> idle_;
+  /// What ended in this turn of the loop, for the workers.
+  std::vector<std::function<void()>> completed_;
 
   std::mutex mutex_;
   std::deque<Submission> queue_;

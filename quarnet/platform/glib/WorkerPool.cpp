@@ -2,6 +2,7 @@
 
 #include "quarnet/platform/glib/Guarded.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <glib.h>
@@ -10,43 +11,57 @@
 
 namespace quarnet::platform {
 
-/// The calls wait here and not in GLib's own queue: the destructor must know when the last one has
-/// ended, what it held included, without waiting for the thread that it runs on itself.
+/// The calls wait here and not in GLib's own queue: a thread that is awake takes one after the
+/// other, and the destructor must know when the last one has ended, what it held included, without
+/// waiting for the thread that it runs on itself.
 struct WorkerPool::State : std::enable_shared_from_this<State> {
+  explicit State(unsigned threadCount) : size(threadCount) {}
+
+  const unsigned size;
   GThreadPool* threads = nullptr;
   std::mutex mutex;
   std::condition_variable ended;
   std::deque<std::function<void()>> calls;
   std::size_t unfinished = 0;
+  /// How many threads are awake or have been woken.
+  unsigned awake = 0;
   bool closed = false;
 
   /// The pool whose call this thread is running.
   static thread_local const State* current;
 
-  void runNext() {
+  void runAll() {
     const std::shared_ptr<State> self = shared_from_this();
     std::unique_lock lock(mutex);
-    std::function<void()> call = std::move(calls.front());
-    calls.pop_front();
-    const bool skip = closed;
-    lock.unlock();
-    current = this;
-    if (!skip) runGuarded(call);
-    call = nullptr;
-    current = nullptr;
-    lock.lock();
-    --unfinished;
+    while (!calls.empty()) {
+      std::function<void()> call = std::move(calls.front());
+      calls.pop_front();
+      const bool skip = closed;
+      lock.unlock();
+      current = this;
+      if (!skip) runGuarded(call);
+      call = nullptr;
+      current = nullptr;
+      lock.lock();
+      --unfinished;
+      ended.notify_all();
+    }
+    --awake;
     ended.notify_all();
   }
 
-  bool idle() const { return unfinished == (current == this ? 1U : 0U); }
+  /// Whether nothing is left to run and no thread will look for it, the asking one aside.
+  bool idle() const {
+    const unsigned own = current == this ? 1 : 0;
+    return unfinished == own && awake == own;
+  }
 };
 
 constinit thread_local const WorkerPool::State* WorkerPool::State::current = nullptr;
 
-WorkerPool::WorkerPool(unsigned threads) : state_(std::make_shared<State>()) {
+WorkerPool::WorkerPool(unsigned threads) : state_(std::make_shared<State>(threads)) {
   state_->threads =
-      g_thread_pool_new([](gpointer, gpointer state) { static_cast<State*>(state)->runNext(); },
+      g_thread_pool_new([](gpointer, gpointer state) { static_cast<State*>(state)->runAll(); },
                         state_.get(), static_cast<gint>(threads), TRUE, nullptr);
 }
 
@@ -58,13 +73,19 @@ WorkerPool::~WorkerPool() {
   g_thread_pool_free(state_->threads, FALSE, FALSE);
 }
 
-void WorkerPool::run(std::function<void()> call) {
+void WorkerPool::run(std::vector<std::function<void()>> calls) {
+  unsigned woken = 0;
   {
     const std::lock_guard lock(state_->mutex);
-    state_->calls.push_back(std::move(call));
-    ++state_->unfinished;
+    for (auto& call : calls) {
+      state_->calls.push_back(std::move(call));
+      ++state_->unfinished;
+    }
+    woken = std::min<unsigned>(state_->size - state_->awake, static_cast<unsigned>(calls.size()));
+    state_->awake += woken;
   }
-  g_thread_pool_push(state_->threads, state_.get(), nullptr);
+  for (; woken > 0; --woken)
+    g_thread_pool_push(state_->threads, state_.get(), nullptr);
 }
 
 void WorkerPool::finish(std::chrono::milliseconds limit) {

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace quarnet::platform {
 
@@ -19,7 +20,8 @@ public:
   WorkerPool(const WorkerPool&) = delete;
   WorkerPool& operator=(const WorkerPool&) = delete;
 
-  void run(std::function<void()> call);
+  /// Several at once wake each thread no more than once.
+  void run(std::vector<std::function<void()>> calls);
 
   /// Waits until all calls have ended (from within a call: all others) or the time is up; after
   /// that no further call is begun.
