@@ -49,6 +49,13 @@ std::string readByHand(const std::string& query, const std::string& key) {
 void addQueryStrings() {
   const Parameters parameters = twentyPairs();
   CURL* easy = curl_easy_init();
+  add({.what = "building a query string of 20 pairs",
+       .measure = "speed, against curl_easy_escape and std::string",
+       .figure = Figure::speed,
+       .bound = atLeast(5),
+       .ours = repeat(
+           [parameters] { return StringUtil::getQueryStringFromDictionary(parameters)->size(); }),
+       .yardstick = repeat([parameters, easy] { return builtByCurl(easy, parameters).size(); })});
   add({.what = "building and reading a query string of 20 pairs",
        .measure = "speed, against curl_easy_escape and std::string",
        .figure = Figure::speed,
