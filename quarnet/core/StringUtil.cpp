@@ -116,6 +116,7 @@ std::string StringUtil::escapedString(std::string_view text) {
 Text StringUtil::getQueryStringFromDictionary(const std::optional<Parameters>& parameters) {
   if (!parameters || parameters->empty()) return std::nullopt;
   std::string query;
+  query.reserve(parameters->size() * 64); // spares growing for texts of an ordinary length
   bool first = true;
   for (const auto& [key, value] : *parameters) {
     if (!std::exchange(first, false)) query += '&';

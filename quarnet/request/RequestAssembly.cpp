@@ -144,6 +144,7 @@ void APIRequest::_requestError(RequestBundle& bundle, std::optional<Error>* erro
 
   const HttpMethod method = bundle.httpMethod();
   HttpRequest request{.url = *bundle.url()};
+  request.headerFields.reserve(8); // as many as a call has
   Text swapKey;
   if (encryptsParameters(method)) {
     const Text parameters = parameterText(bundle);
