@@ -12,7 +12,7 @@ namespace quarnet::bench {
 namespace {
 
 constexpr int kCalls = 10'000;
-constexpr int kRounds = 9;
+constexpr int kRounds = 25;
 /// A handle for each stream that may be open at a time; more would only wait inside libcurl.
 constexpr int kHandles = 64;
 

@@ -16,8 +16,8 @@
 namespace quarnet::bench {
 namespace {
 
-constexpr int kCalls = 200;
-constexpr int kRounds = 25;
+constexpr int kCalls = 100;
+constexpr int kRounds = 101;
 
 const std::array<std::pair<const char*, const char*>, 3> kParameters = {
     {{"count", "20"}, {"keyword", "도서관 열람실"}, {"order", "name,asc"}}};

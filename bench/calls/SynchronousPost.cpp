@@ -12,8 +12,8 @@
 namespace quarnet::bench {
 namespace {
 
-constexpr int kCalls = 300;
-constexpr int kRounds = 25;
+constexpr int kCalls = 100;
+constexpr int kRounds = 151;
 
 } // namespace
 
