@@ -1,5 +1,5 @@
-// Opening the login screen (two frames are 33.3 ms), against a bare web view laid over the same window. Runs under a
-// display.
+// Opening the login screen (two frames are 33.3 ms), against a bare web view laid over the same
+// window. Runs under a display.
 
 #include "bench/support/Report.h"
 #include "bench/support/Rounds.h"
