@@ -28,8 +28,8 @@ std::string newSwapKey() {
 
 HttpRequest keyRequest(std::string body) {
   HttpRequest request{.url = std::string(VORNEL_URL_OAUTH_PARAM_ENC_KEY), .method = "POST"};
-  request.setHeaderField("Content-Type", "application/x-www-form-urlencoded");
-  request.setHeaderField("Content-Length", std::to_string(body.size()));
+  request.headerFields.set("Content-Type", "application/x-www-form-urlencoded");
+  request.headerFields.set("Content-Length", std::to_string(body.size()));
   request.body = std::make_shared<const Data>(std::move(body));
   return request;
 }

@@ -11,6 +11,7 @@
 #include "quarnet/request/Multipart.h"
 
 #include <mutex>
+#include <utility>
 
 namespace quarnet {
 
@@ -69,54 +70,58 @@ std::string_view methodName(HttpMethod method) {
   return {};
 }
 
-void escapeValues(RequestBundle& bundle) {
-  if (!bundle.parameters()) return;
-  Parameters escaped;
-  for (const auto& [key, value] : *bundle.parameters()) {
-    escaped.emplace(key, value ? Text(StringUtil::escapedString(*value)) : Text());
+void escapeValues(Parameters& parameters) {
+  for (auto& [key, value] : parameters) {
+    if (value) value = escapeString(*value);
   }
-  bundle.setParameters(std::move(escaped));
 }
 
-/// "KEY=VALUE" pairs with each value escaped once and each key as the caller gave it.
-Text parameterText(const RequestBundle& bundle) {
-  const Text query = StringUtil::getQueryStringFromDictionary(bundle.parameters());
-  return replacingPercentEscapes(query.value_or(""));
+/// "KEY=VALUE" pairs as they stand: the values escaped by then, the keys as the caller gave them.
+/// Absent when a key is not valid UTF-8.
+Text parameterText(const Parameters& parameters) {
+  std::string text;
+  bool first = true;
+  for (const auto& [key, value] : parameters) {
+    if (!std::exchange(first, false)) text += '&';
+    text += key;
+    if (value) text.append("=").append(*value);
+  }
+  return utf8Text(std::move(text));
 }
 
 void setUpload(HttpRequest& request, const RequestBundle& bundle) {
   const std::string boundary = platform::globallyUniqueString();
-  request.setHeaderField("Content-Type", "multipart/form-data; boundary=" + boundary);
+  request.headerFields.set("Content-Type", "multipart/form-data; boundary=" + boundary);
   Multipart multipart =
       makeMultipart(boundary, formatted(bundle.uploadFileKey()), *bundle.uploadFilePath());
   log("photo size : ", std::to_string(multipart.fileSize));
   request.body = std::make_shared<const Data>(std::move(multipart.body));
 }
 
-void setPayload(HttpRequest& request, const RequestBundle& bundle, std::string contentType) {
+void setPayload(HttpRequest& request, const RequestBundle& bundle, std::string_view contentType) {
   const Text& payload = bundle.payload();
   log("POST payload : ", formatted(payload));
-  request.setHeaderField("Content-Type", std::move(contentType));
-  request.setHeaderField("Content-Length", std::to_string(payload ? payload->size() : 0));
+  request.headerFields.set("Content-Type", contentType);
+  request.headerFields.set("Content-Length", std::to_string(payload ? payload->size() : 0));
   if (payload) request.body = std::make_shared<const Data>(*payload);
 }
 
 void addKeyAndTokens(HttpRequest& request, const Text& swapKey, std::optional<Error>* error) {
   OAuthInfo& record = OAuthInfo::sharedInstance();
-  if (swapKey) request.setHeaderField("swap_key", swapKey);
+  if (swapKey) request.headerFields.set("swap_key", swapKey);
   const Text clientId = record.clientId();
   if (!clientId) storeError(error, makeError(5));
-  request.setHeaderField(VORNEL_OAUTH_CLIENT_ID, clientId);
-  request.setHeaderField(VORNEL_HEADER_ACCESS_TOKEN, record.accessToken());
-  request.setHeaderField(VORNEL_HEADER_REFRESH_TOKEN, record.refreshToken());
+  request.headerFields.set(VORNEL_OAUTH_CLIENT_ID, clientId);
+  request.headerFields.set(VORNEL_HEADER_ACCESS_TOKEN, record.accessToken());
+  request.headerFields.set(VORNEL_HEADER_REFRESH_TOKEN, record.refreshToken());
 }
 
 void logHeaderFields(const HttpRequest& request) {
   if (!platform::Platform::current().log->isOn()) return;
   std::string text = "{";
-  for (const auto& [name, value] : request.headerFields) {
-    if (text.size() > 1) text += ", ";
-    text.append(name).append(": ").append(value);
+  for (std::size_t i = 0; i < request.headerFields.size(); ++i) {
+    if (i > 0) text += ", ";
+    text += request.headerFields[i].line;
   }
   log("HTTPHeaderFields : ", text, "}");
 }
@@ -133,21 +138,20 @@ void APIRequest::_requestError(RequestBundle& bundle, std::optional<Error>* erro
     return storeError(error, makeError(2));
   }
   // Only the type asked for is checked: a wrong type of the body is sent as "error".
-  std::string contentType =
+  const std::string contentType =
       Global::getContentType(static_cast<std::uint64_t>(bundle.requestType()));
-  std::string acceptType =
+  const std::string acceptType =
       Global::getContentType(static_cast<std::uint64_t>(bundle.responseType()));
   if (acceptType == "error") return storeError(error, makeError(3));
 
   bundle.setUrl(std::string(*bundle.url()).append(suffix(bundle.responseType())));
-  escapeValues(bundle);
+  if (bundle.parameters_) escapeValues(*bundle.parameters_);
 
   const HttpMethod method = bundle.httpMethod();
   HttpRequest request{.url = *bundle.url()};
-  request.headerFields.reserve(8); // as many as a call has
   Text swapKey;
   if (encryptsParameters(method)) {
-    const Text parameters = parameterText(bundle);
+    const Text parameters = bundle.parameters() ? parameterText(*bundle.parameters()) : "";
     log("paramString : ", formatted(parameters));
     // A failure is not reported: the call then goes out without its parameters.
     std::optional<Error> dropped;
@@ -162,7 +166,7 @@ void APIRequest::_requestError(RequestBundle& bundle, std::optional<Error>* erro
     return storeError(error, makeError(1));
   }
   if (!carriesBody(method)) {
-    request.setHeaderField("Content-Type", std::move(contentType));
+    request.headerFields.set("Content-Type", contentType);
   } else if (!bundle.uploadFilePath().value_or("").empty()) {
     setUpload(request, bundle);
   } else {
@@ -171,8 +175,8 @@ void APIRequest::_requestError(RequestBundle& bundle, std::optional<Error>* erro
 
   addKeyAndTokens(request, swapKey, error);
   if (error != nullptr) {
-    request.setHeaderField("Accept", std::move(acceptType));
-    request.setHeaderField("Accept-Encoding", "utf-8");
+    request.headerFields.set("Accept", acceptType);
+    request.headerFields.set("Accept-Encoding", "utf-8");
     logHeaderFields(request);
   }
   slot().put(std::move(request));

@@ -2,18 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <strings.h>
 
 namespace quarnet::platform {
 namespace {
 
-bool sameName(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
 // Fields that describe the body (RFC 9110, section 8).
 bool describesContent(std::string_view name) {
-  return name.size() > 8 && sameName(name.substr(0, 8), "Content-");
+  return name.size() > 8 && sameFieldName(name.substr(0, 8), "Content-");
 }
 
 using Bytes = std::array<bool, 256>;
@@ -27,7 +22,6 @@ constexpr Bytes bytesOf(std::string_view text) {
 constexpr Bytes kTokenBytes =
     bytesOf("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
             "!#$%&'*+-.^_`|~");
-constexpr Bytes kLineBreaks = bytesOf({"\r\n\0", 3});
 
 bool isOneOf(const Bytes& bytes, char c) {
   return bytes[static_cast<unsigned char>(c)];
@@ -40,77 +34,90 @@ bool isToken(std::string_view text) {
 }
 
 bool breaksTheLine(std::string_view text) {
-  return std::any_of(text.begin(), text.end(), [](char c) { return isOneOf(kLineBreaks, c); });
+  return text.find_first_of({"\r\n\0", 3}) != std::string_view::npos;
+}
+
+// The field's name up to what must not be in it.
+std::string shown(std::string_view name) {
+  const auto isShown = [](char c) { return c > ' ' && c < '\x7f'; };
+  return {name.begin(), std::find_if_not(name.begin(), name.end(), isShown)};
+}
+
+// All fields in one go, which is fast: each line must end where it should and nowhere before.
+bool fieldsAreSound(const HeaderFields& fields) {
+  const std::string_view lines = fields.lines();
+  const auto ends = static_cast<std::size_t>(std::count(lines.begin(), lines.end(), '\0'));
+  bool sound = ends == fields.size() && lines.find('\r') == std::string_view::npos &&
+               lines.find('\n') == std::string_view::npos;
+  for (std::size_t i = 0; i < fields.size(); ++i)
+    sound = sound && isToken(fields[i].name);
+  return sound;
+}
+
+// Whether libcurl might ask the server for its consent before it sends the body.
+bool mayExpect(const HttpRequest& request) {
+  constexpr std::size_t kSmallestExpecting = std::size_t{1} << 20;
+  return request.body != nullptr && request.body->size() >= kSmallestExpecting;
 }
 
 } // namespace
 
 Text headProblem(const HttpRequest& request) {
   if (!isToken(request.method)) return "The HTTP method holds a character that it must not hold";
-  for (const auto& [name, value] : request.headerFields) {
-    if (!isToken(name)) {
-      return "A header field's name is empty or holds a character that it must not hold: " +
-             std::string(name.begin(), std::find_if_not(name.begin(), name.end(), [](char c) {
-                           return c > ' ' && c < '\x7f';
-                         }));
-    }
-    if (breaksTheLine(value)) {
-      return "The header field \"" + name + "\" holds a line break or a zero byte";
-    }
+  const HeaderFields& fields = request.headerFields;
+  if (fieldsAreSound(fields)) return std::nullopt;
+  std::size_t i = 0;
+  while (isToken(fields[i].name) && !breaksTheLine(fields[i].value))
+    ++i;
+  if (isToken(fields[i].name)) {
+    return "The header field \"" + shown(fields[i].name) + "\" holds a line break or a zero byte";
   }
-  return std::nullopt;
+  return "A header field's name is empty or holds a character that it must not hold: " +
+         shown(fields[i].name);
 }
 
 void HeaderList::assign(const HttpRequest& request, const Hop& hop) {
-  lines_.clear();
-  starts_.clear();
+  nodes_.clear();
+  ownLines_.clear();
+  size_ = 0;
   bool hasAccept = false;
   bool hasContentType = false;
   bool hasExpect = false;
-  if (hop.withOwnFields) {
-    for (const auto& [name, value] : request.headerFields) {
-      // libcurl sends the body's true size, whatever the caller counted, and sends it once.
-      if (sameName(name, "Content-Length")) continue;
-      if (!hop.withContent && describesContent(name)) continue;
-      add(name, value);
-      hasAccept = hasAccept || sameName(name, "Accept");
-      hasContentType = hasContentType || sameName(name, "Content-Type");
-      hasExpect = hasExpect || sameName(name, "Expect");
-    }
+  for (std::size_t i = 0; hop.withOwnFields && i < request.headerFields.size(); ++i) {
+    const HeaderFields::Field field = request.headerFields[i];
+    // libcurl sends the body's true size, whatever the caller counted, and sends it once.
+    if (sameFieldName(field.name, "Content-Length")) continue;
+    if (!hop.withContent && describesContent(field.name)) continue;
+    add(field);
+    hasAccept = hasAccept || sameFieldName(field.name, "Accept");
+    hasContentType = hasContentType || sameFieldName(field.name, "Content-Type");
+    hasExpect = hasExpect || sameFieldName(field.name, "Expect");
   }
-  if (!hasAccept) suppress("Accept");
-  if (!hasContentType) suppress("Content-Type");
-  if (!hasExpect) suppress("Expect");
+  // A name with nothing behind the colon keeps libcurl from adding a field of its own.
+  if (!hasAccept) addLine("Accept:");
+  if (!hasContentType) addLine("Content-Type:");
+  if (!hasExpect && mayExpect(request)) addLine("Expect:");
   link();
 }
 
-void HeaderList::add(std::string_view name, std::string_view value) {
-  starts_.push_back(lines_.size());
-  lines_ += name;
-  // "Name:" with nothing but blanks behind it would keep the field from being sent; libcurl's form
-  // for an empty field is "Name;".
-  if (value.find_first_not_of(" \t\v\f") == std::string_view::npos) {
-    lines_ += ';';
-  } else {
-    lines_ += ": ";
-    lines_ += value;
+void HeaderList::add(const HeaderFields::Field& field) {
+  if (field.value.find_first_not_of(" \t\v\f") != std::string_view::npos) {
+    return addLine(field.line);
   }
-  lines_ += '\0';
+  // libcurl's form for a field without a value.
+  ownLines_.push_back(std::string(field.name) + ';');
+  addLine(ownLines_.back());
 }
 
-void HeaderList::suppress(std::string_view name) {
-  starts_.push_back(lines_.size());
-  lines_ += name;
-  lines_ += ':';
-  lines_ += '\0';
+void HeaderList::addLine(std::string_view line) {
+  size_ += line.size();
+  // libcurl only reads it.
+  nodes_.push_back({.data = const_cast<char*>(line.data()), .next = nullptr});
 }
 
 void HeaderList::link() {
-  nodes_.resize(starts_.size());
-  for (std::size_t i = 0; i < nodes_.size(); ++i) {
-    nodes_[i] = {.data = lines_.data() + starts_[i],
-                 .next = i + 1 < nodes_.size() ? &nodes_[i + 1] : nullptr};
-  }
+  for (std::size_t i = 1; i < nodes_.size(); ++i)
+    nodes_[i - 1].next = &nodes_[i];
 }
 
 } // namespace quarnet::platform
