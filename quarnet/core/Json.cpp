@@ -12,6 +12,7 @@ namespace {
 
 constexpr int kMaxDepth = 500;
 constexpr std::size_t kMaxSize = std::size_t{1} << 20;
+constexpr std::size_t kShortSize = std::size_t{4} << 10;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 std::string decimalText(double number) {
@@ -57,12 +58,10 @@ struct JsonReader {
     for (auto field : object) {
       std::string_view name;
       ondemand::value value;
-      Json member;
       if (field.unescaped_key().get(name) != simdjson::SUCCESS) return false;
-      std::string ownName(name);
+      Json& member = out.members_.emplace_back(name, Json()).second;
       if (field.value().get(value) != simdjson::SUCCESS) return false;
       if (!read(value, member, depth)) return false;
-      out.members_.emplace_back(std::move(ownName), std::move(member));
     }
     return true;
   }
@@ -71,9 +70,8 @@ struct JsonReader {
     out.kind_ = Json::Kind::array;
     for (auto element : array) {
       ondemand::value value;
-      Json item;
+      Json& item = out.members_.emplace_back().second;
       if (element.get(value) != simdjson::SUCCESS || !read(value, item, depth)) return false;
-      out.members_.emplace_back(std::string(), std::move(item));
     }
     return true;
   }
@@ -146,7 +144,10 @@ std::optional<Json> Json::parse(std::string_view bytes) {
   if (bytes.size() > kMaxSize) return std::nullopt;
   if (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
   const simdjson::padded_string padded(bytes);
-  ondemand::parser parser;
+  // Making a parser's buffers costs more than reading a short document; a long one's are not kept.
+  thread_local ondemand::parser kept;
+  ondemand::parser own;
+  ondemand::parser& parser = bytes.size() <= kShortSize ? kept : own;
   ondemand::document document;
   ondemand::object object;
   if (parser.iterate(padded).get(document) != simdjson::SUCCESS) return std::nullopt;
