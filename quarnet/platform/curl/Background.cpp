@@ -51,7 +51,7 @@ void Background::endAll() {
   for (const auto& entry : ending) {
     const std::shared_ptr<Background> background = entry.lock();
     // The threads of a process that forked are not in its child.
-    if (background == nullptr || background->process_ != getpid()) continue;
+    if (background == nullptr || background->forks_ != forkCount()) continue;
     background->loop_.stop("The process is ending");
     background->workers_.finish(kPatienceAtExit);
   }

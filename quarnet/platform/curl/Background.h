@@ -1,10 +1,10 @@
 #pragma once
 
 #include "quarnet/platform/curl/EventLoop.h"
+#include "quarnet/platform/curl/ForkCount.h"
 #include "quarnet/platform/glib/WorkerPool.h"
 
 #include <memory>
-#include <unistd.h>
 
 namespace quarnet::platform {
 
@@ -26,7 +26,7 @@ private:
   Background(TrustStore& trust, std::size_t maximumBodySize);
   static void endAll();
 
-  const pid_t process_ = getpid();
+  const unsigned forks_ = forkCount();
   WorkerPool workers_;
   EventLoop loop_;
 };

@@ -1,5 +1,7 @@
 #include "quarnet/platform/curl/Connections.h"
 
+#include <algorithm>
+#include <iterator>
 #include <openssl/ssl.h>
 #include <utility>
 
@@ -17,26 +19,41 @@ void initialiseLibraries() {
   static_cast<void>(done);
 }
 
+/// "https://host:port" of an address, as it is written there.
+std::string_view originIn(std::string_view url) {
+  const std::size_t authority = url.find("//");
+  const std::size_t start = authority == std::string_view::npos ? 0 : authority + 2;
+  return url.substr(0, url.find_first_of("/?#", start));
+}
+
 } // namespace
 
 Connections::Connections(const CurlHttpClientOptions& options)
     : maximumBodySize_(options.maximumBodySize), trust_((initialiseLibraries(), options.caFile)) {}
 
-std::unique_ptr<Transfer> Connections::take() {
+std::unique_ptr<BlockingTransfer> Connections::take(std::string_view url) {
+  const std::string_view origin = originIn(url);
   {
     const std::lock_guard lock(mutex_);
-    if (!idle_.empty()) {
-      auto transfer = std::move(idle_.back());
-      idle_.pop_back();
-      return transfer;
+    const auto known = std::find_if(idle_.rbegin(), idle_.rend(), [&](const auto& transfer) {
+      return transfer->origin == origin;
+    });
+    if (known != idle_.rend()) {
+      auto taken = std::move(*known);
+      idle_.erase(std::next(known).base());
+      return taken;
     }
   }
-  return std::make_unique<Transfer>(trust_, maximumBodySize_, Transfer::Kind::single);
+  auto made = std::make_unique<BlockingTransfer>(trust_, maximumBodySize_);
+  made->origin = origin;
+  return made;
 }
 
-void Connections::giveBack(std::unique_ptr<Transfer> transfer) {
+void Connections::giveBack(std::unique_ptr<BlockingTransfer> transfer) {
   const std::lock_guard lock(mutex_);
-  if (idle_.size() < kMaximumIdleHandles) idle_.push_back(std::move(transfer));
+  idle_.push_back(std::move(transfer));
+  // The one that has been idle for longest makes room.
+  if (idle_.size() > kMaximumIdleHandles) idle_.erase(idle_.begin());
 }
 
 Background& Connections::background() {

@@ -2,13 +2,27 @@
 
 #include "quarnet/platform/curl/Background.h"
 #include "quarnet/platform/curl/CurlHttpClient.h"
+#include "quarnet/platform/curl/Performer.h"
 #include "quarnet/platform/curl/Transfer.h"
 
 #include <memory>
 #include <mutex>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace quarnet::platform {
+
+/// A handle for one synchronous send after the other, with the connections that it keeps open.
+struct BlockingTransfer {
+  BlockingTransfer(TrustStore& trust, std::size_t maximumBodySize)
+      : transfer(trust, maximumBodySize, Transfer::Kind::single) {}
+
+  Performer performer;
+  Transfer transfer;
+  /// The scheme and the authority of the last address.
+  std::string origin;
+};
 
 /// All that a client has open: handles that wait for the next synchronous send with their
 /// connections kept alive, and the threads of the asynchronous ones. Of one process; safe from any
@@ -17,23 +31,24 @@ class Connections {
 public:
   explicit Connections(const CurlHttpClientOptions& options);
 
-  /// A handle for one synchronous send, the one used last if there is one. Throws std::bad_alloc.
-  std::unique_ptr<Transfer> take();
-  void giveBack(std::unique_ptr<Transfer> transfer);
+  /// A handle for one synchronous send to `url`: the last one that was there, whose connection is
+  /// still open, or a new one. Throws std::bad_alloc.
+  std::unique_ptr<BlockingTransfer> take(std::string_view url);
+  void giveBack(std::unique_ptr<BlockingTransfer> transfer);
 
   /// The client's threads, made with the first call. Throws std::system_error or std::bad_alloc.
   Background& background();
 
   /// Whether this is another process than the one that made the connections: a child that inherited
   /// them must neither use nor close them, since its parent does.
-  bool inherited() const { return process_ != getpid(); }
+  bool inherited() const { return forks_ != forkCount(); }
 
 private:
   const std::size_t maximumBodySize_;
-  const pid_t process_ = getpid();
+  const unsigned forks_ = forkCount();
   TrustStore trust_;
   std::mutex mutex_;
-  std::vector<std::unique_ptr<Transfer>> idle_;
+  std::vector<std::unique_ptr<BlockingTransfer>> idle_;
   std::shared_ptr<Background> background_;
 };
 

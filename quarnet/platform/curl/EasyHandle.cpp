@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <climits>
 #include <new>
+#include <strings.h>
+#include <utility>
 
 namespace quarnet::platform {
 namespace {
@@ -19,10 +21,23 @@ constexpr std::size_t kSmallBody = 64 * 1024;
 constexpr long kUploadBuffer = 64L * 1024;
 constexpr long kLargeUploadBuffer = 2L * 1024 * 1024;
 
+// "/path?query"; empty without a query.
+std::string pathWithQuery(CURLU* address) {
+  char* path = nullptr;
+  char* query = nullptr;
+  curl_url_get(address, CURLUPART_PATH, &path, 0);
+  curl_url_get(address, CURLUPART_QUERY, &query, 0);
+  const std::unique_ptr<char, decltype(&curl_free)> ownPath(path, curl_free);
+  const std::unique_ptr<char, decltype(&curl_free)> ownQuery(query, curl_free);
+  if (path == nullptr || query == nullptr) return {};
+  return std::string(path).append("?").append(query);
+}
+
 } // namespace
 
-EasyHandle::EasyHandle(TrustStore& trust) : easy_(curl_easy_init(), curl_easy_cleanup) {
-  if (!easy_) throw std::bad_alloc();
+EasyHandle::EasyHandle(TrustStore& trust)
+    : easy_(curl_easy_init(), curl_easy_cleanup), address_(curl_url(), curl_url_cleanup) {
+  if (!easy_ || !address_) throw std::bad_alloc();
   CURL* easy = get();
   curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_.data());
   curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
@@ -50,14 +65,38 @@ Text EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
   // libcurl takes 0 for "no limit".
   const long limit = std::clamp<long>(timeout.count(), 1, INT_MAX);
   setMethod(hop, body);
-  curl_easy_setopt(get(), CURLOPT_URL, hop.url.c_str());
+  setAddress(hop.url);
   curl_easy_setopt(get(), CURLOPT_HTTPHEADER, headers_.get());
-  curl_easy_setopt(get(), CURLOPT_TIMEOUT_MS, limit);
-  curl_easy_setopt(get(), CURLOPT_HTTP_VERSION,
-                   long{mayUseHttp2 && !isLarge ? CURL_HTTP_VERSION_2TLS : CURL_HTTP_VERSION_1_1});
-  curl_easy_setopt(get(), CURLOPT_UPLOAD_BUFFERSIZE,
-                   headSize > kSmallHead ? kLargeUploadBuffer : kUploadBuffer);
+  setRare(CURLOPT_TIMEOUT_MS, limit, rare_.timeout);
+  setRare(CURLOPT_HTTP_VERSION,
+          mayUseHttp2 && !isLarge ? CURL_HTTP_VERSION_2TLS : CURL_HTTP_VERSION_1_1,
+          rare_.httpVersion);
+  setRare(CURLOPT_UPLOAD_BUFFERSIZE, headSize > kSmallHead ? kLargeUploadBuffer : kUploadBuffer,
+          rare_.uploadBuffer);
   return std::nullopt;
+}
+
+void EasyHandle::setRare(CURLoption option, long value, long& last) {
+  if (std::exchange(last, value) != value) curl_easy_setopt(get(), option, value);
+}
+
+// Handed over in parts: an address in one piece would be taken apart, put together again and its
+// query copied, the last two by libcurl's printf, at some sixty instructions a character.
+void EasyHandle::setAddress(const std::string& url) {
+  if (url == url_) return;
+  url_.clear();
+  const bool isParsed = curl_url_set(address_.get(), CURLUPART_URL, url.c_str(), 0) == CURLUE_OK;
+  // What cannot be parsed is left to libcurl to refuse in its own words. Over http there may be a
+  // proxy, which wants the whole address.
+  const bool isEncrypted = strncasecmp(url.c_str(), "https:", 6) == 0;
+  const std::string target = isParsed && isEncrypted ? pathWithQuery(address_.get()) : "";
+  const bool isSet =
+      curl_easy_setopt(get(), CURLOPT_URL, url.c_str()) == CURLE_OK &&
+      curl_easy_setopt(get(), CURLOPT_CURLU, isParsed ? address_.get() : nullptr) == CURLE_OK &&
+      curl_easy_setopt(get(), CURLOPT_REQUEST_TARGET, target.empty() ? nullptr : target.c_str()) ==
+          CURLE_OK;
+  if (!isSet) throw std::bad_alloc();
+  url_ = url;
 }
 
 void EasyHandle::setMethod(const Hop& hop, const Data* body) {
@@ -77,7 +116,10 @@ void EasyHandle::setMethod(const Hop& hop, const Data* body) {
     curl_easy_setopt(get(), CURLOPT_HTTPGET, 1L);
     customMethod = hop.method.c_str();
   }
-  curl_easy_setopt(get(), CURLOPT_CUSTOMREQUEST, customMethod);
+  const bool wasCustom = std::exchange(rare_.customMethod, customMethod != nullptr);
+  if (wasCustom || rare_.customMethod) {
+    curl_easy_setopt(get(), CURLOPT_CUSTOMREQUEST, customMethod);
+  }
 }
 
 } // namespace quarnet::platform

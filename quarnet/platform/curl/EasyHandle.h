@@ -31,9 +31,23 @@ public:
   const char* errorText() const { return errorText_.data(); }
 
 private:
+  /// What changes seldom, as libcurl has it.
+  struct Rare {
+    long timeout = 0;
+    long httpVersion = CURL_HTTP_VERSION_NONE;
+    long uploadBuffer = 0;
+    bool customMethod = false;
+  };
+
+  void setAddress(const std::string& url);
   void setMethod(const Hop& hop, const Data* body);
+  void setRare(CURLoption option, long value, long& last);
 
   std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_;
+  std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> address_;
+  /// The address in force, as text.
+  std::string url_;
+  Rare rare_;
   HeaderList headers_;
   std::array<char, CURL_ERROR_SIZE> errorText_{};
 };

@@ -64,6 +64,25 @@ TEST(SendTest, WhatIsSentIsWhatWasAskedForAndNothingElse) {
   EXPECT_EQ(server.connections(), 1U);
 }
 
+TEST(SendTest, AProxyIsAskedForTheWholeAddress) {
+  WireServer proxy([](const std::string&) { return answer("through"); });
+  setenv("http_proxy", proxy.url().c_str(), 1);
+  CurlHttpClient client;
+  EXPECT_EQ(client.sendSynchronously(get("http://elsewhere.invalid/a?b=c")).body, "through");
+  unsetenv("http_proxy");
+  EXPECT_THAT(proxy.requests().at(0),
+              testing::StartsWith("GET http://elsewhere.invalid/a?b=c HTTP"));
+}
+
+TEST(SendTest, AFieldIsSetOnceAndRemovedWhole) {
+  platform::HeaderFields fields = {{"A", "1"}, {"Bb", "2"}, {"C", "3"}};
+  fields.set("bB", "two");
+  fields.set("a", std::nullopt);
+  EXPECT_EQ(fields.lines(), std::string("C: 3\0bB: two\0", 13));
+  EXPECT_EQ(fields.get("BB"), "two");
+  EXPECT_EQ(fields.get("A"), std::nullopt);
+}
+
 TEST(SendTest, WhatCannotBeSentFailsWithAReasonAndStaysOffTheWire) {
   WireServer server([](const std::string&) { return answer("fine"); });
   CurlHttpClient client;
