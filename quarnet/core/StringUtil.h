@@ -21,7 +21,10 @@ public:
 
   /// "key=value" pairs joined by "&", both sides escaped; a key without a value stands alone.
   /// Absent, not empty, when there are no parameters.
-  static Text getQueryStringFromDictionary(const std::optional<Parameters>& parameters);
+  static Text getQueryStringFromDictionary(const Parameters& parameters);
+  static Text getQueryStringFromDictionary(const std::optional<Parameters>& parameters) {
+    return parameters ? getQueryStringFromDictionary(*parameters) : Text();
+  }
 
   /// What stands between the first "KEY=" anywhere in `query` and the next "&" or the end, escapes
   /// untouched; absent when "KEY=" does not occur. The search is not anchored at a pair: the key

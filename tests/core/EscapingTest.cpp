@@ -76,9 +76,23 @@ TEST(QueryString, IsReadByTheFirstOccurrenceOfTheKey) {
       {"a=x%20y", "a", "x%20y"},
       {"barcode=1&code=2", "code", "1"}, // not anchored at a pair
       {"https://h/p?code=abc", "code", "abc"},
+      {"a=1&b", "", "1"},
+      {"=", "key", std::nullopt},
   };
   for (const auto& [query, key, value] : cases) {
     EXPECT_EQ(StringUtil::getValueFromQueryStringKey(query, key), value) << query << " " << key;
+  }
+}
+
+// Long texts are worked through in blocks; a block's end must not show.
+TEST(QueryString, IsReadAndWrittenAtEverySize) {
+  for (std::size_t size = 0; size < 300; ++size) {
+    const std::string plain(size, 'y');
+    const std::string before = plain + "&ey=1&kkey2=";
+    EXPECT_EQ(StringUtil::getValueFromQueryStringKey(before + "&key=v&z", "key"), "v") << size;
+    EXPECT_EQ(StringUtil::getValueFromQueryStringKey(before + "key", "key"), std::nullopt) << size;
+    EXPECT_EQ(StringUtil::getQueryStringFromDictionary(Parameters{{"k", plain + "/" + plain}}),
+              "k=" + plain + "%2F" + plain);
   }
 }
 

@@ -1,0 +1,140 @@
+#include "quarnet/core/TextScan.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#ifdef __x86_64__
+#include <sys/platform/x86.h>
+#endif
+
+namespace quarnet {
+namespace {
+
+// Bytes that are worked on at once; a comparison gives -1 in each place where it holds. Every
+// processor that the library is built for takes a narrow one in one step, newer ones a wide one.
+using Narrow = unsigned char __attribute__((vector_size(16)));
+using Wide = unsigned char __attribute__((vector_size(32)));
+
+// By reference, since such a value is handed over differently from processor to processor.
+template <class Block>
+[[gnu::always_inline]] inline void load(Block& block, const char* text) {
+  std::memcpy(&block, text, sizeof(block));
+}
+
+/// The first place that is not 0; the block's size when all are.
+template <class Block>
+[[gnu::always_inline]] inline std::size_t firstSet(const Block& block) {
+  static_assert(std::endian::native == std::endian::little);
+  std::array<std::uint64_t, sizeof(Block) / sizeof(std::uint64_t)> words;
+  std::memcpy(words.data(), &block, sizeof(block));
+  std::uint64_t any = 0;
+  for (const std::uint64_t word : words)
+    any |= word;
+  if (any == 0) return sizeof(Block);
+  std::size_t i = 0;
+  while (words[i] == 0)
+    ++i;
+  return i * sizeof(std::uint64_t) + static_cast<std::size_t>(std::countr_zero(words[i])) / 8;
+}
+
+template <class Block>
+[[gnu::always_inline]] inline std::size_t countReservedIn(const char* text, std::size_t size) {
+  std::size_t unreserved = 0;
+  std::size_t done = 0;
+  while (done + sizeof(Block) <= size) {
+    // Each place of the sum counts up to 255 blocks.
+    const std::size_t end = std::min(size, done + 255 * sizeof(Block));
+    Block sum{};
+    for (; done + sizeof(Block) <= end; done += sizeof(Block)) {
+      Block bytes;
+      load(bytes, text + done);
+      const Block letter = (bytes | 0x20) - 'a';
+      const Block digit = bytes - '0';
+      sum -= Block((letter < 26) | (digit < 10) | (bytes == '-') | (bytes == '.') | (bytes == '_') |
+                   (bytes == '~'));
+    }
+    for (std::size_t place = 0; place < sizeof(Block); ++place)
+      unreserved += sum[place];
+  }
+  for (; done < size; ++done)
+    unreserved += isUnreserved(static_cast<unsigned char>(text[done]));
+  return size - unreserved;
+}
+
+/// Adds the places among the block's where a pair begins.
+template <class Block>
+[[gnu::always_inline]] inline void markPairs(Block& pairs, const char* text, unsigned char first,
+                                             unsigned char second) {
+  Block here;
+  Block next;
+  load(here, text);
+  load(next, text + 1);
+  pairs |= Block((here == first) & (next == second));
+}
+
+/// The first place of the pair, or `size`.
+template <class Block>
+[[gnu::always_inline]] inline std::size_t findPairIn(const char* text, std::size_t size,
+                                                     unsigned char first, unsigned char second) {
+  constexpr std::size_t kRun = 4 * sizeof(Block);
+  std::size_t place = 0;
+  // Several blocks at once, since asking for the result takes longer than a block's comparison.
+  for (; place + kRun < size; place += kRun) {
+    Block pairs{};
+    for (std::size_t i = 0; i < kRun; i += sizeof(Block))
+      markPairs(pairs, text + place + i, first, second);
+    if (firstSet(pairs) < sizeof(Block)) break;
+  }
+  for (; place + sizeof(Block) < size; place += sizeof(Block)) {
+    Block pairs{};
+    markPairs(pairs, text + place, first, second);
+    const std::size_t found = firstSet(pairs);
+    if (found < sizeof(Block)) return place + found;
+  }
+  const char pair[] = {static_cast<char>(first), static_cast<char>(second)};
+  while (place + 1 < size && std::memcmp(text + place, pair, sizeof(pair)) != 0)
+    ++place;
+  return place + 1 < size ? place : size;
+}
+
+#ifdef __x86_64__
+bool takesWide() {
+  return CPU_FEATURE_ACTIVE(AVX2);
+}
+
+[[gnu::target("avx2")]] std::size_t countReservedWide(const char* text, std::size_t size) {
+  return countReservedIn<Wide>(text, size);
+}
+[[gnu::target("avx2")]] std::size_t findPairWide(const char* text, std::size_t size,
+                                                 unsigned char first, unsigned char second) {
+  return findPairIn<Wide>(text, size, first, second);
+}
+#endif
+
+} // namespace
+
+std::size_t countReserved(std::string_view text) {
+#ifdef __x86_64__
+  if (takesWide()) return countReservedWide(text.data(), text.size());
+#endif
+  return countReservedIn<Narrow>(text.data(), text.size());
+}
+
+std::size_t findPair(std::string_view text, char first, char second, std::size_t start) {
+  if (start >= text.size()) return std::string_view::npos;
+  const char* from = text.data() + start;
+  const std::size_t size = text.size() - start;
+  const auto a = static_cast<unsigned char>(first);
+  const auto b = static_cast<unsigned char>(second);
+#ifdef __x86_64__
+  const std::size_t place =
+      takesWide() ? findPairWide(from, size, a, b) : findPairIn<Narrow>(from, size, a, b);
+#else
+  const std::size_t place = findPairIn<Narrow>(from, size, a, b);
+#endif
+  return place < size ? start + place : std::string_view::npos;
+}
+
+} // namespace quarnet
