@@ -4,9 +4,12 @@
 
 namespace quarnet {
 
-OAuthInfo& OAuthInfo::sharedInstance() {
-  static OAuthInfo* const instance = new OAuthInfo;
-  return *instance;
+constinit std::atomic<OAuthInfo*> OAuthInfo::shared_ = nullptr;
+
+OAuthInfo& OAuthInfo::makeShared() {
+  static OAuthInfo* const made = new OAuthInfo;
+  shared_.store(made, std::memory_order_release);
+  return *made;
 }
 
 Text OAuthInfo::clientId() const {

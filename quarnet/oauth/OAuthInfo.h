@@ -3,18 +3,22 @@
 #include "quarnet/core/Data.h"
 #include "quarnet/core/Export.h"
 
+#include <atomic>
 #include <mutex>
 
 namespace quarnet {
 
 /// The stored tokens of the signed-in user: one record per process.
 ///
-/// Reached through sharedInstance(), made on first use and never destroyed. Reading and writing a
-/// field is safe from any thread; a read never sees half of a write. A field that was filled from a
-/// token answer without that member holds the text "(null)", not an absent value.
+/// Reached through sharedInstance(), made on first use and never destroyed. Reading and writing
+/// a field is safe from any thread; a read never sees half of a write. A field that was filled from
+/// a token answer without that member holds the text "(null)", not an absent value.
 class QUARNET_EXPORT OAuthInfo {
 public:
-  static OAuthInfo& sharedInstance();
+  static OAuthInfo& sharedInstance() {
+    OAuthInfo* const made = shared_.load(std::memory_order_acquire);
+    return made != nullptr ? *made : makeShared();
+  }
 
   // The ordinary ways to make, copy and hold a record all give the one record; it is never
   // released.
@@ -73,6 +77,7 @@ private:
   };
 
   OAuthInfo() = default;
+  static OAuthInfo& makeShared();
 
   /// All fields as they stand at one moment.
   Fields fields() const;
@@ -80,6 +85,8 @@ private:
   void clearTokens();
   Text read(Text Fields::*field) const;
   void write(Text Fields::*field, Text value);
+
+  static std::atomic<OAuthInfo*> shared_;
 
   mutable std::mutex mutex_;
   Fields fields_;
