@@ -9,7 +9,7 @@
 namespace quarnet::bench {
 namespace {
 
-constexpr int kRepetitions = 11;
+constexpr int kRepetitions = 33;
 
 std::vector<Pair>& pairs() {
   static auto* const all = new std::vector<Pair>;
@@ -38,7 +38,7 @@ public:
 void registerSide(const std::string& name, const Pair& pair,
                   const std::function<void(benchmark::State&)>& side) {
   auto* registered = benchmark::RegisterBenchmark(name.c_str(), side);
-  registered->Repetitions(kRepetitions)->MinTime(0.03);
+  registered->Repetitions(kRepetitions)->MinTime(0.01);
   if (pair.byTheClock) registered->UseRealTime();
 }
 
