@@ -43,9 +43,20 @@ int main(int argc, char** argv) {
       {"large-answer-raw", largeAnswerRaw},
       {"in-flight", [number] { holdInFlight(number); }},
       {"in-flight-raw", [number] { holdInFlightRaw(number); }},
-      {"get", [] { setUpLibrary(); measureSynchronousGet(); }},
-      {"post", [] { setUpLibrary(); measureSynchronousPost(); }},
-      {"async", [] { setUpLibrary(); measureAsynchronousPost(); }}};
+      {"get",
+       [] {
+         setUpLibrary();
+         measureSynchronousGet();
+       }},
+      {"post",
+       [] {
+         setUpLibrary();
+         measureSynchronousPost();
+       }},
+      {"async", [] {
+         setUpLibrary();
+         measureAsynchronousPost();
+       }}};
   if (const auto known = roles.find(role); known != roles.end()) {
     known->second();
   } else {

@@ -2,6 +2,7 @@
 
 #include "bench/calls/Calls.h"
 #include "bench/support/Failure.h"
+#include "bench/support/Processor.h"
 #include "bench/support/RawCurl.h"
 #include "bench/support/Report.h"
 #include "bench/support/Rounds.h"
@@ -107,6 +108,7 @@ void callOurs(APIRequest& request, const std::string& url) {
 } // namespace
 
 void measureSynchronousGet() {
+  const OnFirstProcessor pinned;
   const std::string url = "https://" + Setting::current().sandbox + "/v1/places";
   APIRequest request;
   RawGet raw;

@@ -2,6 +2,7 @@
 
 #include "bench/calls/Calls.h"
 #include "bench/support/Failure.h"
+#include "bench/support/Processor.h"
 #include "bench/support/RawCurl.h"
 #include "bench/support/Report.h"
 #include "bench/support/Rounds.h"
@@ -18,6 +19,7 @@ constexpr int kRounds = 151;
 } // namespace
 
 void measureSynchronousPost() {
+  const OnFirstProcessor pinned;
   const std::string url = "https://" + Setting::current().sandbox + "/v1/people";
   const std::string payload = R"({"name":"김하늘","place":"연희동","floor":3,"seats":[1,2,3]})";
   APIRequest request;

@@ -31,27 +31,25 @@ std::string_view originIn(std::string_view url) {
 Connections::Connections(const CurlHttpClientOptions& options)
     : maximumBodySize_(options.maximumBodySize), trust_((initialiseLibraries(), options.caFile)) {}
 
-std::unique_ptr<BlockingTransfer> Connections::take(std::string_view url) {
+std::unique_ptr<Transfer> Connections::take(std::string_view url) {
   const std::string_view origin = originIn(url);
   {
     const std::lock_guard lock(mutex_);
-    const auto known = std::find_if(idle_.rbegin(), idle_.rend(), [&](const auto& transfer) {
-      return transfer->origin == origin;
-    });
-    if (known != idle_.rend()) {
-      auto taken = std::move(*known);
-      idle_.erase(std::next(known).base());
-      return taken;
+    const auto last = std::find_if(idle_.rbegin(), idle_.rend(),
+                                   [origin](const Idle& idle) { return idle.origin == origin; });
+    if (last != idle_.rend()) {
+      auto transfer = std::move(last->transfer);
+      idle_.erase(std::next(last).base());
+      return transfer;
     }
   }
-  auto made = std::make_unique<BlockingTransfer>(trust_, maximumBodySize_);
-  made->origin = origin;
-  return made;
+  return std::make_unique<Transfer>(trust_, maximumBodySize_, Transfer::Kind::single);
 }
 
-void Connections::giveBack(std::unique_ptr<BlockingTransfer> transfer) {
+void Connections::giveBack(std::unique_ptr<Transfer> transfer, std::string_view url) {
+  Idle idle{std::string(originIn(url)), std::move(transfer)};
   const std::lock_guard lock(mutex_);
-  idle_.push_back(std::move(transfer));
+  idle_.push_back(std::move(idle));
   // The one that has been idle for longest makes room.
   if (idle_.size() > kMaximumIdleHandles) idle_.erase(idle_.begin());
 }

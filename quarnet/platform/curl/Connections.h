@@ -2,7 +2,6 @@
 
 #include "quarnet/platform/curl/Background.h"
 #include "quarnet/platform/curl/CurlHttpClient.h"
-#include "quarnet/platform/curl/Performer.h"
 #include "quarnet/platform/curl/Transfer.h"
 
 #include <memory>
@@ -13,17 +12,6 @@
 
 namespace quarnet::platform {
 
-/// A handle for one synchronous send after the other, with the connections that it keeps open.
-struct BlockingTransfer {
-  BlockingTransfer(TrustStore& trust, std::size_t maximumBodySize)
-      : transfer(trust, maximumBodySize, Transfer::Kind::single) {}
-
-  Performer performer;
-  Transfer transfer;
-  /// The scheme and the authority of the last address.
-  std::string origin;
-};
-
 /// All that a client has open: handles that wait for the next synchronous send with their
 /// connections kept alive, and the threads of the asynchronous ones. Of one process; safe from any
 /// thread of it.
@@ -33,8 +21,9 @@ public:
 
   /// A handle for one synchronous send to `url`: the last one that was there, whose connection is
   /// still open, or a new one. Throws std::bad_alloc.
-  std::unique_ptr<BlockingTransfer> take(std::string_view url);
-  void giveBack(std::unique_ptr<BlockingTransfer> transfer);
+  std::unique_ptr<Transfer> take(std::string_view url);
+  /// Keeps the handle for the next send to where `url` lies.
+  void giveBack(std::unique_ptr<Transfer> transfer, std::string_view url);
 
   /// The client's threads, made with the first call. Throws std::system_error or std::bad_alloc.
   Background& background();
@@ -44,11 +33,16 @@ public:
   bool inherited() const { return forks_ != forkCount(); }
 
 private:
+  struct Idle {
+    std::string origin;
+    std::unique_ptr<Transfer> transfer;
+  };
+
   const std::size_t maximumBodySize_;
   const unsigned forks_ = forkCount();
   TrustStore trust_;
   std::mutex mutex_;
-  std::vector<std::unique_ptr<BlockingTransfer>> idle_;
+  std::vector<Idle> idle_;
   std::shared_ptr<Background> background_;
 };
 

@@ -47,13 +47,12 @@ CurlHttpClient::~CurlHttpClient() = default;
 HttpResult CurlHttpClient::sendSynchronously(const HttpRequest& request) {
   try {
     Connections& connections = implementation_->connections();
-    std::unique_ptr<BlockingTransfer> taken = connections.take(request.url);
-    Transfer& transfer = taken->transfer;
-    bool goesOn = transfer.begin(request);
+    std::unique_ptr<Transfer> transfer = connections.take(request.url);
+    bool goesOn = transfer->begin(request);
     while (goesOn)
-      goesOn = transfer.advance(taken->performer.perform(transfer.easy()));
-    HttpResult result = transfer.takeResult();
-    connections.giveBack(std::move(taken));
+      goesOn = transfer->advance(curl_easy_perform(transfer->easy()));
+    HttpResult result = transfer->takeResult();
+    connections.giveBack(std::move(transfer), request.url);
     return result;
   } catch (const std::exception& exception) {
     return failed(exception);

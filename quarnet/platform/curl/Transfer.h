@@ -9,7 +9,7 @@ namespace quarnet::platform {
 /// the other.
 ///
 ///     bool goesOn = transfer.begin(request);
-///     while (goesOn) goesOn = transfer.advance(performer.perform(transfer.easy()));
+///     while (goesOn) goesOn = transfer.advance(curl_easy_perform(transfer.easy()));
 ///     return transfer.takeResult();
 class Transfer {
 public:
