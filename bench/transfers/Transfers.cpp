@@ -9,7 +9,7 @@
 namespace quarnet::bench {
 namespace {
 
-constexpr int kRounds = 5;
+constexpr int kRounds = 11;
 
 } // namespace
 

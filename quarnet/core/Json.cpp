@@ -1,5 +1,7 @@
 #include "quarnet/core/Json.h"
 
+#include "quarnet/core/OfThread.h"
+
 #include <charconv>
 #include <cmath>
 #include <simdjson.h>
@@ -145,9 +147,9 @@ std::optional<Json> Json::parse(std::string_view bytes) {
   if (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
   const simdjson::padded_string padded(bytes);
   // Making a parser's buffers costs more than reading a short document; a long one's are not kept.
-  thread_local ondemand::parser kept;
   ondemand::parser own;
-  ondemand::parser& parser = bytes.size() <= kShortSize ? kept : own;
+  ondemand::parser* const kept = ofThread<ondemand::parser>();
+  ondemand::parser& parser = kept != nullptr && bytes.size() <= kShortSize ? *kept : own;
   ondemand::document document;
   ondemand::object object;
   if (parser.iterate(padded).get(document) != simdjson::SUCCESS) return std::nullopt;

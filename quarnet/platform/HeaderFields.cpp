@@ -1,5 +1,6 @@
 #include "quarnet/platform/HeaderFields.h"
 
+#include <algorithm>
 #include <strings.h>
 
 namespace quarnet::platform {
@@ -22,12 +23,14 @@ HeaderFields::HeaderFields(
 }
 
 void HeaderFields::set(std::string_view name, std::optional<std::string_view> value) {
+  if (value) {
+    // First, so that nothing is lost when memory runs out.
+    places_.reserve(std::max(places_.size() + 1, kUsualFields));
+    const std::size_t lineSize = name.size() + kSeparator.size() + value->size() + 1;
+    lines_.reserve(std::max(lines_.size() + lineSize, kUsualSize));
+  }
   if (const std::size_t old = find(name); old < size()) remove(old);
   if (!value) return;
-  if (places_.empty()) {
-    places_.reserve(kUsualFields);
-    lines_.reserve(kUsualSize);
-  }
   const std::size_t start = lines_.size();
   lines_.append(name).append(kSeparator).append(*value);
   places_.push_back({.start = start, .nameSize = name.size(), .lineSize = lines_.size() - start});

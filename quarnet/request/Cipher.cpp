@@ -1,5 +1,7 @@
 #include "quarnet/request/Cipher.h"
 
+#include "quarnet/core/OfThread.h"
+
 #include <algorithm>
 #include <memory>
 #include <openssl/evp.h>
@@ -7,8 +9,9 @@
 namespace quarnet {
 namespace {
 
-struct FreeContext {
-  void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
+struct Context {
+  std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> evp{EVP_CIPHER_CTX_new(),
+                                                                      EVP_CIPHER_CTX_free};
 };
 
 /// Fetching costs more than encrypting a short text, so it is done once for the process.
@@ -17,17 +20,9 @@ const EVP_CIPHER* cipher() {
   return fetched;
 }
 
-EVP_CIPHER_CTX* threadContext() {
-  thread_local const std::unique_ptr<EVP_CIPHER_CTX, FreeContext> context(EVP_CIPHER_CTX_new());
-  return context.get();
-}
-
-} // namespace
-
-std::optional<Data> encryptAes256Cbc(const CipherKey& key, const CipherVector& iv,
-                                     std::string_view plain) {
+std::optional<Data> encryptWith(EVP_CIPHER_CTX* context, const CipherKey& key,
+                                const CipherVector& iv, std::string_view plain) {
   constexpr std::size_t kLargestStep = std::size_t{1} << 30; // EVP counts in int
-  EVP_CIPHER_CTX* context = threadContext();
   if (context == nullptr || cipher() == nullptr) return std::nullopt;
   if (EVP_EncryptInit_ex2(context, cipher(), key.data(), iv.data(), nullptr) != 1) {
     return std::nullopt;
@@ -49,6 +44,15 @@ std::optional<Data> encryptAes256Cbc(const CipherKey& key, const CipherVector& i
   if (EVP_EncryptFinal_ex(context, out + size, &written) != 1) return std::nullopt;
   encrypted.resize(size + static_cast<std::size_t>(written));
   return encrypted;
+}
+
+} // namespace
+
+std::optional<Data> encryptAes256Cbc(const CipherKey& key, const CipherVector& iv,
+                                     std::string_view plain) {
+  if (const Context* kept = ofThread<Context>())
+    return encryptWith(kept->evp.get(), key, iv, plain);
+  return encryptWith(Context().evp.get(), key, iv, plain);
 }
 
 } // namespace quarnet

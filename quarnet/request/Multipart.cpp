@@ -1,5 +1,6 @@
 #include "quarnet/request/Multipart.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <exception>
 #include <fcntl.h>
@@ -35,13 +36,17 @@ std::string_view lastPathComponent(std::string_view path) {
 }
 
 /// Appends what the descriptor gives up to its end; false, with nothing appended, when reading
-/// fails.
-bool appendAll(Data& out, int descriptor, std::size_t expected) {
+/// fails. Uses up the room that was reserved before it asks for more.
+bool appendAll(Data& out, int descriptor) {
+  // Small enough to lie in the processor's cache between its filling with zeros and its reading.
+  constexpr std::size_t kStep = std::size_t{1} << 18;
   const std::size_t start = out.size();
   std::size_t end = start;
-  out.resize(start + expected + 1); // the one byte more sees the end of the file
   while (true) {
-    if (end == out.size()) out.resize(out.size() + (std::size_t{1} << 20));
+    if (end == out.size()) {
+      const std::size_t room = out.capacity() - end;
+      out.resize(end + (room > 0 ? std::min(room, kStep) : kStep));
+    }
     const ssize_t count = read(descriptor, out.data() + end, out.size() - end);
     if (count < 0 && errno == EINTR) continue;
     if (count > 0) {
@@ -80,7 +85,7 @@ Multipart makeMultipart(std::string_view boundary, std::string_view key, const s
   body.append("Content-Type: application/octet-stream\r\n\r\n");
 
   const std::size_t head = body.size();
-  if (readable) appendAll(body, file, expected);
+  if (readable) appendAll(body, file);
   multipart.fileSize = body.size() - head;
   if (file >= 0) close(file);
 

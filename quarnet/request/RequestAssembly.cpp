@@ -170,7 +170,7 @@ void APIRequest::_requestError(RequestBundle& bundle, std::optional<Error>* erro
   } else if (!bundle.uploadFilePath().value_or("").empty()) {
     setUpload(request, bundle);
   } else {
-    setPayload(request, bundle, std::move(contentType));
+    setPayload(request, bundle, contentType);
   }
 
   addKeyAndTokens(request, swapKey, error);

@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 #include <openssl/ssl.h>
 #include <utility>
 
 namespace quarnet::platform {
 namespace {
 
-constexpr std::size_t kMaximumIdleHandles = 8;
+constexpr std::size_t kMaximumIdleHandles = 16;
 
 void initialiseLibraries() {
   static const bool done = [] {
@@ -46,12 +47,18 @@ std::unique_ptr<Transfer> Connections::take(std::string_view url) {
   return std::make_unique<Transfer>(trust_, maximumBodySize_, Transfer::Kind::single);
 }
 
-void Connections::giveBack(std::unique_ptr<Transfer> transfer, std::string_view url) {
-  Idle idle{std::string(originIn(url)), std::move(transfer)};
-  const std::lock_guard lock(mutex_);
-  idle_.push_back(std::move(idle));
-  // The one that has been idle for longest makes room.
-  if (idle_.size() > kMaximumIdleHandles) idle_.erase(idle_.begin());
+void Connections::giveBack(std::unique_ptr<Transfer> transfer, std::string_view url) noexcept {
+  try {
+    Idle outlived; // ends without the lock
+    Idle idle{std::string(originIn(url)), std::move(transfer)};
+    const std::lock_guard lock(mutex_);
+    idle_.push_back(std::move(idle));
+    if (idle_.size() <= kMaximumIdleHandles) return;
+    outlived = std::move(idle_.front());
+    idle_.erase(idle_.begin());
+  } catch (const std::bad_alloc&) {
+    // The handle is not kept.
+  }
 }
 
 Background& Connections::background() {

@@ -19,11 +19,11 @@ class Connections {
 public:
   explicit Connections(const CurlHttpClientOptions& options);
 
-  /// A handle for one synchronous send to `url`: the last one that was there, whose connection is
-  /// still open, or a new one. Throws std::bad_alloc.
+  /// A handle for one synchronous send to `url`: the last one that was there, whose connection may
+  /// still be open, or a new one. Throws std::bad_alloc.
   std::unique_ptr<Transfer> take(std::string_view url);
   /// Keeps the handle for the next send to where `url` lies.
-  void giveBack(std::unique_ptr<Transfer> transfer, std::string_view url);
+  void giveBack(std::unique_ptr<Transfer> transfer, std::string_view url) noexcept;
 
   /// The client's threads, made with the first call. Throws std::system_error or std::bad_alloc.
   Background& background();

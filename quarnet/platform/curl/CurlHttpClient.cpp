@@ -52,7 +52,8 @@ HttpResult CurlHttpClient::sendSynchronously(const HttpRequest& request) {
     while (goesOn)
       goesOn = transfer->advance(curl_easy_perform(transfer->easy()));
     HttpResult result = transfer->takeResult();
-    connections.giveBack(std::move(transfer), request.url);
+    // What failed may have no connection, and must not push out what has.
+    if (!result.error) connections.giveBack(std::move(transfer), request.url);
     return result;
   } catch (const std::exception& exception) {
     return failed(exception);

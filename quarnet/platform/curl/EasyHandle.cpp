@@ -21,22 +21,25 @@ constexpr std::size_t kSmallBody = 64 * 1024;
 constexpr long kUploadBuffer = 64L * 1024;
 constexpr long kLargeUploadBuffer = 2L * 1024 * 1024;
 
-// "/path?query"; empty without a query.
+// Absent when the address has no such part.
+Text partOf(CURLU* address, CURLUPart which, unsigned flags) {
+  char* text = nullptr;
+  curl_url_get(address, which, &text, flags);
+  const std::unique_ptr<char, decltype(&curl_free)> owned(text, curl_free);
+  return text != nullptr ? Text(text) : Text();
+}
+
+// "/path?query", escaped as libcurl would do it; empty without a query.
 std::string pathWithQuery(CURLU* address) {
-  char* path = nullptr;
-  char* query = nullptr;
-  curl_url_get(address, CURLUPART_PATH, &path, 0);
-  curl_url_get(address, CURLUPART_QUERY, &query, 0);
-  const std::unique_ptr<char, decltype(&curl_free)> ownPath(path, curl_free);
-  const std::unique_ptr<char, decltype(&curl_free)> ownQuery(query, curl_free);
-  if (path == nullptr || query == nullptr) return {};
-  return std::string(path).append("?").append(query);
+  const Text path = partOf(address, CURLUPART_PATH, CURLU_URLENCODE);
+  const Text query = partOf(address, CURLUPART_QUERY, 0);
+  return path && query ? *path + '?' + *query : "";
 }
 
 } // namespace
 
 EasyHandle::EasyHandle(TrustStore& trust)
-    : easy_(curl_easy_init(), curl_easy_cleanup), address_(curl_url(), curl_url_cleanup) {
+    : address_(curl_url(), curl_url_cleanup), easy_(curl_easy_init(), curl_easy_cleanup) {
   if (!easy_ || !address_) throw std::bad_alloc();
   CURL* easy = get();
   curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_.data());
@@ -85,9 +88,10 @@ void EasyHandle::setRare(CURLoption option, long value, long& last) {
 void EasyHandle::setAddress(const std::string& url) {
   if (url == url_) return;
   url_.clear();
-  const bool isParsed = curl_url_set(address_.get(), CURLUPART_URL, url.c_str(), 0) == CURLUE_OK;
-  // What cannot be parsed is left to libcurl to refuse in its own words. Over http there may be a
-  // proxy, which wants the whole address.
+  // What cannot be parsed is left to libcurl to refuse in its own words, and an IPv6 zone is lost
+  // on the way. Over http there may be a proxy, which wants the whole address.
+  const bool isParsed = curl_url_set(address_.get(), CURLUPART_URL, url.c_str(), 0) == CURLUE_OK &&
+                        !partOf(address_.get(), CURLUPART_ZONEID, 0);
   const bool isEncrypted = strncasecmp(url.c_str(), "https:", 6) == 0;
   const std::string target = isParsed && isEncrypted ? pathWithQuery(address_.get()) : "";
   const bool isSet =

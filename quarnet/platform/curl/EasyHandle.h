@@ -19,8 +19,8 @@ public:
   /// Throws std::bad_alloc when libcurl has no memory. `trust` must outlive the handle.
   explicit EasyHandle(TrustStore& trust);
 
-  /// Sets the handle up for one hop of `request`, whose body must stay as it is until the transfer
-  /// has ended. HTTP/2 is offered to the server where it does good, if `mayUseHttp2`. Returns why
+  /// Sets the handle up for one hop of `request`, which must stay as it is until the transfer has
+  /// ended. HTTP/2 is offered to the server where it does good, if `mayUseHttp2`. Returns why
   /// the request cannot be sent, or absent.
   Text prepare(const HttpRequest& request, const Hop& hop, std::chrono::milliseconds timeout,
                bool mayUseHttp2);
@@ -43,8 +43,8 @@ private:
   void setMethod(const Hop& hop, const Data* body);
   void setRare(CURLoption option, long value, long& last);
 
-  std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_;
   std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> address_;
+  std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_;
   /// The address in force, as text.
   std::string url_;
   Rare rare_;

@@ -110,7 +110,7 @@ void HeaderList::add(const HeaderFields::Field& field) {
 }
 
 void HeaderList::addLine(std::string_view line) {
-  size_ += line.size();
+  size_ += line.size() + 2; // the line break
   // libcurl only reads it.
   nodes_.push_back({.data = const_cast<char*>(line.data()), .next = nullptr});
 }

@@ -176,6 +176,22 @@ TEST(SendTest, AConnectionThatTheServerClosedMeanwhileIsNoError) {
   }
 }
 
+// What is sent must not depend on how libcurl is handed the address.
+TEST(SendTest, AnAddressIsEscapedTheSameWithAndWithoutAQuery) {
+  sandbox::Server server;
+  CurlHttpClient client({.caFile = sandbox::Server::caFile()});
+  for (const std::string scheme : {"http://", "https://"}) {
+    for (const std::string rest : {"/서/./x", "/서/./x?y=서%20z#part", "/서/./x?"})
+      client.sendSynchronously(get(scheme + server.host() + rest));
+  }
+  std::vector<std::string> targets;
+  for (const auto& request : server.received())
+    targets.push_back(request.target);
+  EXPECT_THAT(targets,
+              testing::ElementsAre("/%ec%84%9c/x", "/%ec%84%9c/x?y=서%20z", "/%ec%84%9c/x?",
+                                   "/%ec%84%9c/x", "/%ec%84%9c/x?y=서%20z", "/%ec%84%9c/x?"));
+}
+
 TEST(SendTest, OnlyServersWithATrustedCertificateGetTheRequest) {
   sandbox::Server server;
   const std::string broken = testing::TempDir() + "/broken.pem";
