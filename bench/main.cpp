@@ -1,6 +1,6 @@
 // quarnet-bench [ROLE [NUMBER]]: measures everything but the small operations and the screen and
-// prints the rows of the table. The roles are those of its own child processes. Run by
-// scripts/bench, which starts the servers.
+// prints the rows of the table. A role is that of a child process of its own or one measurement.
+// Run by scripts/bench, which starts the servers.
 
 #include "bench/calls/Calls.h"
 #include "bench/start/Start.h"
@@ -16,10 +16,19 @@ namespace {
 
 using namespace quarnet::bench;
 
+std::string ownFolder() {
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
+void measureCalls(void (*measure)()) {
+  setUpLibrary();
+  measure();
+}
+
 void measureAll(const std::string& libraryFile) {
   // Before anything that makes this process large, since a child starts with its parent's peak.
   measureSize(libraryFile);
-  measureStart(std::filesystem::read_symlink("/proc/self/exe").parent_path());
+  measureStart(ownFolder());
   measureUpload();
   measureLargeAnswer();
   measureMemoryGrowth();
@@ -43,20 +52,10 @@ int main(int argc, char** argv) {
       {"large-answer-raw", largeAnswerRaw},
       {"in-flight", [number] { holdInFlight(number); }},
       {"in-flight-raw", [number] { holdInFlightRaw(number); }},
-      {"get",
-       [] {
-         setUpLibrary();
-         measureSynchronousGet();
-       }},
-      {"post",
-       [] {
-         setUpLibrary();
-         measureSynchronousPost();
-       }},
-      {"async", [] {
-         setUpLibrary();
-         measureAsynchronousPost();
-       }}};
+      {"start", [] { measureStart(ownFolder()); }},
+      {"get", [] { measureCalls(measureSynchronousGet); }},
+      {"post", [] { measureCalls(measureSynchronousPost); }},
+      {"async", [] { measureCalls(measureAsynchronousPost); }}};
   if (const auto known = roles.find(role); known != roles.end()) {
     known->second();
   } else {
