@@ -4,6 +4,7 @@
 #include <charconv>
 #include <limits>
 #include <simdjson.h>
+#include <strings.h>
 
 namespace quarnet {
 namespace {
@@ -31,6 +32,10 @@ int hexDigit(char c) {
 Text utf8Text(Data bytes) {
   if (!simdjson::validate_utf8(bytes)) return std::nullopt;
   return bytes;
+}
+
+bool sameIgnoringCase(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
 Text addingPercentEscapes(const Text& text) {

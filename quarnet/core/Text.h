@@ -16,6 +16,9 @@ inline std::string_view formatted(const Text& text) {
 /// The bytes as text, taken over without a copy; absent when they are not valid UTF-8.
 Text utf8Text(Data bytes);
 
+/// Whether two texts are the same but for the case of ASCII letters.
+bool sameIgnoringCase(std::string_view a, std::string_view b);
+
 /// Escapes what may never stand in a URL and leaves every legal character, the reserved ones
 /// included, as it is. Absent stays absent. Weaker than escapeString() and meant to be.
 Text addingPercentEscapes(const Text& text);

@@ -8,8 +8,6 @@
 #include "quarnet/oauth/TokenRequest.h"
 #include "quarnet/platform/Platform.h"
 
-#include <strings.h>
-
 namespace quarnet {
 
 using platform::log;
@@ -30,10 +28,6 @@ constexpr SchemeRewrite kSchemeRewrites[] = {
     {"oauths://", 8, "https://"},
     {"oauth://", 7, "http://"},
 };
-
-bool equalIgnoringCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
 
 /// The page that belongs into the system's browser.
 bool isPortalPage(std::string_view url) {
@@ -70,7 +64,7 @@ bool OAuthClient::webViewShouldStartLoadWithRequestNavigationType(platform::WebV
                                                                   const std::string& url, int) {
   log("-[OAuthClient webView:shouldStartLoadWithRequest:navigationType:], URL : ", url);
   for (const auto& [scheme, compared, replacement] : kSchemeRewrites) {
-    if (!equalIgnoringCase(std::string_view(url).substr(0, compared), scheme)) continue;
+    if (!sameIgnoringCase(std::string_view(url).substr(0, compared), scheme)) continue;
     const std::string rewritten = std::string(replacement) + url.substr(scheme.size());
     log(scheme, "를 제거한 URL : ", rewritten);
     if (const auto page = loginView()) page->load(rewritten);

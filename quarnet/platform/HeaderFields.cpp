@@ -1,7 +1,9 @@
 #include "quarnet/platform/HeaderFields.h"
 
+#include "quarnet/core/Text.h"
+
 #include <algorithm>
-#include <strings.h>
+#include <bit>
 
 namespace quarnet::platform {
 namespace {
@@ -12,10 +14,6 @@ constexpr std::size_t kUsualSize = 384;
 
 } // namespace
 
-bool sameFieldName(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
 HeaderFields::HeaderFields(
     std::initializer_list<std::pair<std::string_view, std::string_view>> fields) {
   for (const auto& [name, value] : fields)
@@ -25,7 +23,7 @@ HeaderFields::HeaderFields(
 void HeaderFields::set(std::string_view name, std::optional<std::string_view> value) {
   if (value) {
     // First, so that nothing is lost when memory runs out.
-    places_.reserve(std::max(places_.size() + 1, kUsualFields));
+    places_.reserve(std::max(std::bit_ceil(places_.size() + 1), kUsualFields));
     const std::size_t lineSize = name.size() + kSeparator.size() + value->size() + 1;
     lines_.reserve(std::max(lines_.size() + lineSize, kUsualSize));
   }
@@ -44,7 +42,7 @@ std::optional<std::string_view> HeaderFields::get(std::string_view name) const {
 
 std::size_t HeaderFields::find(std::string_view name) const {
   std::size_t index = 0;
-  while (index < size() && !sameFieldName((*this)[index].name, name))
+  while (index < size() && !sameIgnoringCase((*this)[index].name, name))
     ++index;
   return index;
 }

@@ -66,7 +66,4 @@ private:
   std::vector<Place> places_;
 };
 
-/// Whether two names of fields are the same.
-bool sameFieldName(std::string_view a, std::string_view b);
-
 } // namespace quarnet::platform

@@ -1,5 +1,7 @@
 #include "quarnet/platform/curl/HeaderList.h"
 
+#include "quarnet/core/Text.h"
+
 #include <algorithm>
 #include <array>
 
@@ -8,7 +10,7 @@ namespace {
 
 // Fields that describe the body (RFC 9110, section 8).
 bool describesContent(std::string_view name) {
-  return name.size() > 8 && sameFieldName(name.substr(0, 8), "Content-");
+  return name.size() > 8 && sameIgnoringCase(name.substr(0, 8), "Content-");
 }
 
 using Bytes = std::array<bool, 256>;
@@ -86,12 +88,12 @@ void HeaderList::assign(const HttpRequest& request, const Hop& hop) {
   for (std::size_t i = 0; hop.withOwnFields && i < request.headerFields.size(); ++i) {
     const HeaderFields::Field field = request.headerFields[i];
     // libcurl sends the body's true size, whatever the caller counted, and sends it once.
-    if (sameFieldName(field.name, "Content-Length")) continue;
+    if (sameIgnoringCase(field.name, "Content-Length")) continue;
     if (!hop.withContent && describesContent(field.name)) continue;
     add(field);
-    hasAccept = hasAccept || sameFieldName(field.name, "Accept");
-    hasContentType = hasContentType || sameFieldName(field.name, "Content-Type");
-    hasExpect = hasExpect || sameFieldName(field.name, "Expect");
+    hasAccept = hasAccept || sameIgnoringCase(field.name, "Accept");
+    hasContentType = hasContentType || sameIgnoringCase(field.name, "Content-Type");
+    hasExpect = hasExpect || sameIgnoringCase(field.name, "Expect");
   }
   // A name with nothing behind the colon keeps libcurl from adding a field of its own.
   if (!hasAccept) addLine("Accept:");
