@@ -3,11 +3,9 @@
 namespace quarnet::tools {
 
 void StoreTroubleLog::write(Line line) {
-  if (!line.empty() && line.front().starts_with("user defaults")) {
+  if (!line.empty() && line.front().text.starts_with("user defaults")) {
     const std::lock_guard lock(mutex_);
-    trouble_.clear();
-    for (const std::string_view piece : line)
-      trouble_ += piece;
+    trouble_ = text(line);
   }
   sink_->write(line);
 }

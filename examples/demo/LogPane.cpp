@@ -34,11 +34,9 @@ public:
       : lines_(GTK_TEXT_BUFFER(g_object_ref(lines)), g_object_unref) {}
 
   void write(Line line) override {
-    std::string text;
-    for (const std::string_view piece : line)
-      text += piece;
-    if (text.size() > kLongestLine) text.replace(kLongestLine, std::string::npos, " …");
-    mainThread_.post([lines = lines_, text] { append(lines.get(), text); });
+    std::string shown = text(line);
+    if (shown.size() > kLongestLine) shown.replace(kLongestLine, std::string::npos, " …");
+    mainThread_.post([lines = lines_, shown] { append(lines.get(), shown); });
   }
 
 private:

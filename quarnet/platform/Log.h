@@ -3,18 +3,29 @@
 #include "quarnet/core/Export.h"
 
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace quarnet::platform {
 
-/// Where the library's diagnostic lines go. Safe from any thread.
+/// Where the library's diagnostic lines go.
 ///
-/// The lines carry tokens and secrets as they stand; RedactingLog blanks them.
+/// A sink of one's own is called on any thread, on several at once. It may call the library, whose
+/// lines come to it in turn, but holds no lock meanwhile. What it throws is dropped with the line,
+/// and standard error is told so once.
 class QUARNET_EXPORT Log {
 public:
-  /// A line in pieces, to be written one after the other. A piece may be very long and may hold
-  /// line breaks; it lives only as long as the call.
-  using Line = std::span<const std::string_view>;
+  /// A part of a line. What is not known to be harmless is taken for a secret: tokens, the client
+  /// secret, the user's own data, whatever comes from a server or a page.
+  struct Piece {
+    std::string_view text;
+    bool isHarmless = false;
+  };
+
+  /// A line in pieces, to be written one after the other with nothing between them. A piece may be
+  /// very long and may hold line breaks; it lives only as long as the call. Secrets are there as
+  /// they stand: a sink that others may read is wrapped in a RedactingLog, or looks at the marks.
+  using Line = std::span<const Piece>;
 
   virtual ~Log() = default;
 
@@ -22,7 +33,15 @@ public:
 
   /// False when every line is dropped: what takes time to put together is then not written at all.
   virtual bool isOn() const { return true; }
+
+  /// The whole line as one text.
+  static std::string text(Line line);
 };
+
+/// Marks a piece of a line as one that anybody may read.
+constexpr Log::Piece harmless(std::string_view text) {
+  return {.text = text, .isHarmless = true};
+}
 
 /// One line a call on the standard error stream.
 class QUARNET_EXPORT StandardErrorLog final : public Log {

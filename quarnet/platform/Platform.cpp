@@ -6,6 +6,7 @@
 #include "quarnet/platform/sqlite/SqliteUserDefaults.h"
 
 #include <atomic>
+#include <cstdio>
 #include <mutex>
 
 namespace quarnet::platform {
@@ -23,6 +24,12 @@ const Platform* completed(Platform services) {
   return new Platform(std::move(services));
 }
 
+/// Once for the process, and without the exception's text, which may quote the line.
+void tellOfBrokenLog() noexcept {
+  static constinit std::atomic<bool> told = false;
+  if (!told.exchange(true)) std::fputs("quarnet: the log threw an exception\n", stderr);
+}
+
 } // namespace
 
 void Platform::install(Platform replacements) {
@@ -35,6 +42,23 @@ const Platform& Platform::current() {
   const std::lock_guard lock(installing);
   if (installed.load() == nullptr) installed.store(completed({}));
   return *installed.load();
+}
+
+void writeLine(Log::Line line) noexcept {
+  try {
+    Platform::current().log->write(line);
+  } catch (...) {
+    tellOfBrokenLog();
+  }
+}
+
+bool isLogOn() noexcept {
+  try {
+    return Platform::current().log->isOn();
+  } catch (...) {
+    tellOfBrokenLog();
+    return false;
+  }
 }
 
 void deliver(void* target, const Operation& operation, ResultDictionary result) {

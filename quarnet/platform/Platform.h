@@ -35,11 +35,32 @@ struct QUARNET_EXPORT Platform {
   static const Platform& current();
 };
 
-/// Writes one line to the log in force, without putting its pieces together first.
+/// What log() makes of each argument: a literal is harmless, any other text a secret unless it is
+/// wrapped in harmless(). A buffer is no literal and is not taken.
+template <std::size_t size>
+constexpr Log::Piece logPiece(const char (&literal)[size]) {
+  return harmless({literal, size - 1});
+}
+template <std::size_t size>
+Log::Piece logPiece(char (&buffer)[size]) = delete;
+constexpr Log::Piece logPiece(std::string_view secret) {
+  return {.text = secret};
+}
+constexpr Log::Piece logPiece(Log::Piece piece) {
+  return piece;
+}
+
+/// Writes one line to the log in force. Nothing is thrown, whatever the log does.
+QUARNET_EXPORT void writeLine(Log::Line line) noexcept;
+
+/// Whether lines are wanted, for those that take time to put together.
+QUARNET_EXPORT bool isLogOn() noexcept;
+
+/// Writes one line, without putting its pieces together first: log("status : ", harmless(status)).
 template <class... Pieces>
-void log(const Pieces&... pieces) {
-  const std::string_view line[] = {std::string_view(pieces)...};
-  Platform::current().log->write(line);
+void log(Pieces&&... pieces) noexcept {
+  const Log::Piece line[] = {logPiece(pieces)...};
+  writeLine(line);
 }
 
 /// Queues `operation` of `target` with `result` to the main thread; nothing when either is absent.

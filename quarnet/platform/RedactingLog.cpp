@@ -1,17 +1,22 @@
 #include "quarnet/platform/RedactingLog.h"
 
-#include "quarnet/platform/Redactor.h"
+#include <vector>
 
 namespace quarnet::platform {
+namespace {
+
+/// A value that is missing is no secret, and is what a developer looks for.
+bool isMissing(std::string_view text) {
+  return text.empty() || text == "(null)";
+}
+
+} // namespace
 
 void RedactingLog::write(Line line) {
-  // Put together first: a name and its value may come in different pieces.
-  std::string whole;
-  for (const std::string_view piece : line)
-    whole += piece;
-  const std::string redacted = Redactor(whole).redacted();
-  const std::string_view pieces[] = {redacted};
-  sink_->write(pieces);
+  std::vector<Piece> redacted(line.begin(), line.end());
+  for (Piece& piece : redacted)
+    if (!piece.isHarmless && !isMissing(piece.text)) piece = harmless("***");
+  sink_->write(redacted);
 }
 
 } // namespace quarnet::platform

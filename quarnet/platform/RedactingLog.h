@@ -6,15 +6,13 @@
 
 namespace quarnet::platform {
 
-/// Passes every line on to another sink, as one piece, with "***" in place of secrets. Safe from
-/// any thread if the sink is.
+/// Passes every line on to another sink with "***" in place of each piece that is not marked as
+/// harmless. "(null)" and empty pieces stay: they show that a value is missing.
 ///
-/// Blanked are the values of tokens, client secrets, authorization codes, passwords, parameter keys
-/// and their IVs under their names, in any case and percent-escaped or not, wherever a line carries
-/// them: addresses and forms, JSON whole or cut off, header fields, the printed token record. Where
-/// it is not clear how far a value reaches, too much is blanked. The user's own data is blanked
-/// whole: the parameters and payloads of API calls and the answers to them. "(null)" and empty
-/// values stay, as does what has no such name.
+/// What is left is the fixed texts, numbers, statuses, the client identifier and the rest of the
+/// configuration, names of header fields and parameters, endpoints, the scheme and host of pages
+/// and calls, and reasons of failures. Blanked are tokens, secrets and codes, parameters, payloads,
+/// and whatever a server or a page said.
 class QUARNET_EXPORT RedactingLog final : public Log {
 public:
   explicit RedactingLog(std::shared_ptr<Log> sink) : sink_(std::move(sink)) {}

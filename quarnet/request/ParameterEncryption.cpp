@@ -73,7 +73,7 @@ Text APIRequest::encryptParamSwapKeyError(const Text& parameters, Text* swapKey,
   // Neither the status nor the shape of the answer is checked: what is missing counts as zero bytes
   // and the server then refuses the call.
   const std::optional<Json> json = Json::parse(answer.body);
-  if (Platform::current().log->isOn()) log("response : ", json ? json->text() : "(null)");
+  if (platform::isLogOn()) log("response : ", json ? json->text() : "(null)");
   const Json* keyBody = json ? json->member("body") : nullptr;
   const std::string encrypted = hexEncode(AES256EncryptWithKeyIvectorData(
       stringMember(keyBody, "key"), stringMember(keyBody, "iv"),

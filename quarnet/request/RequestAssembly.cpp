@@ -117,7 +117,7 @@ void addKeyAndTokens(HttpRequest& request, const Text& swapKey, std::optional<Er
 }
 
 void logHeaderFields(const HttpRequest& request) {
-  if (!platform::Platform::current().log->isOn()) return;
+  if (!platform::isLogOn()) return;
   std::string text = "{";
   for (std::size_t i = 0; i < request.headerFields.size(); ++i) {
     if (i > 0) text += ", ";

@@ -6,11 +6,8 @@
 namespace quarnet::test {
 
 void RecordingLog::write(Line line) {
-  std::string text;
-  for (const std::string_view piece : line)
-    text += piece;
   const std::lock_guard lock(mutex_);
-  lines_.push_back(std::move(text));
+  lines_.push_back(text(line));
 }
 
 std::vector<std::string> RecordingLog::lines() const {

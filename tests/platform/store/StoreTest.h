@@ -19,9 +19,7 @@ class RecordingLog final : public quarnet::platform::Log {
 public:
   void write(Line line) override {
     const std::lock_guard lock(mutex_);
-    lines_.emplace_back();
-    for (const std::string_view piece : line)
-      lines_.back() += piece;
+    lines_.push_back(text(line));
   }
 
   /// The lines since the last call.
