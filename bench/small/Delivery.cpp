@@ -1,6 +1,6 @@
 #include "bench/small/Pairs.h"
 
-#include "quarnet/core/Callback.h"
+#include "quarnet/core/Registration.h"
 #include "quarnet/platform/Platform.h"
 
 #include <glib.h>
@@ -48,9 +48,10 @@ void addBurst(std::size_t posts) {
        .bound = atLeast(0.8),
        .ours = repeat([posts] {
          Application application;
-         const Operation finished = &Application::finished;
+         const auto registration = std::make_shared<Registration>();
+         registration->set(makeCallback(&application, &Application::finished, nullptr));
          for (std::size_t i = 0; i < posts; ++i)
-           platform::deliver(&application, finished, someResult());
+           platform::deliver(registration, &CallbackTriple::finished, someResult());
          runUntilHeard(application, posts);
          return application.heard;
        }),

@@ -48,7 +48,11 @@ private:
   alignas(std::max_align_t) std::byte storage_[2 * sizeof(void*)] = {};
 };
 
-/// Who is told how a call ended. The target is never owned: keep it alive until it was called.
+/// Who is told how a call ended. The target is never owned.
+///
+/// Before a target dies, register null or another one in its place, on the main thread: then it is
+/// not called any more, also not by a call that is under way or whose outcome waits already. That
+/// outcome is told to nobody.
 struct CallbackTriple {
   void* target = nullptr;
   Operation finished;

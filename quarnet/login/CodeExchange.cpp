@@ -26,14 +26,13 @@ void OAuthClient::exchangeAnswered(const platform::HttpResult& answer) {
     setResult(text);
     log("result : ", formatted(text));
     parseData(answer.body);
-    const CallbackTriple told = callback();
-    deliver(told.target, told.finished, resultDictionary("", "", text));
+    deliver(registration_, &CallbackTriple::finished, resultDictionary("", "", text));
   } else if (!answer.error) {
     log("Nothing was downloaded.");
   } else {
     log("Error = ", formatted(answer.error->description));
-    const CallbackTriple told = callback();
-    deliver(told.target, told.failed, resultDictionary("", answer.error->description, ""));
+    deliver(registration_, &CallbackTriple::failed,
+            resultDictionary("", answer.error->description, ""));
   }
 }
 

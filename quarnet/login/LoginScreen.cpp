@@ -1,5 +1,6 @@
 // How the login screen is built, opened and closed.
 
+#include "quarnet/core/Registration.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/platform/Platform.h"
@@ -33,7 +34,7 @@ double usableHeight(double windowHeight, const std::string& systemVersion) {
 } // namespace
 
 void OAuthClient::loginFinishedFailed(CallbackTriple callback) {
-  setCallback(callback);
+  registration_->set(callback);
 
   const std::shared_ptr<Toolkit> toolkit = Platform::current().toolkit;
   const std::shared_ptr<View> window = toolkit ? toolkit->keyWindow() : nullptr;

@@ -1,5 +1,7 @@
 #include "quarnet/login/OAuthClient.h"
 
+#include "quarnet/core/Registration.h"
+
 namespace quarnet {
 
 constinit platform::Rect oldStatusFrame;
@@ -7,6 +9,8 @@ constinit platform::Rect oldStatusFrame;
 std::shared_ptr<OAuthClient> OAuthClient::make() {
   return std::shared_ptr<OAuthClient>(new OAuthClient);
 }
+
+OAuthClient::OAuthClient() : registration_(std::make_shared<Registration>()) {}
 
 OAuthClient::~OAuthClient() {
   if (const auto page = loginView()) page->setDelegate(nullptr);
@@ -21,37 +25,25 @@ void OAuthClient::setResult(Text result) {
   result_.swap(result);
 }
 
-CallbackTriple OAuthClient::callback() const {
-  const std::lock_guard lock(mutex_);
-  return callback_;
-}
-void OAuthClient::setCallback(const CallbackTriple& callback) {
-  const std::lock_guard lock(mutex_);
-  callback_ = callback;
-}
-
 void* OAuthClient::_target() const {
-  return callback().target;
+  return registration_->current().target;
 }
 void OAuthClient::set_target(void* target) {
-  const std::lock_guard lock(mutex_);
-  callback_.target = target;
+  registration_->set(&CallbackTriple::target, target);
 }
 
 Operation OAuthClient::_finishedSelector() const {
-  return callback().finished;
+  return registration_->current().finished;
 }
 void OAuthClient::set_finishedSelector(Operation finished) {
-  const std::lock_guard lock(mutex_);
-  callback_.finished = finished;
+  registration_->set(&CallbackTriple::finished, finished);
 }
 
 Operation OAuthClient::_failedSelector() const {
-  return callback().failed;
+  return registration_->current().failed;
 }
 void OAuthClient::set_failedSelector(Operation failed) {
-  const std::lock_guard lock(mutex_);
-  callback_.failed = failed;
+  registration_->set(&CallbackTriple::failed, failed);
 }
 
 bool OAuthClient::shouldStartLoad(platform::WebView& view, const std::string& url) {

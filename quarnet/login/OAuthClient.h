@@ -12,6 +12,8 @@
 
 namespace quarnet {
 
+class Registration;
+
 /// A rectangle for the application's own use; the library neither reads nor writes it.
 QUARNET_EXPORT extern platform::Rect oldStatusFrame;
 
@@ -63,7 +65,9 @@ public:
   Text result() const;
   void setResult(Text result);
 
-  // Who hears how the code exchange ended. Not owned; must be of the operations' own class.
+  // Who hears how the code exchange ended. The target must be of the operations' own class and is
+  // not owned: before it dies, call set_target(nullptr) on the main thread. It is not called any
+  // more then, by an exchange that is under way neither.
   void* _target() const;
   void set_target(void* target);
   Operation _finishedSelector() const;
@@ -76,8 +80,9 @@ public:
   ///
   /// `finished` hears of a token answer, whatever it says ("RC" and "RM" empty, "RD" the answer's
   /// text, left out when it is not UTF-8), `failed` of a transport error ("RM" its description, the
-  /// others empty), on the main thread. The target is not owned: keep it alive until the login has
-  /// ended. Without a toolkit or a key window one line goes to the log and nothing else happens.
+  /// others empty), on the main thread. A target that dies before the login has ended is to be
+  /// taken back by set_target(). Without a toolkit or a key window one line goes to the log and
+  /// nothing else happens.
   template <class T>
   void loginFinishedFailed(T* target, std::type_identity_t<Method<T>> finished,
                            std::type_identity_t<Method<T>> failed) {
@@ -142,7 +147,7 @@ private:
     std::shared_ptr<V> kept_;
   };
 
-  OAuthClient() = default;
+  OAuthClient();
 
   bool shouldStartLoad(platform::WebView& view, const std::string& url) override;
   void didFailLoad(platform::WebView& view, const platform::WebLoadError& error) override;
@@ -160,8 +165,6 @@ private:
   void showAuthorizationError(const std::string& url);
   /// Runs on a background thread.
   void exchangeAnswered(const platform::HttpResult& answer);
-  CallbackTriple callback() const;
-  void setCallback(const CallbackTriple& callback);
 
   Part<platform::WebView> loginView_;
   Part<platform::View> viewBlock_;
@@ -171,10 +174,10 @@ private:
   std::optional<Data> receivedData_;
   std::optional<platform::HttpResponse> response_;
 
-  /// Guards what the background completion of an exchange reads and writes.
+  const std::shared_ptr<Registration> registration_;
+  /// Guards what the background completion of an exchange writes.
   mutable std::mutex mutex_;
   Text result_;
-  CallbackTriple callback_;
 };
 
 } // namespace quarnet

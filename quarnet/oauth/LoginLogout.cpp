@@ -1,5 +1,6 @@
 // The session manager's login and logout.
 
+#include "quarnet/core/Registration.h"
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/platform/Platform.h"
@@ -32,11 +33,8 @@ void OAuthInfoManager::login() {
 }
 
 void OAuthInfoManager::logoutFinishedFailed(CallbackTriple callback) {
-  {
-    // All at once: a logout that is answered just now must not mix two registrations.
-    const std::lock_guard lock(mutex_);
-    callback_ = callback;
-  }
+  // All at once: a logout that is answered just now must not mix two registrations.
+  registration_->set(callback);
   revokeTokenToServerAsynch();
 }
 

@@ -1,5 +1,6 @@
 #include "quarnet/oauth/OAuthInfoManager.h"
 
+#include "quarnet/core/Registration.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/login/OAuthClient.h"
 
@@ -9,6 +10,8 @@ OAuthInfoManager& OAuthInfoManager::sharedInstance() {
   static OAuthInfoManager* const instance = &(new OAuthInfoManager)->init();
   return *instance;
 }
+
+OAuthInfoManager::OAuthInfoManager() : registration_(std::make_shared<Registration>()) {}
 
 OAuthInfoManager& OAuthInfoManager::init() {
   OAuthInfo::sharedInstance();
@@ -93,33 +96,25 @@ void OAuthInfoManager::setErrorDesc(Text errorDesc) {
   write(&Fields::errorDesc, std::move(errorDesc));
 }
 
-CallbackTriple OAuthInfoManager::callback() const {
-  const std::lock_guard lock(mutex_);
-  return callback_;
-}
-
 void* OAuthInfoManager::_target() const {
-  return callback().target;
+  return registration_->current().target;
 }
 void OAuthInfoManager::set_target(void* target) {
-  const std::lock_guard lock(mutex_);
-  callback_.target = target;
+  registration_->set(&CallbackTriple::target, target);
 }
 
 Operation OAuthInfoManager::_finishedSelector() const {
-  return callback().finished;
+  return registration_->current().finished;
 }
 void OAuthInfoManager::set_finishedSelector(Operation finished) {
-  const std::lock_guard lock(mutex_);
-  callback_.finished = finished;
+  registration_->set(&CallbackTriple::finished, finished);
 }
 
 Operation OAuthInfoManager::_failedSelector() const {
-  return callback().failed;
+  return registration_->current().failed;
 }
 void OAuthInfoManager::set_failedSelector(Operation failed) {
-  const std::lock_guard lock(mutex_);
-  callback_.failed = failed;
+  registration_->set(&CallbackTriple::failed, failed);
 }
 
 Text OAuthInfoManager::read(Text Fields::*field) const {

@@ -12,6 +12,7 @@
 namespace quarnet {
 
 class OAuthClient;
+class Registration;
 namespace platform {
 struct HttpResult;
 }
@@ -90,7 +91,9 @@ public:
   Text errorDesc() const;
   void setErrorDesc(Text errorDesc);
 
-  /// Who hears how an asynchronous logout ended. Not owned; must be of the operations' own class.
+  /// Who hears how an asynchronous logout ended. The target must be of the operations' own class
+  /// and is not owned: before it dies, call set_target(nullptr) on the main thread, and for a login
+  /// that of oAuthClient(). It is not called any more then, by a call that is under way neither.
   void* _target() const;
   void set_target(void* target);
   Operation _finishedSelector() const;
@@ -181,11 +184,10 @@ private:
     Text errorDesc;
   };
 
-  OAuthInfoManager() = default;
+  OAuthInfoManager();
 
   Text read(Text Fields::*field) const;
   void write(Text Fields::*field, Text value);
-  CallbackTriple callback() const;
   void revocationAnswered(platform::HttpResult result);
   /// Drops the tokens here and in the store.
   void clearTokens();
@@ -195,7 +197,7 @@ private:
   mutable std::mutex mutex_;
   Fields fields_;
   std::shared_ptr<OAuthClient> oAuthClient_;
-  CallbackTriple callback_;
+  const std::shared_ptr<Registration> registration_;
   /// The record and the store meet one at a time, so that no save or restore sees half of another.
   std::mutex storing_;
 };

@@ -81,17 +81,18 @@ void OAuthInfoManager::revocationAnswered(HttpResult result) {
     log("Logout Success");
     clearTokens();
     log("revokeTokenToServer : ", formatted(text));
-    const CallbackTriple told = callback();
-    if (told.target == nullptr || !told.finished) return;
-    deliver(told.target, contains(text, "success") ? told.finished : told.failed,
+    // Who has no finished operation is not told of a refusal either.
+    if (!_finishedSelector()) return;
+    deliver(registration_,
+            contains(text, "success") ? &CallbackTriple::finished : &CallbackTriple::failed,
             resultDictionary("", "", text));
   } else if (result.body.empty() && !error()) {
     // The sign-in's error is what is looked at here, not the transport's: this is meant.
     log("Nothing was downloaded.");
   } else if (result.error) {
     log("Error = ", formatted(result.error->description));
-    const CallbackTriple told = callback();
-    deliver(told.target, told.failed, resultDictionary("", result.error->description, ""));
+    deliver(registration_, &CallbackTriple::failed,
+            resultDictionary("", result.error->description, ""));
   }
 }
 

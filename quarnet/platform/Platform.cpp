@@ -1,5 +1,6 @@
 #include "quarnet/platform/Platform.h"
 
+#include "quarnet/core/Registration.h"
 #include "quarnet/platform/Toolkit.h"
 #include "quarnet/platform/curl/CurlHttpClient.h"
 #include "quarnet/platform/glib/GlibMainThread.h"
@@ -61,10 +62,15 @@ bool isLogOn() noexcept {
   }
 }
 
-void deliver(void* target, const Operation& operation, ResultDictionary result) {
-  if (target == nullptr || !operation) return;
-  Platform::current().mainThread->post(
-      [target, operation, result = std::move(result)] { operation(target, result); });
+void deliver(std::shared_ptr<const Registration> registration, Operation CallbackTriple::*operation,
+             ResultDictionary result) {
+  const CallbackTriple told = registration->current();
+  if (told.target == nullptr || !(told.*operation)) return;
+  Platform::current().mainThread->post([registration = std::move(registration), operation,
+                                        target = told.target, result = std::move(result)] {
+    const CallbackTriple now = registration->current();
+    if (now.target == target && now.*operation) (now.*operation)(target, result);
+  });
 }
 
 } // namespace quarnet::platform

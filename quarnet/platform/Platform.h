@@ -9,6 +9,10 @@
 
 #include <memory>
 
+namespace quarnet {
+class Registration;
+}
+
 namespace quarnet::platform {
 
 class Toolkit;
@@ -63,7 +67,13 @@ void log(Pieces&&... pieces) noexcept {
   writeLine(line);
 }
 
-/// Queues `operation` of `target` with `result` to the main thread; nothing when either is absent.
-QUARNET_EXPORT void deliver(void* target, const Operation& operation, ResultDictionary result);
+/// Queues the outcome of a call to the main thread for who is registered now; nothing when there is
+/// no target or no such operation.
+///
+/// There the registration is looked at again: a target that was replaced meanwhile is not called,
+/// nor is who replaced it; else the operation that is registered by then is, if there is one. So
+/// whoever takes its registration back on the main thread may be destroyed at once.
+QUARNET_EXPORT void deliver(std::shared_ptr<const Registration> registration,
+                            Operation CallbackTriple::*operation, ResultDictionary result);
 
 } // namespace quarnet::platform

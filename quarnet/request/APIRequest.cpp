@@ -16,7 +16,7 @@ auto APIRequest::guarded(Use use) const {
 }
 
 void APIRequest::setCallback(CallbackTriple callback) {
-  guarded([&](State& state) { state.callback = callback; });
+  state_->registration->set(callback);
 }
 
 std::optional<Data> APIRequest::receivedData() const {
@@ -48,24 +48,24 @@ void APIRequest::setHttpHeader(std::optional<HttpHeader> httpHeader) {
 }
 
 void* APIRequest::_target() const {
-  return state_->registered().target;
+  return state_->registration->current().target;
 }
 void APIRequest::set_target(void* target) {
-  guarded([&](State& state) { state.callback.target = target; });
+  state_->registration->set(&CallbackTriple::target, target);
 }
 
 Operation APIRequest::_finishedSelector() const {
-  return state_->registered().finished;
+  return state_->registration->current().finished;
 }
 void APIRequest::set_finishedSelector(Operation finished) {
-  guarded([&](State& state) { state.callback.finished = finished; });
+  state_->registration->set(&CallbackTriple::finished, finished);
 }
 
 Operation APIRequest::_failedSelector() const {
-  return state_->registered().failed;
+  return state_->registration->current().failed;
 }
 void APIRequest::set_failedSelector(Operation failed) {
-  guarded([&](State& state) { state.callback.failed = failed; });
+  state_->registration->set(&CallbackTriple::failed, failed);
 }
 
 } // namespace quarnet

@@ -26,7 +26,8 @@ namespace quarnet {
 class QUARNET_EXPORT APIRequest {
 public:
   APIRequest();
-  /// A call that is under way is completed and delivered all the same.
+  /// A call that is under way is completed and delivered all the same, so a target that dies with
+  /// its request is to be taken back before.
   ~APIRequest();
   APIRequest(APIRequest&&) noexcept;
   APIRequest& operator=(APIRequest&&) noexcept;
@@ -46,9 +47,12 @@ public:
                                                            HttpMethod method,
                                                            std::optional<Error>* error);
 
-  /// Who hears how asynchronous calls end. The target is not owned: keep it alive until its
-  /// callback has run. What is registered when an answer arrives counts, not what was when the call
-  /// was sent.
+  /// Who hears how asynchronous calls end. What is registered when an answer arrives counts, not
+  /// what was when the call was sent.
+  ///
+  /// The target is not owned. Before it dies, call setDelegateFinishedFailed(nullptr, nullptr,
+  /// nullptr) or register another one, on the main thread, inside a callback if you like: an answer
+  /// that has arrived for it but was not delivered yet is then told to nobody.
   template <class T>
   void setDelegateFinishedFailed(T* target, std::type_identity_t<Method<T>> finished,
                                  std::type_identity_t<Method<T>> failed) {

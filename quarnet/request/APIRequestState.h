@@ -1,5 +1,6 @@
 #pragma once
 
+#include "quarnet/core/Registration.h"
 #include "quarnet/request/APIRequest.h"
 
 #include <mutex>
@@ -16,19 +17,13 @@ struct __attribute__((visibility("hidden"))) APIRequest::State {
   std::optional<platform::HttpResponse> response;
   Text result;
   std::optional<HttpHeader> httpHeader;
-  CallbackTriple callback;
+  const std::shared_ptr<Registration> registration = std::make_shared<Registration>();
 
   /// Takes the outcome of an asynchronous call and passes it on to who is registered.
   void answered(platform::HttpResult answer);
   void report(platform::HttpResult answer);
   /// Reports a call that the memory was too small for.
   void failForMemory();
-
-  /// The registration as it stands now.
-  CallbackTriple registered() {
-    const std::lock_guard lock(mutex);
-    return callback;
-  }
 };
 
 } // namespace quarnet

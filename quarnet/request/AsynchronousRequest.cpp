@@ -30,8 +30,7 @@ void APIRequest::State::answered(HttpResult answer) {
 }
 
 void APIRequest::State::failForMemory() {
-  const CallbackTriple told = registered();
-  deliver(told.target, told.failed, resultDictionary("0", kNotEnoughMemory, ""));
+  deliver(registration, &CallbackTriple::failed, resultDictionary("0", kNotEnoughMemory, ""));
 }
 
 void APIRequest::State::report(HttpResult answer) {
@@ -44,9 +43,9 @@ void APIRequest::State::report(HttpResult answer) {
     const std::lock_guard lock(mutex);
     result = text;
   }
-  const CallbackTriple told = registered();
-  const auto fail = [&told](Text code, Text message) {
-    deliver(told.target, told.failed, resultDictionary(std::move(code), std::move(message), ""));
+  const auto fail = [this](Text code, Text message) {
+    deliver(registration, &CallbackTriple::failed,
+            resultDictionary(std::move(code), std::move(message), ""));
   };
 
   if (answer.error) return fail(statusText, std::move(text));
@@ -55,7 +54,8 @@ void APIRequest::State::report(HttpResult answer) {
   if (status != 200) return fail(statusText, std::move(text));
   // A success writes the line twice, which is how the two are told apart in a log.
   log(kDataReceived);
-  deliver(told.target, told.finished, resultDictionary(statusText, "", std::move(text)));
+  deliver(registration, &CallbackTriple::finished,
+          resultDictionary(statusText, "", std::move(text)));
 }
 
 void APIRequest::aSyncRequest(RequestBundle& bundle) {
@@ -70,9 +70,8 @@ void APIRequest::start(RequestBundle& bundle) {
   std::optional<Error> failure;
   _requestError(bundle, &failure);
   if (failure) {
-    const CallbackTriple told = state_->registered();
-    deliver(told.target, told.failed, resultDictionary("", failure->description, ""));
-    return;
+    return deliver(state_->registration, &CallbackTriple::failed,
+                   resultDictionary("", failure->description, ""));
   }
   setReceivedData(Data());
   Platform::current().httpClient->sendAsynchronously(
