@@ -6,10 +6,12 @@
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/oauth/TokenRequest.h"
+#include "quarnet/platform/LogPieces.h"
 #include "quarnet/platform/Platform.h"
 
 namespace quarnet {
 
+using platform::harmless;
 using platform::log;
 using platform::Platform;
 using platform::Toolkit;
@@ -29,6 +31,11 @@ constexpr SchemeRewrite kSchemeRewrites[] = {
     {"oauth://", 7, "http://"},
 };
 
+void logAddress(std::string_view title, std::string_view url) {
+  const auto [origin, rest] = platform::addressPieces(url);
+  log(harmless(title), origin, rest);
+}
+
 /// The page that belongs into the system's browser.
 bool isPortalPage(std::string_view url) {
   return url.starts_with(std::string("https://").append(VORNEL_URL_OAUTH_REDIRECT_URL).append("?"));
@@ -38,35 +45,32 @@ bool isPortalPage(std::string_view url) {
 
 std::string OAuthClient::getOAuthorizationUrl() {
   const OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
-  std::string url(VORNEL_URL_OAUTH_AUTHEN);
-  url += '?' + addressPair(VORNEL_OAUTH_CLIENT_ID, manager.clientId());
-  url += '&' + addressPair(VORNEL_OAUTH_RESPONSE_TYPE, manager.response_type());
-  url += '&' + addressPair(VORNEL_OAUTH_SCOPE, manager.scope());
-  url += '&' + addressPair(VORNEL_OAUTH_REDIRECT_URI, manager.redirect_uri());
-  log("OAuth Athorization URL : ", url);
-  return url;
+  return loggedAddress("OAuth Athorization URL : ", VORNEL_URL_OAUTH_AUTHEN,
+                       {{VORNEL_OAUTH_CLIENT_ID, manager.clientId()},
+                        {VORNEL_OAUTH_RESPONSE_TYPE, manager.response_type()},
+                        {VORNEL_OAUTH_SCOPE, manager.scope()},
+                        {VORNEL_OAUTH_REDIRECT_URI, manager.redirect_uri()}});
 }
 
 std::string OAuthClient::getOAccessTokenUrl() {
   const OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
-  std::string url(VORNEL_URL_OAUTH_ACCESS);
-  url += '?' + addressPair(VORNEL_OAUTH_CLIENT_ID, manager.clientId());
-  url += '&' + addressPair(VORNEL_OAUTH_SCOPE, manager.scope());
-  url += '&' + addressPair(VORNEL_OAUTH_REDIRECT_URI, manager.redirect_uri());
-  url += '&' + addressPair(VORNEL_OAUTH_CLIENT_SECRET, manager.clientSecret());
-  url += '&' + addressPair(VORNEL_OAUTH_CODE, manager.code());
-  url += '&' + addressPair(VORNEL_OAUTH_GRANT_TYPE, manager.grant_type());
-  log("OAuth AccessToken URL : ", url);
-  return url;
+  return loggedAddress("OAuth AccessToken URL : ", VORNEL_URL_OAUTH_ACCESS,
+                       {{VORNEL_OAUTH_CLIENT_ID, manager.clientId()},
+                        {VORNEL_OAUTH_SCOPE, manager.scope()},
+                        {VORNEL_OAUTH_REDIRECT_URI, manager.redirect_uri()},
+                        {VORNEL_OAUTH_CLIENT_SECRET, manager.clientSecret()},
+                        {VORNEL_OAUTH_CODE, manager.code()},
+                        {VORNEL_OAUTH_GRANT_TYPE, manager.grant_type()}});
 }
 
 bool OAuthClient::webViewShouldStartLoadWithRequestNavigationType(platform::WebView&,
                                                                   const std::string& url, int) {
-  log("-[OAuthClient webView:shouldStartLoadWithRequest:navigationType:], URL : ", url);
+  logAddress("-[OAuthClient webView:shouldStartLoadWithRequest:navigationType:], URL : ", url);
   for (const auto& [scheme, compared, replacement] : kSchemeRewrites) {
     if (!sameIgnoringCase(std::string_view(url).substr(0, compared), scheme)) continue;
     const std::string rewritten = std::string(replacement) + url.substr(scheme.size());
-    log(scheme, "를 제거한 URL : ", rewritten);
+    const auto [origin, rest] = platform::addressPieces(rewritten);
+    log(harmless(scheme), "를 제거한 URL : ", origin, rest);
     if (const auto page = loginView()) page->load(rewritten);
     return false;
   }
@@ -84,7 +88,7 @@ void OAuthClient::webViewDidFailLoadWithError(platform::WebView&,
 
 void OAuthClient::webViewDidFinishLoad(platform::WebView& webView) {
   const std::string url(formatted(webView.currentUrl()));
-  log("요청 완료된 URL : ", url);
+  logAddress("요청 완료된 URL : ", url);
   // One address may be both: the exchange starts first, then the error is shown.
   if (url.find("access_complete_mobile") != std::string::npos) exchangeCode(url);
   if (url.find("error_description") != std::string::npos) showAuthorizationError(url);

@@ -5,12 +5,15 @@
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/oauth/TokenAnswer.h"
 #include "quarnet/oauth/TokenRequest.h"
+#include "quarnet/platform/LogPieces.h"
 #include "quarnet/platform/Platform.h"
 
 namespace quarnet {
 
 using platform::deliver;
+using platform::harmless;
 using platform::log;
+using platform::plainPiece;
 using platform::Platform;
 
 void OAuthClient::readUrl(const std::string& url) {
@@ -30,7 +33,7 @@ void OAuthClient::exchangeAnswered(const platform::HttpResult& answer) {
   } else if (!answer.error) {
     log("Nothing was downloaded.");
   } else {
-    log("Error = ", formatted(answer.error->description));
+    log("Error = ", harmless(formatted(answer.error->description)));
     deliver(registration_, &CallbackTriple::failed,
             resultDictionary("", answer.error->description, ""));
   }
@@ -42,10 +45,9 @@ void OAuthClient::parseData(const Data& answer) {
   log("accessToken : ", formatted(record.accessToken()));
   takeTokenAnswer(record, answer);
   log("accessToken : ", formatted(record.accessToken()));
-  log("Exfire Time : ", formatted(record.expiresIn()));
+  log("Exfire Time : ", plainPiece(formatted(record.expiresIn())));
   manager.saveOAuthInfo();
-  log("OAuth Info");
-  log(record.getWholeInfo());
+  record.writeToLog();
   // Posted before the application's callback, and so seen before it.
   Platform::current().mainThread->post([screen = shared_from_this()] { screen->closeLoginView(); });
 }

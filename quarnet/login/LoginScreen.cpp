@@ -8,6 +8,7 @@
 namespace quarnet {
 
 using platform::Color;
+using platform::harmless;
 using platform::log;
 using platform::Platform;
 using platform::Rect;
@@ -39,7 +40,7 @@ void OAuthClient::loginFinishedFailed(CallbackTriple callback) {
   const std::shared_ptr<Toolkit> toolkit = Platform::current().toolkit;
   const std::shared_ptr<View> window = toolkit ? toolkit->keyWindow() : nullptr;
   if (!window) {
-    return log("OAuthClient : there is no ", toolkit ? "key window" : "toolkit",
+    return log("OAuthClient : there is no ", harmless(toolkit ? "key window" : "toolkit"),
                ", the login screen cannot open");
   }
   const Rect bounds = window->frame();

@@ -10,13 +10,9 @@ namespace quarnet {
 using platform::log;
 
 void OAuthInfoManager::loginFinishedFailed(CallbackTriple callback) {
-  const auto logRecord = [this] {
-    log("OAuth Info");
-    log(oAuthInfo().getWholeInfo());
-  };
-  logRecord();
+  oAuthInfo().writeToLog();
   restoreOAuthInfo();
-  logRecord();
+  oAuthInfo().writeToLog();
   // An access token that is there decides, "(null)" and one that has expired included.
   if (!oAuthInfo().accessToken().value_or("").empty()) {
     if (reissueAccessToken()) {

@@ -1,8 +1,31 @@
 #include "quarnet/oauth/OAuthInfo.h"
 
 #include "quarnet/core/Text.h"
+#include "quarnet/platform/LogPieces.h"
+#include "quarnet/platform/Platform.h"
+
+#include <array>
 
 namespace quarnet {
+
+using platform::harmless;
+using platform::Log;
+using platform::plainPiece;
+
+namespace {
+
+/// getWholeInfo() in pieces, which lie in the fields.
+auto wholeInfo(const auto& fields) {
+  const auto secret = [](const Text& text) { return Log::Piece{.text = formatted(text)}; };
+  const auto plain = [](const Text& text) { return plainPiece(formatted(text)); };
+  return std::to_array<Log::Piece>(
+      {harmless("accessToken:"), secret(fields.accessToken), harmless("\nrefreshToken:"),
+       secret(fields.refreshToken), harmless("\nexpiresIn:"), plain(fields.expiresIn),
+       harmless("\nscope:"), plain(fields.scope), harmless("\nexpiresSystime:"),
+       plain(fields.expiresSystime), harmless("\n")});
+}
+
+} // namespace
 
 constinit std::atomic<OAuthInfo*> OAuthInfo::shared_ = nullptr;
 
@@ -56,16 +79,14 @@ void OAuthInfo::setExpiresSystime(Text expiresSystime) {
 
 std::string OAuthInfo::getWholeInfo() const {
   const Fields now = fields();
-  std::string text;
-  const auto line = [&text](std::string_view name, const Text& value) {
-    text.append(name).append(":").append(formatted(value)).append("\n");
-  };
-  line("accessToken", now.accessToken);
-  line("refreshToken", now.refreshToken);
-  line("expiresIn", now.expiresIn);
-  line("scope", now.scope);
-  line("expiresSystime", now.expiresSystime);
-  return text;
+  return Log::text(wholeInfo(now));
+}
+
+void OAuthInfo::writeToLog() const {
+  if (!platform::isLogOn()) return;
+  const Fields now = fields();
+  platform::log("OAuth Info");
+  platform::writeLine(wholeInfo(now));
 }
 
 OAuthInfo::Fields OAuthInfo::fields() const {

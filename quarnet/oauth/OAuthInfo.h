@@ -64,6 +64,7 @@ public:
   std::string getWholeInfo() const;
 
 private:
+  friend class OAuthClient;
   friend class OAuthInfoManager;
   friend void takeTokenAnswer(OAuthInfo& record, const Data& answer);
 
@@ -81,6 +82,8 @@ private:
 
   /// All fields as they stand at one moment.
   Fields fields() const;
+  /// Writes "OAuth Info" and getWholeInfo() to the log.
+  void writeToLog() const;
   /// What a logout leaves: empty tokens, lifetime "0"; scope and expiry instant stay.
   void clearTokens();
   Text read(Text Fields::*field) const;

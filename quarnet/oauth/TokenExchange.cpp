@@ -9,6 +9,7 @@
 namespace quarnet {
 
 using platform::deliver;
+using platform::harmless;
 using platform::HttpResult;
 using platform::log;
 using platform::Platform;
@@ -29,23 +30,19 @@ bool contains(const Text& text, std::string_view marker) {
 } // namespace
 
 std::string OAuthInfoManager::getAccessTokenReissueURL() {
-  std::string url(VORNEL_URL_OAUTH_ACCESS);
-  url += '?' + addressPair(VORNEL_OAUTH_CLIENT_ID, clientId());
-  url += '&' + addressPair(VORNEL_OAUTH_CLIENT_SECRET, clientSecret());
-  url += '&' + addressPair(VORNEL_OAUTH_REDIRECT_URI, redirect_uri());
-  url += '&' + addressPair(VORNEL_OAUTH_GRANT_TYPE, "refresh_token");
-  url += '&' + addressPair(VORNEL_OAUTH_SCOPE, scope());
-  url += '&' + addressPair(VORNEL_OAUTH_REFRESH_TOKEN, oAuthInfo().refreshToken());
-  log("OAuth RefreshToken URL : ", url);
-  return url;
+  return loggedAddress("OAuth RefreshToken URL : ", VORNEL_URL_OAUTH_ACCESS,
+                       {{VORNEL_OAUTH_CLIENT_ID, clientId()},
+                        {VORNEL_OAUTH_CLIENT_SECRET, clientSecret()},
+                        {VORNEL_OAUTH_REDIRECT_URI, redirect_uri()},
+                        {VORNEL_OAUTH_GRANT_TYPE, "refresh_token"},
+                        {VORNEL_OAUTH_SCOPE, scope()},
+                        {VORNEL_OAUTH_REFRESH_TOKEN, oAuthInfo().refreshToken()}});
 }
 
 std::string OAuthInfoManager::getRevokeTokenUrl() {
-  std::string url(VORNEL_URL_OAUTH_REVOKE);
-  url += '?' + addressPair(VORNEL_OAUTH_CLIENT_ID, clientId());
-  url += '&' + addressPair(VORNEL_OAUTH_TOKEN, oAuthInfo().accessToken());
-  log("OAuth RevokeToken URL : ", url);
-  return url;
+  return loggedAddress(
+      "OAuth RevokeToken URL : ", VORNEL_URL_OAUTH_REVOKE,
+      {{VORNEL_OAUTH_CLIENT_ID, clientId()}, {VORNEL_OAUTH_TOKEN, oAuthInfo().accessToken()}});
 }
 
 bool OAuthInfoManager::reissueAccessToken() {
@@ -90,7 +87,7 @@ void OAuthInfoManager::revocationAnswered(HttpResult result) {
     // The sign-in's error is what is looked at here, not the transport's: this is meant.
     log("Nothing was downloaded.");
   } else if (result.error) {
-    log("Error = ", formatted(result.error->description));
+    log("Error = ", harmless(formatted(result.error->description)));
     deliver(registration_, &CallbackTriple::failed,
             resultDictionary("", result.error->description, ""));
   }

@@ -5,11 +5,13 @@
 #include "quarnet/core/Text.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/oauth/TokenAnswer.h"
+#include "quarnet/platform/LogPieces.h"
 #include "quarnet/platform/Platform.h"
 
 namespace quarnet {
 
 using platform::log;
+using platform::plainPiece;
 using platform::Platform;
 
 void OAuthInfoManager::saveOAuthInfo() {
@@ -70,9 +72,8 @@ Dictionary OAuthInfoManager::getOAuthInfoDictionary() {
 void OAuthInfoManager::setOAuthInfoWithJSON(const Data& answer) {
   OAuthInfo& record = oAuthInfo();
   takeTokenAnswer(record, answer);
-  log("ExtTime : ", formatted(record.expiresIn()));
-  log("OAuth Info");
-  log(record.getWholeInfo());
+  log("ExtTime : ", plainPiece(formatted(record.expiresIn())));
+  record.writeToLog();
   saveOAuthInfo();
 }
 

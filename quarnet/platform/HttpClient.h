@@ -19,8 +19,8 @@ struct HttpResult {
   std::optional<HttpResponse> response;
   /// The body, or what had arrived of it when the transport failed.
   Data body;
-  /// Why the transport failed, always with a description; absent when a whole answer came, whatever
-  /// its status.
+  /// Why the transport failed, always with a description, which goes to the log as harmless and so
+  /// quotes no address, header field or body; absent when a whole answer came, whatever its status.
   std::optional<Error> error;
 };
 

@@ -10,13 +10,14 @@
 namespace quarnet {
 
 using platform::deliver;
+using platform::harmless;
 using platform::HttpResult;
 using platform::log;
 using platform::Platform;
 
 namespace {
 
-constexpr std::string_view kDataReceived = "APIRequest async data received";
+constexpr char kDataReceived[] = "APIRequest async data received";
 
 } // namespace
 
@@ -36,7 +37,7 @@ void APIRequest::State::failForMemory() {
 void APIRequest::State::report(HttpResult answer) {
   const long status = answer.response ? answer.response->statusCode : 0;
   const std::string statusText = std::to_string(status);
-  log(statusText);
+  log(harmless(statusText));
   const bool isEmpty = answer.body.empty();
   Text text = utf8Text(std::move(answer.body));
   {

@@ -13,6 +13,7 @@
 
 namespace quarnet {
 
+using platform::harmless;
 using platform::HttpRequest;
 using platform::HttpResult;
 using platform::log;
@@ -62,7 +63,7 @@ Text APIRequest::encryptParamSwapKeyError(const Text& parameters, Text* swapKey,
   if (swapKey != nullptr) *swapKey = newKey;
 
   std::string body = "swap_key=" + newKey + "&client_id=" + *clientId;
-  log("payload : ", body);
+  log("payload : ", harmless(body));
   const HttpResult answer =
       Platform::current().httpClient->sendSynchronously(keyRequest(std::move(body)));
   if (answer.error) {
@@ -75,10 +76,13 @@ Text APIRequest::encryptParamSwapKeyError(const Text& parameters, Text* swapKey,
   const std::optional<Json> json = Json::parse(answer.body);
   if (platform::isLogOn()) log("response : ", json ? json->text() : "(null)");
   const Json* keyBody = json ? json->member("body") : nullptr;
+  const Text key = stringMember(keyBody, "key");
   const std::string encrypted = hexEncode(AES256EncryptWithKeyIvectorData(
-      stringMember(keyBody, "key"), stringMember(keyBody, "iv"),
+      key, stringMember(keyBody, "iv"),
       parameters ? std::string_view(*parameters) : std::string_view()));
-  log("encryptedString : ", encrypted);
+  // Under a key that is missing or cut off, the ciphertext is as good as the parameters themselves.
+  const bool isHidden = key && key->size() >= CipherKey().size();
+  log("encryptedString : ", platform::Log::Piece{.text = encrypted, .isHarmless = isHidden});
   return encrypted;
 }
 

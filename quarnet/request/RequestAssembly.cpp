@@ -5,18 +5,23 @@
 #include "quarnet/core/StringUtil.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/oauth/OAuthInfo.h"
+#include "quarnet/platform/LogPieces.h"
 #include "quarnet/platform/Platform.h"
 #include "quarnet/platform/glib/UniqueString.h"
 #include "quarnet/request/APIRequest.h"
 #include "quarnet/request/Multipart.h"
 
+#include <algorithm>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 namespace quarnet {
 
+using platform::harmless;
 using platform::HttpRequest;
 using platform::log;
+using platform::Log;
 
 namespace {
 
@@ -94,7 +99,7 @@ void setUpload(HttpRequest& request, const RequestBundle& bundle) {
   request.headerFields.set("Content-Type", "multipart/form-data; boundary=" + boundary);
   Multipart multipart =
       makeMultipart(boundary, formatted(bundle.uploadFileKey()), *bundle.uploadFilePath());
-  log("photo size : ", std::to_string(multipart.fileSize));
+  log("photo size : ", harmless(std::to_string(multipart.fileSize)));
   request.body = std::make_shared<const Data>(std::move(multipart.body));
 }
 
@@ -118,12 +123,17 @@ void addKeyAndTokens(HttpRequest& request, const Text& swapKey, std::optional<Er
 
 void logHeaderFields(const HttpRequest& request) {
   if (!platform::isLogOn()) return;
-  std::string text = "{";
+  const std::string_view open[] = {"Content-Type",         "Content-Length", "swap_key",
+                                   VORNEL_OAUTH_CLIENT_ID, "Accept",         "Accept-Encoding"};
+  std::vector<Log::Piece> line = {harmless("HTTPHeaderFields : {")};
   for (std::size_t i = 0; i < request.headerFields.size(); ++i) {
-    if (i > 0) text += ", ";
-    text += request.headerFields[i].line;
+    const auto [name, value, whole] = request.headerFields[i];
+    const bool isOpen = std::ranges::find(open, name) != std::end(open);
+    line.insert(line.end(), {harmless(i > 0 ? ", " : ""), harmless(name), harmless(": "),
+                             Log::Piece{.text = value, .isHarmless = isOpen}});
   }
-  log("HTTPHeaderFields : ", text, "}");
+  line.push_back(harmless("}"));
+  platform::writeLine(line);
 }
 
 } // namespace
@@ -191,12 +201,13 @@ void APIRequest::setHeaderErr(const Text& swapKey, std::optional<Error>* error) 
 
 Text APIRequest::urlConverter(const RequestBundle& bundle) {
   const std::size_t count = bundle.parameters() ? bundle.parameters()->size() : 0;
-  log("URL : ", formatted(bundle.url()));
-  log("paramSize : ", std::to_string(count));
+  const auto [origin, rest] = platform::addressPieces(formatted(bundle.url()));
+  log("URL : ", origin, rest);
+  log("paramSize : ", harmless(std::to_string(count)));
   if (count == 0) return bundle.url();
   std::string url(formatted(bundle.url()));
   url.append("?").append(*StringUtil::getQueryStringFromDictionary(bundle.parameters()));
-  log("ENCODED URL : [", url, "]");
+  log("ENCODED URL : [", origin, std::string_view(url).substr(origin.text.size()), "]");
   return url;
 }
 

@@ -1,6 +1,5 @@
 #include "quarnet/platform/curl/Redirect.h"
 
-#include <algorithm>
 #include <array>
 #include <curl/curl.h>
 #include <memory>
@@ -60,8 +59,7 @@ Text addressProblem(const std::string& url) {
   if (url.find('\0') != std::string::npos) return "The address holds a zero byte";
   const char* text = url.c_str();
   if (strncasecmp(text, "http://", 7) != 0 && strncasecmp(text, "https://", 8) != 0) {
-    return "The address is neither an http nor an https one: " +
-           url.substr(0, std::min<std::size_t>(url.find('?'), 100));
+    return "The address is neither an http nor an https one";
   }
   return std::nullopt;
 }

@@ -28,7 +28,8 @@ ServerTrust::ServerTrust(const std::string& certificateFile, std::vector<std::st
   GError* error = nullptr;
   authorities_ = g_tls_certificate_list_new_from_file(certificateFile.c_str(), &error);
   if (error == nullptr) return;
-  log("Cannot read the certificate file ", certificateFile, ": ", ErrorRef(error)->message);
+  log("Cannot read the certificate file ", harmless(certificateFile), ": ",
+      harmless(ErrorRef(error)->message));
 }
 
 ServerTrust::~ServerTrust() {

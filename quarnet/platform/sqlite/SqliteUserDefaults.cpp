@@ -65,7 +65,7 @@ public:
       // One line for a file that cannot be read, not one for each of its values.
       if (std::exchange(readFailed_, true)) return std::nullopt;
     }
-    log("user defaults cannot be read : ", failure);
+    log("user defaults cannot be read : ", harmless(failure));
     return std::nullopt;
   }
 
@@ -84,7 +84,7 @@ public:
         return;
       }
     }
-    log("user defaults cannot be saved : ", failure);
+    log("user defaults cannot be saved : ", harmless(failure));
   }
 
 private:

@@ -1,0 +1,78 @@
+#include "tests/login/LoginTest.h"
+
+namespace quarnet::test {
+namespace {
+
+using sandbox::Misbehaviour;
+using ::testing::HasSubstr;
+
+TEST_F(LoginTest, ARedactedSessionShowsNoSecretAndAllElse) {
+  // "Zq7" is in every secret, behind all that could be taken for its end.
+  const std::string secret =
+      R"('x'Zq7%22x%22Zq7","scope":"Zq7\"Zq7\\u0022&scope=Zq7#?Zq7, Accept: Zq7; {"a":	"Zq7"})";
+  platform::Platform services = platform::Platform::current();
+  services.log = std::make_shared<platform::RedactingLog>(log_);
+  platform::Platform::install(std::move(services));
+
+  // A reissue that is refused, and a sign-in.
+  record_.setAccessToken(secret);
+  record_.setRefreshToken(secret);
+  manager_.setClientSecret(secret);
+  manager_.saveOAuthInfo();
+  manager_.loginFinishedFailed(&app_, &Callbacks::finished, &Callbacks::failed);
+  toolkit_->advance(500ms);
+  server().misbehave("*", Misbehaviour::body(R"({"access_token":"Zq7\"Zq7",
+      "refresh_token":["{\"access_token\":\t\"Zq7\"}"],"expires_in":"3600\"Zq7",
+      "scope":{"\\u0061ccess_token":"Zq7"},"body":{"key":"Zq7","iv":"Zq7"}})"));
+  const auto page = toolkit_->webView();
+  for (const char* url : {"HTTP://h:80/Zq7", "https://h?Zq7", "https://u:Zq7@h/", "https://h\\Zq7",
+                          "https://h:Zq7/", "about:Zq7", "Zq7://h/"})
+    page->navigate(url);
+  page->fail({.description = secret, .userInfo = secret});
+  page->finish(completionUrl(secret));
+  ASSERT_TRUE(app_.waitFor(1));
+
+  // Calls.
+  APIRequest request;
+  RequestBundle bundle;
+  std::optional<Error> error;
+  bundle.setUrl(apiUrl("/Zq7"));
+  bundle.setParameters(Parameters{{"Zq7", secret}});
+  bundle.setPayload(secret);
+  request.urlConverter(bundle);
+  request.requestHTTPMethodError(bundle, HttpMethod::GET, &error);
+  request.setDelegateFinishedFailed(&app_, &Callbacks::finished, &Callbacks::failed);
+  request.aSyncRequestHTTPMethod(bundle, HttpMethod::POST);
+  ASSERT_TRUE(app_.waitFor(2));
+  bundle.setUploadFilePath(makeFile("Zq7", secret));
+  bundle.setUploadFileKey("Zq7");
+  request.requestURLHTTPMethodError(bundle, "Zq7://h", HttpMethod::PUT, &error);
+
+  // A reissue that succeeds, a log-out that is refused and one that is not answered.
+  manager_.reissueAccessToken();
+  manager_.logout();
+  manager_.setError(secret);
+  server().misbehave("*", Misbehaviour::reset());
+  manager_.logoutFinishedFailed(&app_, &Callbacks::finished, &Callbacks::failed);
+  ASSERT_TRUE(app_.waitFor(3));
+
+  std::string shown;
+  for (const std::string& line : log_->lines())
+    shown += line + '\n';
+  EXPECT_EQ(shown.find("Zq7"), std::string::npos) << shown;
+  for (const std::string& rest :
+       {"OAuth RefreshToken URL : " +
+            apiUrl("/oauth/token?client_id=demo-client&client_secret=***&redirect_uri=about:blank"
+                   "&grant_type=refresh_token&scope=profile&refresh_token=***\n"),
+        std::string("&client_secret=***&code=***&grant_type=authorization_code\n"),
+        std::string("accessToken:***\nrefreshToken:***\nexpiresIn:(null)\nscope:(null)\n"),
+        std::string("URL : HTTP://h:80***\n"), std::string("URL : https://h***\n"),
+        std::string("{Content-Type: application/json, swap_key: 1700000000250, client_id: "
+                    "demo-client, access_token: ***, refresh_token: ***, Accept: "),
+        std::string("\n401\nAPIRequest async data received\nphoto size : 84\n"),
+        "Error = " + app_.heard.back().result.at("RM")})
+    EXPECT_THAT(shown, HasSubstr(rest));
+}
+
+} // namespace
+} // namespace quarnet::test
