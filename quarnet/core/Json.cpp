@@ -1,36 +1,208 @@
 #include "quarnet/core/Json.h"
 
-#include "quarnet/core/OfThread.h"
+#include "quarnet/core/TextScan.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <simdjson.h>
+#include <vector>
 
 namespace quarnet {
-
-namespace ondemand = simdjson::ondemand;
-
 namespace {
 
-constexpr int kMaxDepth = 500;
-constexpr std::size_t kMaxSize = std::size_t{1} << 20;
-constexpr std::size_t kShortSize = std::size_t{4} << 10;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-std::string decimalText(double number) {
-  char text[64];
-  const double size = std::fabs(number);
-  // Written out in full where a person would: 1e5 seconds are "100000".
-  const auto format = size == 0 || (size >= 1e-5 && size < 1e17) ? std::chars_format::fixed
-                                                                 : std::chars_format::general;
-  const auto end = std::to_chars(text, text + sizeof(text), number, format).ptr;
-  return {text, end};
+bool isBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
-bool isInteger(std::string_view token) {
-  if (token.starts_with('-')) token.remove_prefix(1);
-  if (token.empty() || (token.size() > 1 && token.front() == '0')) return false;
-  return token.find_first_not_of("0123456789") == std::string_view::npos;
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+// The size of the token that `text` starts with, or 0 when it is malformed. For valid UTF-8.
+
+std::size_t stringSize(std::string_view text) {
+  for (std::size_t i = 1; i < text.size(); ++i) {
+    const char c = text[i];
+    if (c == '"') return i + 1;
+    if (static_cast<unsigned char>(c) < 0x20) return 0;
+    if (c != '\\') continue;
+    if (++i == text.size()) return 0;
+    if (text[i] == 'u') {
+      const std::string_view hex = text.substr(i + 1, 4);
+      if (hex.size() < 4 || hex.find_first_not_of("0123456789abcdefABCDEF") != hex.npos) return 0;
+      i += 4;
+    } else if (std::string_view("\"\\/bfnrt").find(text[i]) == std::string_view::npos) {
+      return 0;
+    }
+  }
+  return 0;
+}
+
+std::size_t numberSize(std::string_view text) {
+  std::size_t size = text.starts_with('-') ? 1 : 0;
+  // False without a digit.
+  const auto passDigits = [&] {
+    const std::size_t start = size;
+    while (size < text.size() && isDigit(text[size]))
+      ++size;
+    return size > start;
+  };
+  const auto passAny = [&](std::string_view of) {
+    if (size == text.size() || of.find(text[size]) == std::string_view::npos) return false;
+    ++size;
+    return true;
+  };
+  if (!passAny("0") && !passDigits()) return 0;
+  if (passAny(".") && !passDigits()) return 0;
+  if (!passAny("eE")) return size;
+  passAny("+-");
+  return passDigits() ? size : 0;
+}
+
+std::size_t tokenSize(std::string_view text) {
+  const char c = text.front();
+  if (c == '"') return stringSize(text);
+  if (c == ',' || c == ':' || c == '{' || c == '}' || c == '[' || c == ']') return 1;
+  for (const std::string_view literal : {"true", "false", "null"}) {
+    if (text.starts_with(literal)) return literal.size();
+  }
+  return numberSize(text);
+}
+
+/// Takes a text apart, blanks dropped.
+class Tokens {
+public:
+  explicit Tokens(std::string_view text) : rest_(text) {}
+
+  /// Empty at the text's end and where it is malformed, for good.
+  std::string_view next() {
+    while (!rest_.empty() && isBlank(rest_.front()))
+      rest_.remove_prefix(1);
+    const std::string_view token = rest_.substr(0, rest_.empty() ? 0 : tokenSize(rest_));
+    rest_.remove_prefix(token.size());
+    return token;
+  }
+
+  /// The next value as a whole, containers included. For valid JSON.
+  std::string_view nextValue() {
+    const std::string_view first = next();
+    std::size_t depth = 0;
+    for (char c = first.front();; c = next().front()) {
+      if (c == '{' || c == '[') ++depth;
+      if (c == '}' || c == ']') --depth;
+      if (depth == 0) {
+        return {first.data(), static_cast<std::size_t>(rest_.data() - first.data())};
+      }
+    }
+  }
+
+  bool atEnd() const { return rest_.empty(); }
+
+private:
+  std::string_view rest_;
+};
+
+bool isValid(std::string_view text) {
+  if (!isUtf8(text)) return false;
+  Tokens tokens(text);
+  std::vector<bool> isObject; // one bit for each container that is open
+  // What was last: a mark, 'n' for a name or 'v' for a whole value.
+  char last = ':';
+  for (std::string_view token = tokens.next(); !token.empty(); token = tokens.next()) {
+    const char c = token.front();
+    const bool inObject = !isObject.empty() && isObject.back();
+    const bool isNewItem = last == '{' || last == '[' || last == ',';
+    const bool isName = isNewItem && inObject && c == '"';
+    const bool mayBeValue = last == ':' || (isNewItem && !inObject);
+    if (c == ':') {
+      if (last != 'n') return false;
+      last = c;
+    } else if (c == ',') {
+      if (last != 'v' || isObject.empty()) return false;
+      last = c;
+    } else if (c == '}' || c == ']') {
+      if (isObject.empty() || inObject != (c == '}')) return false;
+      if (last != 'v' && last != (inObject ? '{' : '[')) return false;
+      isObject.pop_back();
+      last = 'v';
+    } else if (!isName && !mayBeValue) {
+      return false;
+    } else if (c == '{' || c == '[') {
+      isObject.push_back(c == '{');
+      last = c;
+    } else {
+      last = isName ? 'n' : 'v';
+    }
+  }
+  return tokens.atEnd() && last == 'v' && isObject.empty();
+}
+
+void appendUtf8(std::string& out, unsigned code) {
+  const auto continuation = [&](unsigned shift) {
+    return static_cast<char>(0x80 | (code >> shift & 0x3F));
+  };
+  if (code < 0x80) {
+    out += static_cast<char>(code);
+  } else if (code < 0x800) {
+    out += {static_cast<char>(0xC0 | code >> 6), continuation(0)};
+  } else if (code < 0x10000) {
+    out += {static_cast<char>(0xE0 | code >> 12), continuation(6), continuation(0)};
+  } else {
+    out +=
+        {static_cast<char>(0xF0 | code >> 18), continuation(12), continuation(6), continuation(0)};
+  }
+}
+
+/// The code unit of the "\uXXXX" that `text` starts with; 0 when it does not.
+unsigned unitAt(std::string_view text) {
+  unsigned unit = 0;
+  if (text.starts_with("\\u")) std::from_chars(text.data() + 2, text.data() + 6, unit, 16);
+  return unit;
+}
+
+/// Decodes the "\uXXXX" that `text` starts with, together with the other half of a pair, and
+/// returns what size they had.
+std::size_t appendUnits(std::string& out, std::string_view text) {
+  constexpr std::size_t kSize = 6;
+  const unsigned first = unitAt(text);
+  const unsigned second = unitAt(text.substr(kSize));
+  const auto isHalf = [](unsigned unit, unsigned from) {
+    return unit >= from && unit < from + 0x400;
+  };
+  if (isHalf(first, 0xD800) && isHalf(second, 0xDC00)) {
+    appendUtf8(out, 0x10000 + ((first - 0xD800) << 10) + (second - 0xDC00));
+    return 2 * kSize;
+  }
+  appendUtf8(out, isHalf(first, 0xD800) || isHalf(first, 0xDC00) ? 0xFFFD : first);
+  return kSize;
+}
+
+/// What stands between the quotes, escapes undone.
+std::string unquoted(std::string_view token) {
+  std::string text;
+  text.reserve(token.size()); // grows never: a secret is to leave no copy
+  token = token.substr(1, token.size() - 2);
+  while (true) {
+    const std::size_t escape = std::min(token.find('\\'), token.size());
+    text += token.substr(0, escape);
+    token.remove_prefix(escape);
+    if (token.empty()) return text;
+    constexpr std::string_view kLetters = "bfnrt";
+    const std::size_t letter = kLetters.find(token[1]);
+    if (token[1] == 'u') {
+      token.remove_prefix(appendUnits(text, token));
+    } else {
+      text += letter == std::string_view::npos ? token[1] : "\b\f\n\r\t"[letter];
+      token.remove_prefix(2);
+    }
+  }
+}
+
+bool isText(std::string_view token, std::string_view text) {
+  const std::string_view asWritten = token.substr(1, token.size() - 2);
+  return asWritten.find('\\') == asWritten.npos ? asWritten == text : unquoted(token) == text;
 }
 
 void appendQuoted(std::string& out, std::string_view text) {
@@ -38,12 +210,14 @@ void appendQuoted(std::string& out, std::string_view text) {
   out += '"';
   for (const char c : text) {
     if (c == '"' || c == '\\') {
-      out += '\\';
-      out += c;
+      out += {'\\', c};
     } else if (static_cast<unsigned char>(c) < 0x20) {
-      out += "\\u00";
-      out += kHex[static_cast<std::size_t>(c) >> 4];
-      out += kHex[static_cast<std::size_t>(c) & 15];
+      out += {'\\',
+              'u',
+              '0',
+              '0',
+              kHex[static_cast<std::size_t>(c) >> 4],
+              kHex[static_cast<std::size_t>(c) & 15]};
     } else {
       out += c;
     }
@@ -51,154 +225,78 @@ void appendQuoted(std::string& out, std::string_view text) {
   out += '"';
 }
 
-} // namespace
-
-/// Reads values depth first; false as soon as anything is not valid JSON.
-struct JsonReader {
-  static bool readObject(ondemand::object object, Json& out, int depth) {
-    out.kind_ = Json::Kind::object;
-    for (auto field : object) {
-      std::string_view name;
-      ondemand::value value;
-      if (field.unescaped_key().get(name) != simdjson::SUCCESS) return false;
-      Json& member = out.members_.emplace_back(name, Json()).second;
-      if (field.value().get(value) != simdjson::SUCCESS) return false;
-      if (!read(value, member, depth)) return false;
-    }
-    return true;
-  }
-
-  static bool readArray(ondemand::array array, Json& out, int depth) {
-    out.kind_ = Json::Kind::array;
-    for (auto element : array) {
-      ondemand::value value;
-      Json& item = out.members_.emplace_back().second;
-      if (element.get(value) != simdjson::SUCCESS || !read(value, item, depth)) return false;
-    }
-    return true;
-  }
-
-  static bool readNumber(ondemand::value value, Json& out) {
-    std::string_view token = value.raw_json_token();
-    token = token.substr(0, token.find_last_not_of(" \t\r\n") + 1);
-    out.token_ = token;
-    ondemand::number number;
-    if (value.get_number().get(number) != simdjson::SUCCESS) {
-      // An integer beyond 64 bits is still a number: its digits are its text.
-      if (!isInteger(token)) return false;
-      out.text_ = token;
-    } else {
-      out.text_ = number.is_double() ? decimalText(number.get_double()) : std::string(token);
-    }
-    return true;
-  }
-
-  static bool readString(ondemand::value value, Json& out) {
-    out.kind_ = Json::Kind::string;
-    std::string_view text;
-    if (value.get_string().get(text) != simdjson::SUCCESS) return false;
-    out.text_ = text;
-    return true;
-  }
-
-  static bool readBoolean(ondemand::value value, Json& out) {
-    bool truth = false;
-    if (value.get_bool().get(truth) != simdjson::SUCCESS) return false;
-    out.text_ = truth ? "1" : "0";
-    out.token_ = truth ? "true" : "false";
-    return true;
-  }
-
-  static bool readNull(ondemand::value value, Json& out) {
-    if (!value.is_null()) return false;
-    out.text_ = "<null>";
-    out.token_ = "null";
-    return true;
-  }
-
-  static bool read(ondemand::value value, Json& out, int depth) {
-    ondemand::json_type type;
-    if (depth >= kMaxDepth || value.type().get(type) != simdjson::SUCCESS) return false;
-    switch (type) {
-    case ondemand::json_type::object: {
-      ondemand::object object;
-      return value.get_object().get(object) == simdjson::SUCCESS &&
-             readObject(object, out, depth + 1);
-    }
-    case ondemand::json_type::array: {
-      ondemand::array array;
-      return value.get_array().get(array) == simdjson::SUCCESS && readArray(array, out, depth + 1);
-    }
-    case ondemand::json_type::number:
-      return readNumber(value, out);
-    case ondemand::json_type::string:
-      return readString(value, out);
-    case ondemand::json_type::boolean:
-      return readBoolean(value, out);
-    case ondemand::json_type::null:
-      return readNull(value, out);
-    }
-    return false;
-  }
-};
-
-std::optional<Json> Json::parse(std::string_view bytes) {
-  if (bytes.size() > kMaxSize) return std::nullopt;
-  if (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
-  const simdjson::padded_string padded(bytes);
-  // Making a parser's buffers costs more than reading a short document; a long one's are not kept.
-  ondemand::parser own;
-  ondemand::parser* const kept = ofThread<ondemand::parser>();
-  ondemand::parser& parser = kept != nullptr && bytes.size() <= kShortSize ? *kept : own;
-  ondemand::document document;
-  ondemand::object object;
-  if (parser.iterate(padded).get(document) != simdjson::SUCCESS) return std::nullopt;
-  if (document.get_object().get(object) != simdjson::SUCCESS) return std::nullopt;
-  Json json;
-  if (!JsonReader::readObject(object, json, 0)) return std::nullopt;
-  // Nothing may follow the object.
-  if (document.current_location().error() != simdjson::OUT_OF_BOUNDS) return std::nullopt;
-  return json;
-}
-
-const Json* Json::member(std::string_view name) const {
-  if (kind_ != Kind::object) return nullptr;
-  for (auto entry = members_.rbegin(); entry != members_.rend(); ++entry) {
-    if (entry->first == name) return &entry->second;
-  }
-  return nullptr;
-}
-
-std::string Json::text() const {
-  if (kind_ == Kind::string || kind_ == Kind::scalar) return text_;
+std::string compact(std::string_view container) {
   std::string out;
-  appendCompact(out);
+  out.reserve(container.size());
+  Tokens tokens(container);
+  for (std::string_view token = tokens.next(); !token.empty(); token = tokens.next()) {
+    if (token.front() == '"') {
+      appendQuoted(out, unquoted(token));
+    } else {
+      out += token;
+    }
+  }
   return out;
 }
 
-void Json::appendCompact(std::string& out) const {
-  if (kind_ == Kind::string) return appendQuoted(out, text_);
-  if (kind_ == Kind::scalar) {
-    out += token_;
-    return;
-  }
-  const bool isObject = kind_ == Kind::object;
-  out += isObject ? '{' : '[';
-  bool first = true;
-  for (const auto& [name, value] : members_) {
-    if (!std::exchange(first, false)) out += ',';
-    if (isObject) {
-      appendQuoted(out, name);
-      out += ':';
-    }
-    value.appendCompact(out);
-  }
-  out += isObject ? '}' : ']';
+/// Written out in full where a person would: 1e5 seconds are "100000".
+std::string decimalText(std::string_view token) {
+  if (token.find_first_of(".eE") == std::string_view::npos) return std::string(token);
+  double number = 0;
+  const auto read = std::from_chars(token.data(), token.data() + token.size(), number);
+  if (read.ec != std::errc() || !std::isfinite(number)) return std::string(token);
+  char text[64];
+  const double size = std::fabs(number);
+  const auto format = size == 0 || (size >= 1e-5 && size < 1e17) ? std::chars_format::fixed
+                                                                 : std::chars_format::general;
+  const auto end = std::to_chars(text, text + sizeof(text), number, format).ptr;
+  return {text, end};
 }
 
-Text memberText(const Json* object, std::string_view name) {
-  const Json* value = object == nullptr ? nullptr : object->member(name);
-  return value == nullptr ? Text() : Text(value->text());
+} // namespace
+
+std::optional<Json> Json::parse(std::string_view text) {
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+  if (!isValid(text)) return std::nullopt;
+  const Json value(Tokens(text).nextValue());
+  return value.value_.front() == '{' ? std::optional(value) : std::nullopt;
+}
+
+std::optional<Json> Json::member(std::string_view name) const {
+  std::optional<Json> found;
+  if (value_.front() != '{') return found;
+  Tokens tokens(value_.substr(1));
+  for (std::string_view token = tokens.next(); token.front() != '}'; token = tokens.next()) {
+    if (token.front() == ',') continue;
+    const bool isWanted = isText(token, name);
+    tokens.next(); // the colon
+    const Json value(tokens.nextValue());
+    if (isWanted) found = value;
+  }
+  return found;
+}
+
+std::string Json::text() const {
+  switch (value_.front()) {
+  case '"':
+    return unquoted(value_);
+  case '{':
+  case '[':
+    return compact(value_);
+  case 't':
+    return "1";
+  case 'f':
+    return "0";
+  case 'n':
+    return "<null>";
+  default:
+    return decimalText(value_);
+  }
+}
+
+Text memberText(const std::optional<Json>& object, std::string_view name) {
+  const std::optional<Json> value = object ? object->member(name) : std::nullopt;
+  return value ? Text(value->text()) : Text();
 }
 
 } // namespace quarnet

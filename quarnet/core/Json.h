@@ -3,46 +3,38 @@
 #include "quarnet/core/Data.h"
 
 #include <string_view>
-#include <utility>
-#include <vector>
 
 namespace quarnet {
 
-/// One value of a parsed JSON object (RFC 8259).
+/// A value of a JSON text (RFC 8259) of any size and depth.
+///
+/// No tree is made: a value is a view into the text, which must outlive it, and is decoded when it
+/// is asked for.
 class Json {
 public:
-  enum class Kind { string, scalar, array, object };
+  /// The object that the text holds, a byte order mark in front of it aside. Absent when the text
+  /// is not valid JSON to its last byte or holds anything else.
+  static std::optional<Json> parse(std::string_view text);
 
-  /// Parses a document whose top level is an object. Absent when it is anything else, is not valid
-  /// JSON as a whole, is nested more than 500 levels deep or is longer than 1 MiB: a tree takes up
-  /// to a hundred times the document's size, and no key or token answer is that long.
-  static std::optional<Json> parse(std::string_view bytes);
+  bool isString() const { return value_.front() == '"'; }
 
-  Kind kind() const { return kind_; }
+  /// The member of that name, the last one when it stands twice; absent when there is none and when
+  /// this is no object.
+  std::optional<Json> member(std::string_view name) const;
 
-  /// The member of that name, the last one when it stands twice; null when there is none.
-  const Json* member(std::string_view name) const;
-
-  /// The value as text: a string as it is, a number in decimal, true and false as "1" and "0", null
-  /// as "<null>", a container as compact JSON.
+  /// The value as text: a string as it is, with U+FFFD for half of a surrogate pair; a number in
+  /// decimal, as it is written when a double cannot hold it; true and false as "1" and "0", null as
+  /// "<null>"; a container as compact JSON.
   std::string text() const;
 
 private:
-  friend struct JsonReader;
+  explicit Json(std::string_view value) : value_(value) {}
 
-  void appendCompact(std::string& out) const;
-
-  Kind kind_ = Kind::scalar;
-  /// The text() of a string or a scalar.
-  std::string text_;
-  /// What a scalar looked like in the document.
-  std::string token_;
-  /// The values of a container; the names are empty in an array.
-  std::vector<std::pair<std::string, Json>> members_;
+  std::string_view value_;
 };
 
 /// The text of a member of an object that may be absent, as it is copied into a token field: absent
 /// when the object or the member is.
-Text memberText(const Json* object, std::string_view name);
+Text memberText(const std::optional<Json>& object, std::string_view name);
 
 } // namespace quarnet

@@ -1,10 +1,12 @@
 #include "quarnet/core/Text.h"
 
+#include "quarnet/core/TextScan.h"
+
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <limits>
-#include <simdjson.h>
-#include <strings.h>
 
 namespace quarnet {
 namespace {
@@ -20,6 +22,10 @@ constexpr std::array<bool, 256> makeLegalInUrl() {
 }
 constexpr std::array<bool, 256> kLegalInUrl = makeLegalInUrl();
 
+char lowered(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
 int hexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
@@ -30,12 +36,13 @@ int hexDigit(char c) {
 } // namespace
 
 Text utf8Text(Data bytes) {
-  if (!simdjson::validate_utf8(bytes)) return std::nullopt;
+  if (!isUtf8(bytes)) return std::nullopt;
   return bytes;
 }
 
 bool sameIgnoringCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return lowered(x) == lowered(y); });
 }
 
 Text addingPercentEscapes(const Text& text) {
@@ -86,6 +93,13 @@ std::int64_t integerValue(std::string_view text) {
                     : std::numeric_limits<std::int64_t>::max();
   }
   return negative ? -magnitude : magnitude;
+}
+
+std::int64_t truncated(double number) {
+  using Limits = std::numeric_limits<std::int64_t>;
+  if (number >= 0x1p63) return Limits::max();
+  if (number < -0x1p63) return Limits::min();
+  return std::isnan(number) ? 0 : static_cast<std::int64_t>(number);
 }
 
 } // namespace quarnet

@@ -100,6 +100,67 @@ template <class Block>
   return place + 1 < size ? place : size;
 }
 
+/// Marks what is no UTF-8 in a block: each byte is judged with the three in front of it.
+template <class Block>
+[[gnu::always_inline]] inline void markNoUtf8(Block& marks, const char* text) {
+  Block byte;
+  Block before;
+  Block second;
+  Block third;
+  load(byte, text);
+  load(before, text - 1);
+  load(second, text - 2);
+  load(third, text - 3);
+  const Block continues = (byte & 0xC0) == 0x80;
+  const Block mustContinue = (before >= 0xC0) | (second >= 0xE0) | (third >= 0xF0);
+  marks |= Block(continues != mustContinue);
+  // Never used, or beyond U+10FFFF.
+  marks |=
+      Block((byte == 0xC0) | (byte == 0xC1) | (byte > 0xF4) | ((before == 0xF4) & (byte > 0x8F)));
+  // Longer than needed, or half of a surrogate pair.
+  marks |= Block(((before == 0xE0) & (byte < 0xA0)) | ((before == 0xF0) & (byte < 0x90)) |
+                 ((before == 0xED) & (byte > 0x9F)));
+}
+
+template <class Block>
+[[gnu::always_inline]] inline bool isAscii(const char* text, std::size_t size) {
+  Block all{};
+  for (std::size_t i = 0; i < size; i += sizeof(Block)) {
+    Block block;
+    load(block, text + i);
+    all |= block;
+  }
+  return firstSet(Block(all & 0x80)) == sizeof(Block);
+}
+
+template <class Block>
+[[gnu::always_inline]] inline bool isUtf8In(const char* text, std::size_t size) {
+  constexpr std::size_t kBefore = 3;
+  constexpr std::size_t kRun = 8 * sizeof(Block);
+  Block marks{};
+  // Where a block or the three bytes before it would leave the text, zero bytes stand instead: a
+  // character that is cut off there is none.
+  const auto markPart = [&](std::size_t start, std::size_t count) {
+    std::array<char, kBefore + sizeof(Block)> part{};
+    const std::size_t before = std::min(start, kBefore);
+    std::memcpy(part.data() + kBefore - before, text + start - before, before + count);
+    markNoUtf8(marks, part.data() + kBefore);
+  };
+  if (size == 0) return true;
+  std::size_t done = std::min(size, sizeof(Block));
+  markPart(0, done);
+  for (; done + kRun <= size; done += kRun) {
+    markNoUtf8(marks, text + done);
+    if (isAscii<Block>(text + done, kRun)) continue;
+    for (std::size_t i = sizeof(Block); i < kRun; i += sizeof(Block))
+      markNoUtf8(marks, text + done + i);
+  }
+  for (; done + sizeof(Block) <= size; done += sizeof(Block))
+    markNoUtf8(marks, text + done);
+  if (size >= sizeof(Block)) markPart(done, size - done);
+  return firstSet(marks) == sizeof(Block);
+}
+
 #ifdef __x86_64__
 bool takesWide() {
   return CPU_FEATURE_ACTIVE(AVX2);
@@ -111,6 +172,9 @@ bool takesWide() {
 [[gnu::target("avx2")]] std::size_t findPairWide(const char* text, std::size_t size,
                                                  unsigned char first, unsigned char second) {
   return findPairIn<Wide>(text, size, first, second);
+}
+[[gnu::target("avx2")]] bool isUtf8Wide(const char* text, std::size_t size) {
+  return isUtf8In<Wide>(text, size);
 }
 #endif
 
@@ -136,6 +200,13 @@ std::size_t findPair(std::string_view text, char first, char second, std::size_t
   const std::size_t place = findPairIn<Narrow>(from, size, a, b);
 #endif
   return place < size ? start + place : std::string_view::npos;
+}
+
+bool isUtf8(std::string_view bytes) {
+#ifdef __x86_64__
+  if (takesWide()) return isUtf8Wide(bytes.data(), bytes.size());
+#endif
+  return isUtf8In<Narrow>(bytes.data(), bytes.size());
 }
 
 } // namespace quarnet

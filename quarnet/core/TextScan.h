@@ -20,4 +20,8 @@ std::size_t countReserved(std::string_view text);
 /// std::string_view::npos when they do not.
 std::size_t findPair(std::string_view text, char first, char second, std::size_t start);
 
+/// Whether the bytes are UTF-8 (RFC 3629). Needs no static object: also right while the process
+/// ends.
+bool isUtf8(std::string_view bytes);
+
 } // namespace quarnet

@@ -6,20 +6,12 @@
 #include "quarnet/oauth/OAuthInfo.h"
 #include "quarnet/platform/Platform.h"
 
-#include <cmath>
 #include <limits>
 
 namespace quarnet {
 namespace {
 
 using Int64 = std::numeric_limits<std::int64_t>;
-
-/// Truncates toward zero; what 64 bits cannot hold becomes the nearest that they can.
-std::int64_t truncated(double number) {
-  if (number >= 0x1p63) return Int64::max();
-  if (number < -0x1p63) return Int64::min();
-  return static_cast<std::int64_t>(number);
-}
 
 std::int64_t milliseconds(std::int64_t seconds) {
   std::int64_t product = 0;
@@ -39,7 +31,7 @@ std::string expiryInstant(std::string_view expiresIn) {
 void takeTokenAnswer(OAuthInfo& record, const Data& answer) {
   const std::optional<Json> json = Json::parse(answer);
   const auto copied = [&](std::string_view name) {
-    return std::string(formatted(memberText(json ? &*json : nullptr, name)));
+    return std::string(formatted(memberText(json, name)));
   };
   OAuthInfo::Fields taken;
   taken.accessToken = copied(VORNEL_OAUTH_END_ACCESS_TOKEN);

@@ -23,8 +23,7 @@ namespace {
 
 /// Milliseconds since 1970-01-01 00:00:00 UTC, in decimal.
 std::string newSwapKey() {
-  const double seconds = Platform::current().clock->secondsSince1970();
-  return std::to_string(static_cast<std::int64_t>(seconds * 1000.0));
+  return std::to_string(truncated(Platform::current().clock->secondsSince1970() * 1000.0));
 }
 
 HttpRequest keyRequest(std::string body) {
@@ -36,10 +35,9 @@ HttpRequest keyRequest(std::string body) {
 }
 
 /// The member's text if it is a string; anything else counts as absent.
-Text stringMember(const Json* object, std::string_view name) {
-  const Json* value = object == nullptr ? nullptr : object->member(name);
-  if (value == nullptr || value->kind() != Json::Kind::string) return std::nullopt;
-  return value->text();
+Text stringMember(const std::optional<Json>& object, std::string_view name) {
+  const std::optional<Json> value = object ? object->member(name) : std::nullopt;
+  return value && value->isString() ? Text(value->text()) : Text();
 }
 
 /// The text's bytes, cut to the buffer or filled up with zero bytes.
@@ -75,7 +73,7 @@ Text APIRequest::encryptParamSwapKeyError(const Text& parameters, Text* swapKey,
   // and the server then refuses the call.
   const std::optional<Json> json = Json::parse(answer.body);
   if (platform::isLogOn()) log("response : ", json ? json->text() : "(null)");
-  const Json* keyBody = json ? json->member("body") : nullptr;
+  const std::optional<Json> keyBody = json ? json->member("body") : std::nullopt;
   const Text key = stringMember(keyBody, "key");
   const std::string encrypted = hexEncode(AES256EncryptWithKeyIvectorData(
       key, stringMember(keyBody, "iv"),

@@ -119,10 +119,74 @@ TEST(IntegerValue, IsDefinedForEveryText) {
     EXPECT_EQ(integerValue(text), value) << text;
 }
 
+// The bounds of RFC 3629, at every place in a block.
 TEST(Utf8Text, RefusesInvalidBytes) {
-  EXPECT_EQ(utf8Text("한국어"), "한국어");
-  EXPECT_EQ(utf8Text("\xC0\xAF"), std::nullopt);
-  EXPECT_EQ(utf8Text("\xED\xA0\x80"), std::nullopt);
+  const std::string valid[] = {"\0"s,
+                               "\x7F",
+                               "\xC2\x80",
+                               "\xDF\xBF",
+                               "\xE0\xA0\x80",
+                               "\xED\x9F\xBF",
+                               "\xEE\x80\x80",
+                               "\xEF\xBF\xBF",
+                               "한국어",
+                               "😀",
+                               "\xF0\x90\x80\x80",
+                               "\xF4\x8F\xBF\xBF"};
+  const std::string invalid[] = {"\x80",
+                                 "\xBF",
+                                 "\xC0\xAF",
+                                 "\xC1\xBF",
+                                 "\xC3",
+                                 "\xC3(",
+                                 "\xC3\xA9\x80",
+                                 "\xE0\x9F\xBF",
+                                 "\xED\xA0\x80",
+                                 "\xE1\x80",
+                                 "\xE1\x80(",
+                                 "\xF0\x8F\xBF\xBF",
+                                 "\xF4\x90\x80\x80",
+                                 "\xF1\x80\x80",
+                                 "\xF5\x80\x80\x80",
+                                 "\xE1\x80\xE1\x80\x80"};
+  for (std::size_t size = 0; size < 300; ++size) {
+    const std::string before(size, 'x');
+    for (const std::string& text : valid) {
+      for (const std::string& whole : {before + text, text + before, before + text + before})
+        EXPECT_EQ(utf8Text(whole), whole) << size << text;
+    }
+    for (const std::string& text : invalid) {
+      for (const std::string& whole : {before + text, text + before, before + text + before})
+        EXPECT_EQ(utf8Text(whole), std::nullopt) << size << text;
+    }
+  }
+}
+
+TEST(Case, IsIgnoredForAsciiLettersOnly) {
+  EXPECT_TRUE(sameIgnoringCase("CLIENT_ID[z", "client_id[Z"));
+  for (const auto& [a, b] : {std::pair("a\0b"s, "a\0c"s),
+                             {"[", "{"},
+                             {"@", "`"},
+                             {"\xC9", "\xE9"},
+                             {"a", "ab"},
+                             {"", "a"}})
+    EXPECT_FALSE(sameIgnoringCase(a, b) || sameIgnoringCase(b, a)) << a;
+}
+
+TEST(Truncated, IsDefinedForEveryNumber) {
+  using Limits = std::numeric_limits<std::int64_t>;
+  using Double = std::numeric_limits<double>;
+  const std::pair<double, std::int64_t> cases[] = {
+      {1.9, 1},
+      {-1.9, -1},
+      {0x1p63, Limits::max()},
+      {-0x1p63, Limits::min()},
+      {1e30, Limits::max()},
+      {-Double::infinity(), Limits::min()},
+      {Double::quiet_NaN(), 0},
+  };
+  for (const auto& [number, integer] : cases)
+    EXPECT_EQ(truncated(number), integer) << number;
 }
 
 } // namespace
