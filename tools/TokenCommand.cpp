@@ -77,9 +77,13 @@ int TokenCommand::show() {
       Row{VORNEL_OAUTH_END_EXPIRES_IN, false}, Row{VORNEL_OAUTH_END_SCOPE, false},
       Row{VORNEL_OAUTH_EXPIRES_SYSTIME, false}};
   settings_.install();
-  platform::UserDefaults& store = *platform::Platform::current().userDefaults;
-  for (const auto& [key, isSecret] : rows) {
-    const Text value = store.value(key);
+  std::vector<std::string_view> keys;
+  for (const Row& row : rows)
+    keys.push_back(row.key);
+  const auto values = platform::Platform::current().userDefaults->values(keys);
+  for (std::size_t i = 0; values && i < rows.size(); ++i) {
+    const auto& [key, isSecret] = rows[i];
+    const Text& value = (*values)[i];
     std::string line(key);
     line.resize(17, ' ');
     line += shown(value, isSecret && !reveal_);

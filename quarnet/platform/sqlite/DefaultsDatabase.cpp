@@ -41,24 +41,19 @@ bool DefaultsDatabase::isInPlace() const {
   return moved == 0;
 }
 
-bool DefaultsDatabase::read(std::string_view key, Text& value, int patience) {
-  value.reset();
+bool DefaultsDatabase::read(std::span<const std::string_view> keys, std::vector<Text>& values,
+                            int patience) {
+  values.assign(keys.size(), std::nullopt);
   sqlite3_busy_timeout(connection_.get(), patience);
-  if (!select_ && !prepare(select_, "SELECT value FROM user_defaults WHERE key = ?1")) {
+  if (!prepareReading()) {
     // The text of the statement is sound, so the table is not there: nothing has been saved yet.
     return sqlite3_errcode(connection_.get()) == SQLITE_ERROR;
   }
-  sqlite3_stmt* select = select_.get();
-  if (!bindText(select, 1, key)) return false;
-  const int outcome = sqlite3_step(select);
-  if (outcome == SQLITE_ROW) {
-    const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(select, 0));
-    if (bytes != nullptr) {
-      value.emplace(bytes, static_cast<std::size_t>(sqlite3_column_bytes(select, 0)));
-    }
+  if (!run(begin_)) return false;
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    if (!select(keys[i], values[i])) return false;
   }
-  // The lock is held until the reset.
-  return sqlite3_reset(select) == SQLITE_OK && (outcome == SQLITE_ROW || outcome == SQLITE_DONE);
+  return run(commit_);
 }
 
 bool DefaultsDatabase::write(const Changes& changes, int patience) {
@@ -98,6 +93,11 @@ bool DefaultsDatabase::prepare(Statement& statement, std::string_view sql) {
   return outcome == SQLITE_OK;
 }
 
+bool DefaultsDatabase::prepareReading() {
+  return select_ || (prepare(begin_, "BEGIN") && prepare(commit_, "COMMIT") &&
+                     prepare(select_, "SELECT value FROM user_defaults WHERE key = ?1"));
+}
+
 /// Inside the transaction, so that a file never holds a table without the save that made it.
 bool DefaultsDatabase::prepareWriting() {
   if (insert_ && remove_) return true;
@@ -108,11 +108,26 @@ bool DefaultsDatabase::prepareWriting() {
          prepare(remove_, "DELETE FROM user_defaults WHERE key = ?1");
 }
 
-bool DefaultsDatabase::store(const std::string& key, const Text& value) {
-  sqlite3_stmt* statement = value ? insert_.get() : remove_.get();
-  if (!bindText(statement, 1, key) || (value && !bindText(statement, 2, *value))) return false;
-  sqlite3_step(statement);
+bool DefaultsDatabase::run(Statement& statement) {
+  sqlite3_step(statement.get());
+  return sqlite3_reset(statement.get()) == SQLITE_OK;
+}
+
+bool DefaultsDatabase::select(std::string_view key, Text& value) {
+  sqlite3_stmt* const statement = select_.get();
+  if (!bindText(statement, 1, key)) return false;
+  if (sqlite3_step(statement) == SQLITE_ROW) {
+    const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+    const auto size = static_cast<std::size_t>(sqlite3_column_bytes(statement, 0));
+    if (bytes != nullptr) value.emplace(bytes, size);
+  }
   return sqlite3_reset(statement) == SQLITE_OK;
+}
+
+bool DefaultsDatabase::store(const std::string& key, const Text& value) {
+  Statement& statement = value ? insert_ : remove_;
+  return bindText(statement.get(), 1, key) && (!value || bindText(statement.get(), 2, *value)) &&
+         run(statement);
 }
 
 } // namespace quarnet::platform

@@ -4,8 +4,10 @@
 
 #include <map>
 #include <memory>
+#include <span>
 #include <sqlite3.h>
 #include <string_view>
+#include <vector>
 
 namespace quarnet::platform {
 
@@ -25,8 +27,9 @@ public:
   /// Whether the file that was opened is still the one at its path.
   bool isInPlace() const;
 
-  /// Gives the text under `key`, absent when there is none.
-  bool read(std::string_view key, Text& value, int patience);
+  /// Gives the texts under `keys` in their order, absent where there is none, all of them from one
+  /// transaction.
+  bool read(std::span<const std::string_view> keys, std::vector<Text>& values, int patience);
 
   /// Applies all changes as one transaction, durable when it returns true; nothing of it is left
   /// otherwise.
@@ -48,12 +51,17 @@ private:
   bool configure(int patience);
   bool execute(const char* sql);
   bool prepare(Statement& statement, std::string_view sql);
+  bool prepareReading();
   bool prepareWriting();
+  bool run(Statement& statement);
+  bool select(std::string_view key, Text& value);
   bool store(const std::string& key, const Text& value);
 
   Connection connection_;
   // Prepared once; null until first needed.
+  Statement begin_;
   Statement select_;
+  Statement commit_;
   Statement insert_;
   Statement remove_;
 };

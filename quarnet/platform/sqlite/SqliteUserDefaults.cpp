@@ -5,10 +5,9 @@
 #include "quarnet/platform/sqlite/DefaultsDatabase.h"
 #include "quarnet/platform/sqlite/PrivateFile.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <cstdint>
-#include <ctime>
 #include <filesystem>
 #include <mutex>
 #include <pthread.h>
@@ -17,7 +16,11 @@
 namespace quarnet::platform {
 namespace {
 
-constexpr int kPatience = 5'000; // milliseconds
+// Milliseconds to wait for another process. A lock that has outlasted one wait is waited for
+// shortly until it is gone, or a program that reads three times at its start would stand still
+// three times.
+constexpr int kPatience = 5'000;
+constexpr int kPatienceAgain = 200;
 
 /// How many forks lie between this process and the one that first opened a file. Counted by a
 /// handler, since asking for the process at every read would show in its time.
@@ -26,13 +29,6 @@ constinit std::atomic<int> forks = 0;
 void countForks() {
   static const int registered = pthread_atfork(nullptr, nullptr, [] { ++forks; });
   static_cast<void>(registered);
-}
-
-/// Nanoseconds of a clock that moves in ticks of some milliseconds and costs next to nothing.
-std::int64_t coarseTime() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-  return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
 }
 
 /// Fixed once, so that a program that changes its working directory keeps its file.
@@ -52,26 +48,26 @@ public:
 
   ~Implementation() { leaveFileOfParent(); }
 
-  Text value(std::string_view key) {
+  std::optional<std::vector<Text>> values(std::span<const std::string_view> keys) {
     std::string failure;
-    Text found;
     {
       const std::lock_guard lock(mutex_);
-      if (const auto entry = pending_.find(key); entry != pending_.end()) return entry->second;
-      if (read(key, found, failure)) {
-        readFailed_ = false;
+      std::vector<Text> found(keys.size());
+      const bool isKnown = arePending(keys) || read(keys, found, failure);
+      patience_ = isKnown ? kPatience : kPatienceAgain;
+      if (isKnown) {
+        overlayPending(keys, found);
         return found;
       }
-      // One line for a file that cannot be read, not one for each of its values.
-      if (std::exchange(readFailed_, true)) return std::nullopt;
     }
     log("user defaults cannot be read : ", harmless(failure));
     return std::nullopt;
   }
 
-  void setValue(std::string_view key, Text value) {
+  void setValues(std::span<const Entry> entries) {
     const std::lock_guard lock(mutex_);
-    pending_.insert_or_assign(std::string(key), std::move(value));
+    for (const auto& [key, value] : entries)
+      pending_.insert_or_assign(std::string(key), value ? Text(*value) : std::nullopt);
   }
 
   void synchronize() {
@@ -88,15 +84,26 @@ public:
   }
 
 private:
-  bool read(std::string_view key, Text& found, std::string& failure) {
-    // A lock that outlasted one wait is not waited for again, or five values would take five waits.
-    const int patience = readFailed_ ? 0 : kPatience;
-    if (!hadFile()) {
+  bool arePending(std::span<const std::string_view> keys) const {
+    return std::all_of(keys.begin(), keys.end(),
+                       [this](std::string_view key) { return pending_.contains(key); });
+  }
+
+  void overlayPending(std::span<const std::string_view> keys, std::vector<Text>& found) const {
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+      if (const auto entry = pending_.find(keys[i]); entry != pending_.end())
+        found[i] = entry->second;
+    }
+  }
+
+  bool read(std::span<const std::string_view> keys, std::vector<Text>& found,
+            std::string& failure) {
+    if (!hasFile()) {
       // Nothing was ever saved.
       if (access(path().c_str(), F_OK) != 0 && errno == ENOENT) return true;
-      if (!openFile(patience, failure)) return false;
+      if (!openFile(patience_, failure)) return false;
     }
-    if (file_->read(key, found, patience)) return true;
+    if (file_->read(keys, found, patience_)) return true;
     failure = described(file_->reason());
     file_.reset();
     return false;
@@ -120,14 +127,7 @@ private:
   bool hasFile() {
     leaveFileOfParent();
     if (file_ && !file_->isInPlace()) file_.reset();
-    lookedAt_ = coarseTime();
     return file_ != nullptr;
-  }
-
-  /// The same for reads, which look for the path once in a tick of the coarse clock, some
-  /// milliseconds: looking for it at every value would be a fifth of the time to restore a record.
-  bool hadFile() {
-    return (file_ && forksBefore_ == forks && lookedAt_ == coarseTime()) || hasFile();
   }
 
   bool openFile(int patience, std::string& failure) {
@@ -160,8 +160,7 @@ private:
   DefaultsDatabase::Changes pending_;
   std::unique_ptr<DefaultsDatabase> file_;
   int forksBefore_ = 0;
-  std::int64_t lookedAt_ = 0;
-  bool readFailed_ = false;
+  int patience_ = kPatience;
 };
 
 SqliteUserDefaults::SqliteUserDefaults(std::string path)
@@ -169,12 +168,13 @@ SqliteUserDefaults::SqliteUserDefaults(std::string path)
 
 SqliteUserDefaults::~SqliteUserDefaults() = default;
 
-Text SqliteUserDefaults::value(std::string_view key) {
-  return implementation_->value(key);
+std::optional<std::vector<Text>>
+SqliteUserDefaults::values(std::span<const std::string_view> keys) {
+  return implementation_->values(keys);
 }
 
-void SqliteUserDefaults::setValue(std::string_view key, Text value) {
-  implementation_->setValue(key, std::move(value));
+void SqliteUserDefaults::setValues(std::span<const Entry> entries) {
+  implementation_->setValues(entries);
 }
 
 void SqliteUserDefaults::synchronize() {

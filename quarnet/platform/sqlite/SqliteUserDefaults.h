@@ -12,7 +12,7 @@ namespace quarnet::platform {
 ///
 /// A synchronize() is one durable transaction: a process killed at any instant leaves all of a save
 /// or none of it, and no earlier text stays readable in the folder. Two processes may share the
-/// file; each value() is a read of its own and sees the other's saves. A wait for the other process
+/// file; each values() is one transaction and sees the other's saves. A wait for the other process
 /// ends after five seconds.
 ///
 /// The file is opened with the first use and made with the first save. Where it cannot be opened or
@@ -27,8 +27,8 @@ public:
   explicit SqliteUserDefaults(std::string path = {});
   ~SqliteUserDefaults() override;
 
-  Text value(std::string_view key) override;
-  void setValue(std::string_view key, Text value) override;
+  std::optional<std::vector<Text>> values(std::span<const std::string_view> keys) override;
+  void setValues(std::span<const Entry> entries) override;
   void synchronize() override;
 
 private:

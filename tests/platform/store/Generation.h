@@ -6,8 +6,8 @@
 #include <string>
 
 /// A record of five texts that all carry one number, long enough to lie on several pages.
-inline constexpr std::array kRecordKeys = {"access_token", "refresh_token", "expires_in", "scope",
-                                           "expires_systime"};
+inline constexpr std::array<std::string_view, 5> kRecordKeys = {
+    "access_token", "refresh_token", "expires_in", "scope", "expires_systime"};
 
 inline std::string generationText(long generation) {
   return std::to_string(generation) + ":" +
@@ -15,17 +15,20 @@ inline std::string generationText(long generation) {
 }
 
 inline void saveGeneration(quarnet::platform::UserDefaults& store, long generation) {
-  for (const char* key : kRecordKeys)
+  for (const std::string_view key : kRecordKeys)
     store.setValue(key, generationText(generation));
   store.synchronize();
 }
 
-/// The number that all five texts carry; 0 when all are absent, -1 for a mix.
+/// The number that all five texts carry; 0 when all are absent, -1 for a mix, -2 when they cannot
+/// be read.
 inline long storedGeneration(quarnet::platform::UserDefaults& store) {
-  const quarnet::Text first = store.value(kRecordKeys[0]);
+  const auto texts = store.values(kRecordKeys);
+  if (!texts) return -2;
+  const quarnet::Text& first = texts->front();
   const long generation = first ? std::atol(first->c_str()) : 0;
-  for (const char* key : kRecordKeys) {
-    if (store.value(key) != (first ? quarnet::Text(generationText(generation)) : first)) return -1;
+  for (const quarnet::Text& text : *texts) {
+    if (text != (first ? quarnet::Text(generationText(generation)) : first)) return -1;
   }
   return generation;
 }
