@@ -224,8 +224,6 @@ void DemoWindow::signInFailed(const quarnet::ResultDictionary& result) {
 }
 
 void DemoWindow::signOut() {
-  // While the session's error is absent, a log-out that gets no answer calls nobody.
-  session().setError("log-out");
   session().logoutFinishedFailed(this, &DemoWindow::signedOut, &DemoWindow::signOutFailed);
 }
 

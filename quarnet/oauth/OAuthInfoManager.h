@@ -82,8 +82,7 @@ public:
   void setGrant_type(Text grantType);
 
   /// What an authorization error left behind (RFC 6749, section 4.1.2.1). Absent after most errors:
-  /// it holds the query value whose key is the error code. While it is absent, an asynchronous
-  /// logout that gets no answer makes no callback.
+  /// it holds the query value whose key is the error code.
   Text error() const;
   void setError(Text error);
 
@@ -164,8 +163,9 @@ public:
   bool revokeTokenToServer();
 
   /// Revokes the token without blocking. Whatever the server answers, the tokens are dropped here;
-  /// then _finishedSelector() or _failedSelector() is called on the main thread. Without an answer
-  /// the tokens stay, and nobody is called while error() is absent.
+  /// then _finishedSelector() or, without "success" in the answer, _failedSelector() is called on
+  /// the main thread. When no answer comes the tokens stay and _failedSelector() is called with the
+  /// reason in "RM". An empty answer changes nothing and calls nobody.
   void revokeTokenToServerAsynch();
 
   /// Sends the GET of revokeTokenToServerAsynch() to `url`.
@@ -189,6 +189,8 @@ private:
   Text read(Text Fields::*field) const;
   void write(Text Fields::*field, Text value);
   void revocationAnswered(platform::HttpResult result);
+  /// Drops the tokens, since the server has answered the revocation, and tells who is registered.
+  void endSession(const Text& answer);
   /// Drops the tokens here and in the store.
   void clearTokens();
   /// Saves the record; `storing_` is held.

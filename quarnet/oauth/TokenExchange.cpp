@@ -70,27 +70,29 @@ void OAuthInfoManager::readUrl(const std::string& url) {
 }
 
 void OAuthInfoManager::revocationAnswered(HttpResult result) {
-  const bool answered = !result.body.empty() && !result.error;
-  if (answered) {
-    const Text text = utf8Text(std::move(result.body));
-    // Any answer ends the session here, a refusal included; only the blocking logout waits for
-    // "success".
-    log("Logout Success");
-    clearTokens();
-    log("revokeTokenToServer : ", formatted(text));
-    // Who has no finished operation is not told of a refusal either.
-    if (!_finishedSelector()) return;
-    deliver(registration_,
-            contains(text, "success") ? &CallbackTriple::finished : &CallbackTriple::failed,
-            resultDictionary("", "", text));
-  } else if (result.body.empty() && !error()) {
-    // The sign-in's error is what is looked at here, not the transport's: this is meant.
-    log("Nothing was downloaded.");
-  } else if (result.error) {
+  if (result.error) {
     log("Error = ", harmless(formatted(result.error->description)));
     deliver(registration_, &CallbackTriple::failed,
             resultDictionary("", result.error->description, ""));
+  } else if (!result.body.empty()) {
+    endSession(utf8Text(std::move(result.body)));
+  } else if (!error()) {
+    // An empty answer calls nobody, and after a sign-in's error says nothing either: this is meant.
+    log("Nothing was downloaded.");
   }
+}
+
+void OAuthInfoManager::endSession(const Text& answer) {
+  // Any answer ends the session here, a refusal included; only the blocking logout waits for
+  // "success".
+  log("Logout Success");
+  clearTokens();
+  log("revokeTokenToServer : ", formatted(answer));
+  // Who has no finished operation is not told of a refusal either: this is meant.
+  if (!_finishedSelector()) return;
+  deliver(registration_,
+          contains(answer, "success") ? &CallbackTriple::finished : &CallbackTriple::failed,
+          resultDictionary("", "", answer));
 }
 
 void OAuthInfoManager::clearTokens() {

@@ -8,8 +8,7 @@ namespace quarnet::test {
 namespace {
 
 using sandbox::Misbehaviour;
-using ::testing::Contains;
-using ::testing::HasSubstr;
+using ::testing::ElementsAre;
 using ::testing::StartsWith;
 
 class SessionManager : public LibraryTest {
@@ -21,19 +20,21 @@ protected:
   }
   const std::vector<std::string> cleared_ = {"", "", "", ""};
 
-  /// Runs an asynchronous revocation whose completion is known by its last log line.
-  void revokeUntil(std::string_view lastLine) {
+  /// Runs an asynchronous revocation whose completion is known by its last log line; an empty one
+  /// stands for a completion that writes none.
+  void revoke(const std::string& url, std::string_view lastLine) {
     app_.heard.clear();
     log_->clear();
-    manager_.revokeTokenToServerAsynch();
-    EXPECT_TRUE(platform::GlibMainThread::runUntil(
-        [&] {
-          const auto lines = log_->lines();
-          return std::any_of(lines.begin(), lines.end(),
-                             [&](const auto& line) { return line.starts_with(lastLine); });
-        },
-        std::chrono::seconds(10)));
-    Callbacks::letPass();
+    manager_.readUrl(url);
+    const auto hasEnded = [&] {
+      const auto lines = log_->lines();
+      return !lines.empty() && !lastLine.empty() && lines.back().starts_with(lastLine);
+    };
+    using namespace std::chrono_literals;
+    EXPECT_EQ(platform::GlibMainThread::runUntil(hasEnded, lastLine.empty() ? 300ms : 10000ms),
+              !lastLine.empty());
+    EXPECT_TRUE(!lastLine.empty() || log_->lines().empty());
+    Callbacks::letPass(20ms);
   }
 
   void listen() {
@@ -107,16 +108,17 @@ TEST_F(SessionManager, ReissuingReplacesBothTokens) {
 }
 
 TEST_F(SessionManager, OnlyAWholeAnswerWithTheMarkerCountsAsATokenAnswer) {
-  signIn();
-  const auto before = tokens();
   const Misbehaviour refusals[] = {Misbehaviour::reset(),
-                                   Misbehaviour::cut(20),
+                                   Misbehaviour::cut(20), // behind the marker
                                    Misbehaviour::empty(),
                                    Misbehaviour::page(),
                                    Misbehaviour::body("access_token\xff"),
                                    Misbehaviour::body(R"({"error":"invalid_grant"})")};
   for (const Misbehaviour& refusal : refusals) {
+    SCOPED_TRACE(static_cast<int>(refusal.kind));
     server().behave();
+    signIn(); // what breaks on the way has used the refresh token up
+    const auto before = tokens();
     server().misbehave("/oauth/token", refusal);
     EXPECT_FALSE(manager_.reissueAccessToken());
     EXPECT_EQ(tokens(), before);
@@ -140,80 +142,69 @@ TEST_F(SessionManager, TheBlockingRevocationChangesNothingHere) {
 }
 
 TEST_F(SessionManager, TheAsynchronousRevocationClearsOnAnyAnswer) {
-  listen();
-  signIn();
-  revokeUntil("revokeTokenToServer : ");
-  ASSERT_EQ(app_.heard.size(), 1U);
-  EXPECT_TRUE(app_.heard[0].finished);
-  EXPECT_EQ(app_.heard[0].result.at("RC") + app_.heard[0].result.at("RM"), "");
-  EXPECT_THAT(app_.heard[0].result.at("RD"), HasSubstr("success"));
-  EXPECT_EQ(tokens(), cleared_);
-  EXPECT_EQ(record_.expiresIn(), "0");
-  EXPECT_EQ(stored("scope"), "profile");
-  EXPECT_EQ(log_->lines()[1], "Logout Success");
-
-  signIn();
-  server().misbehave("/oauth/expireToken", Misbehaviour::body("refused"));
-  revokeUntil("revokeTokenToServer : ");
-  ASSERT_EQ(app_.heard.size(), 1U);
-  EXPECT_FALSE(app_.heard[0].finished);
-  EXPECT_EQ(app_.heard[0].result, outcome("", "", "refused"));
-  EXPECT_EQ(tokens(), cleared_);
-
-  signIn();
-  server().misbehave("/oauth/expireToken", Misbehaviour::body("\xff success"));
-  revokeUntil("revokeTokenToServer : (null)");
-  ASSERT_EQ(app_.heard.size(), 1U);
-  EXPECT_FALSE(app_.heard[0].finished);
-  EXPECT_EQ(app_.heard[0].result, (ResultDictionary{{"RC", ""}, {"RM", ""}}));
-  EXPECT_EQ(app_.onWrongThread, 0);
-
-  for (const bool finishedIsMissing : {true, false}) {
-    listen();
-    (finishedIsMissing ? manager_.set_finishedSelector(nullptr)
-                       : manager_.set_failedSelector(nullptr));
+  const struct {
+    Text body; // absent for the server's own
+    bool finishedIsSet;
+    bool failedIsSet;
+    std::vector<std::pair<bool, Text>> heard; // whether it finished, and with what answer
+  } cases[] = {{std::nullopt, true, true, {{true, R"({"result":"success"})"}}},
+               {std::nullopt, true, false, {{true, R"({"result":"success"})"}}},
+               {"refused", true, true, {{false, "refused"}}},
+               {"\xff success", true, true, {{false, std::nullopt}}},
+               {"refused", false, true, {}},
+               {"refused", true, false, {}}};
+  for (const auto& one : cases) {
+    SCOPED_TRACE(one.body.value_or("its own"));
+    manager_.set_target(&app_);
+    manager_.set_finishedSelector(one.finishedIsSet ? &Callbacks::finished : Operation());
+    manager_.set_failedSelector(one.failedIsSet ? &Callbacks::failed : Operation());
     signIn();
-    server().misbehave("/oauth/expireToken", Misbehaviour::body("refused"));
-    revokeUntil("revokeTokenToServer : ");
-    EXPECT_TRUE(app_.heard.empty());
+    server().behave();
+    if (one.body) server().misbehave("/oauth/expireToken", Misbehaviour::body(*one.body));
+    revoke(manager_.getRevokeTokenUrl(), "revokeTokenToServer : ");
     EXPECT_EQ(tokens(), cleared_);
+    EXPECT_EQ(record_.expiresIn(), "0");
+    EXPECT_EQ(stored("scope"), "profile");
+    EXPECT_THAT(log_->lines(), ElementsAre("Logout Success", StartsWith("revokeTokenToServer : ")));
+    ASSERT_EQ(app_.heard.size(), one.heard.size());
+    if (one.heard.empty()) continue;
+    EXPECT_EQ(app_.heard[0].finished, one.heard[0].first);
+    EXPECT_EQ(app_.heard[0].result, resultDictionary("", "", one.heard[0].second));
   }
+  EXPECT_EQ(app_.onWrongThread, 0);
 }
 
-TEST_F(SessionManager, ARevocationWithoutAnAnswerLooksAtTheSignInsError) {
+TEST_F(SessionManager, ARevocationWithoutAnAnswerKeepsTheTokensAndSaysWhy) {
   listen();
   signIn();
   const auto before = tokens();
-  for (const Misbehaviour& silence : {Misbehaviour::empty(), Misbehaviour::reset()}) {
-    server().behave();
-    server().misbehave("/oauth/expireToken", silence);
-    manager_.setError(std::nullopt);
-    revokeUntil("Nothing was downloaded.");
-    EXPECT_TRUE(app_.heard.empty());
+  const std::string url = manager_.getRevokeTokenUrl();
+  const struct {
+    std::string url;
+    Misbehaviour answer;
+    std::string lastLine; // empty when there is none
+  } cases[] = {{"https://127.0.0.1:1/", {}, "Error = "},
+               {url, Misbehaviour::reset(), "Error = "},
+               {url, Misbehaviour::cut(3), "Error = "}, // half an answer is none
+               {url, Misbehaviour::empty(), "Nothing was downloaded."}};
+  for (const auto& one : cases) {
+    // What a sign-in left behind matters for an empty answer alone, and then nothing is said.
+    for (const Text& error : {Text(), Text("left by a sign-in")}) {
+      SCOPED_TRACE(one.url + one.lastLine + error.value_or(""));
+      server().behave();
+      server().misbehave("/oauth/expireToken", one.answer);
+      manager_.setError(error);
+      const bool fails = one.lastLine == "Error = ";
+      revoke(one.url, fails || !error ? one.lastLine : "");
+      ASSERT_EQ(app_.heard.size(), fails ? 1U : 0U);
+      if (!fails) continue;
+      const ResultDictionary& result = app_.heard[0].result;
+      EXPECT_FALSE(app_.heard[0].finished);
+      EXPECT_EQ(result, outcome("", result.at("RM"), ""));
+      EXPECT_EQ(log_->lines().back(), "Error = " + result.at("RM"));
+      EXPECT_NE(result.at("RM"), "");
+    }
   }
-
-  manager_.setError("left by a sign-in");
-  revokeUntil("Error = ");
-  ASSERT_EQ(app_.heard.size(), 1U);
-  EXPECT_FALSE(app_.heard[0].finished);
-  EXPECT_NE(app_.heard[0].result.at("RM"), "");
-  EXPECT_EQ(log_->lines().back(), "Error = " + app_.heard[0].result.at("RM"));
-
-  server().behave();
-  server().misbehave("/oauth/expireToken", Misbehaviour::cut(3)); // half an answer is an error, too
-  manager_.setError(std::nullopt);
-  revokeUntil("Error = ");
-  EXPECT_EQ(app_.heard.size(), 1U);
-
-  server().behave();
-  server().misbehave("/oauth/expireToken", Misbehaviour::empty());
-  manager_.setError("left by a sign-in");
-  app_.heard.clear();
-  log_->clear();
-  manager_.revokeTokenToServerAsynch();
-  Callbacks::letPass(std::chrono::milliseconds(500));
-  EXPECT_TRUE(app_.heard.empty());
-  EXPECT_EQ(log_->lines().size(), 1U); // the address alone
   EXPECT_EQ(tokens(), before);
 }
 
