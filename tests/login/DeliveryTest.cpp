@@ -27,8 +27,24 @@ struct Leaver {
   }
 };
 
+/// Runs what is posted at once, after a look at how things stand.
+struct AtOnce final : platform::MainThread {
+  std::function<void()> look;
+  void post(std::function<void()> call) override {
+    look();
+    call();
+  }
+};
+
 class Delivery : public LoginTest {
 protected:
+  void SetUp() override {
+    LoginTest::SetUp();
+    platform::Platform services = platform::Platform::current();
+    services.httpClient = std::make_shared<ReadyAnswer>();
+    platform::Platform::install(services);
+  }
+
   /// What holds of everything that an application registers with.
   template <class Registered>
   void check(Registered& registered, const std::function<void()>& call) {
@@ -77,9 +93,6 @@ protected:
 };
 
 TEST_F(Delivery, ReachesOnlyWhoIsStillRegistered) {
-  platform::Platform services = platform::Platform::current();
-  services.httpClient = std::make_shared<ReadyAnswer>();
-  platform::Platform::install(services);
   APIRequest request;
   check(request, [&] {
     RequestBundle bundle;
@@ -89,6 +102,31 @@ TEST_F(Delivery, ReachesOnlyWhoIsStillRegistered) {
   });
   check(*client_, [&] { client_->readUrl("https://h/"); });
   check(manager_, [&] { manager_.readUrl("https://h/"); });
+}
+
+TEST_F(Delivery, ComesWhenTheTokensAreSavedAndTheScreenCloses) {
+  struct Moment {
+    Text inMemory, inStore;
+    bool closing;
+    bool operator==(const Moment&) const = default;
+  };
+  std::vector<Moment> posts;
+  const auto mainThread = std::make_shared<AtOnce>();
+  mainThread->look = [&] {
+    posts.push_back({record_.accessToken(), stored("access_token"), closing()});
+  };
+  platform::Platform services = platform::Platform::current();
+  services.mainThread = mainThread;
+  platform::Platform::install(services);
+
+  open();
+  client_->readUrl("https://h/");
+  EXPECT_THAT(posts, ElementsAre(Moment{"success", "success", false}, // the closing
+                                 Moment{"success", "success", true}));
+  posts.clear();
+  manager_.logoutFinishedFailed(&app_, &Callbacks::finished, &Callbacks::failed);
+  EXPECT_THAT(posts, ElementsAre(Moment{"", "", true}));
+  EXPECT_EQ(app_.heard.size(), 2U);
 }
 
 } // namespace
