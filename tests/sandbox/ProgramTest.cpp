@@ -1,4 +1,5 @@
 #include "sandbox/Server.h"
+#include "tests/sandbox/TestClient.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -9,20 +10,13 @@
 namespace quarnet::sandbox {
 namespace {
 
-struct Outcome {
-  int status = 0;
+/// Runs a shell's command line and gives its exit status and what it wrote.
+std::pair<int, std::string> run(const std::string& command) {
+  FILE* const pipe = popen(command.c_str(), "r");
   std::string output;
-};
-
-/// Runs the program through a shell, so that redirections work.
-Outcome run(const std::string& arguments) {
-  FILE* const pipe = popen((std::string(SANDBOX_PROGRAM) + " " + arguments).c_str(), "r");
-  Outcome result;
-  char piece[4096];
-  while (const std::size_t length = fread(piece, 1, sizeof piece, pipe))
-    result.output.append(piece, length);
-  result.status = WEXITSTATUS(pclose(pipe));
-  return result;
+  for (int c = fgetc(pipe); c != EOF; c = fgetc(pipe))
+    output += static_cast<char>(c);
+  return {WEXITSTATUS(pclose(pipe)), output};
 }
 
 TEST(SandboxProgram, SaysInOneLineWhyItCannotStart) {
@@ -31,23 +25,23 @@ TEST(SandboxProgram, SaysInOneLineWhyItCannotStart) {
        {"--port " + std::to_string(other.port()), std::string("--port 0 --host nowhere"),
         std::string("--port 0 --misbehave /a.json"), std::string("--port 0 --misbehave /a=what"),
         std::string("--port 0 --token-out /no/such/folder/file")}) {
-    const Outcome result = run(arguments + " 2>&1");
-    EXPECT_EQ(result.status, 1) << arguments;
-    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << result.output;
+    const auto [status, output] = run(SANDBOX_PROGRAM " " + arguments + " 2>&1");
+    EXPECT_EQ(status, 1) << arguments;
+    EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 1) << output;
   }
 }
 
 TEST(SandboxProgram, SaysWhereItIsAndStopsCleanlyOnASignal) {
   const std::string greeting = testing::TempDir() + "greeting-" + std::to_string(getpid());
-  const Outcome result = run("--port 0 --quiet >" + greeting +
-                             " & for try in $(seq 300); do grep -q _CA_FILE= " + greeting +
-                             " && break; sleep 0.1; done; kill -TERM $!; wait $!; status=$?; cat " +
-                             greeting + "; rm " + greeting + "; exit $status");
-  EXPECT_EQ(result.status, 0);
-  EXPECT_NE(result.output.find("QUARNET_API_HOST=127.0.0.1:"), std::string::npos);
-  const std::size_t file = result.output.find("QUARNET_CA_FILE=") + 16;
-  const std::string path = result.output.substr(file, result.output.find('\n', file) - file);
-  EXPECT_NE(access(path.c_str(), F_OK), 0) << path << " is left behind";
+  const auto [status, output] =
+      run(SANDBOX_PROGRAM " --port 0 --quiet >" + greeting +
+          " & for try in $(seq 300); do grep -q _CA_FILE= " + greeting +
+          " && break; sleep 0.1; done; kill -TERM $!; wait $!; status=$?; cat " + greeting +
+          "; rm " + greeting + "; exit $status");
+  EXPECT_EQ(status, 0);
+  EXPECT_NE(output.find("QUARNET_API_HOST=127.0.0.1:"), std::string::npos);
+  const std::string caFile = between(output, "QUARNET_CA_FILE=", "\n");
+  EXPECT_NE(access(caFile.c_str(), F_OK), 0) << caFile << " is left behind";
 }
 
 } // namespace
