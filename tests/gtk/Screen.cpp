@@ -7,16 +7,11 @@
 namespace quarnet::platform {
 namespace {
 
-void run(const std::vector<std::string>& command) {
-  std::vector<char*> arguments;
-  for (const std::string& word : command)
-    arguments.push_back(const_cast<char*>(word.c_str()));
-  arguments.push_back(nullptr);
+void run(const std::string& command) {
   int status = -1;
-  ASSERT_TRUE(g_spawn_sync(nullptr, arguments.data(), nullptr, G_SPAWN_SEARCH_PATH, nullptr,
-                           nullptr, nullptr, nullptr, &status, nullptr))
-      << command.front() << " is not installed";
-  ASSERT_EQ(status, 0);
+  ASSERT_TRUE(g_spawn_command_line_sync(command.c_str(), nullptr, nullptr, &status, nullptr))
+      << command << ": is it installed?";
+  ASSERT_EQ(status, 0) << command;
 }
 
 } // namespace
@@ -58,6 +53,12 @@ std::vector<GtkWidget*> Screen::widgets(GtkWidget* widget, const std::string& ty
   return found;
 }
 
+void Screen::script(const std::string& text) {
+  ASSERT_FALSE(pages().empty());
+  webkit_web_view_evaluate_javascript(WEBKIT_WEB_VIEW(pages().back()), text.c_str(), -1, nullptr,
+                                      nullptr, nullptr, nullptr, nullptr);
+}
+
 Rect Screen::allocation(GtkWidget* box) {
   double x = 0;
   double y = 0;
@@ -77,12 +78,11 @@ GtkWindow* Screen::alert() {
 }
 
 void Screen::press(const std::string& key) {
-  run({"xdotool", "key", key});
+  run("xdotool key " + key);
 }
 
-void Screen::click(double x, double y) {
-  run({"xdotool", "mousemove", std::to_string(static_cast<int>(x)),
-       std::to_string(static_cast<int>(y)), "click", "1"});
+void Screen::click(int x, int y) {
+  run("xdotool mousemove " + std::to_string(x) + " " + std::to_string(y) + " click 1");
 }
 
 } // namespace quarnet::platform

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <vector>
+#include <webkit/webkit.h>
 
 namespace quarnet::platform {
 
@@ -24,7 +25,12 @@ protected:
 
   /// The widgets in `widget`, itself included, of that type name, outermost first.
   static std::vector<GtkWidget*> widgets(GtkWidget* widget, const std::string& typeName);
-  std::vector<GtkWidget*> boxes() { return widgets(GTK_WIDGET(window_), "QuarnetFrameBox"); }
+  std::vector<GtkWidget*> boxes() { return shown("QuarnetFrameBox"); }
+  std::vector<GtkWidget*> pages() { return shown("WebKitWebView"); }
+  /// The notice in place of a page that did not load, to be seen or not.
+  GtkWidget* failure() { return shown("AdwStatusPage").at(0); }
+  /// Runs a script in the page on top.
+  void script(const std::string& text);
   /// Where the box of a view lies in the box that holds it, as the screen has it.
   static Rect allocation(GtkWidget* box);
 
@@ -33,7 +39,11 @@ protected:
 
   /// Real events, as a user's keyboard and mouse send them; at points of the window.
   void press(const std::string& key);
-  void click(double x, double y);
+  void click(int x, int y);
+
+  std::vector<GtkWidget*> shown(const std::string& typeName) {
+    return widgets(GTK_WIDGET(window_), typeName);
+  }
 
   GtkWindow* window_;
   GtkWidget* entry_;

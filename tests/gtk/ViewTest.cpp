@@ -6,8 +6,6 @@ namespace {
 class ViewTest : public testing::Test, protected Screen {};
 
 TEST_F(ViewTest, FramesAreHonouredExactly) {
-  const auto window = toolkit_->keyWindow();
-  EXPECT_EQ(window->frame(), (Rect{0, 0, 320, 568}));
   const auto backdrop = toolkit_->makeView();
   const auto panel = toolkit_->makeView();
   const auto bar = toolkit_->makeTitleBar();
@@ -17,21 +15,18 @@ TEST_F(ViewTest, FramesAreHonouredExactly) {
   bar->setFrame({0, 0, 320, 44});
   panel->addSubview(bar);
   backdrop->addSubview(panel);
-  window->addSubview(backdrop);
+  toolkit_->keyWindow()->addSubview(backdrop);
 
-  // A point, an opened panel that reaches beyond its parent, another that lies outside of it, and
-  // one on half points, whose edges are rounded each for itself.
-  const struct {
-    Rect asked;
-    Rect shown;
-  } frames[] = {
+  // A point, a panel that reaches beyond its parent, another that lies outside of it, and one on
+  // half points, whose edges are rounded each for itself.
+  const std::pair<Rect, Rect> askedAndShown[] = {
       {{160, 274, 0, 0}, {160, 274, 0, 0}},
       {{0, 20, 320, 548}, {0, 20, 320, 548}},
       {{-700, -50, 900, 4000}, {-700, -50, 900, 4000}},
       {{10.5, 10.4, 20.2, 20.2}, {11, 10, 20, 21}},
       {{5, 5, -10, -10}, {5, 5, 0, 0}},
   };
-  for (const auto& [asked, shown] : frames) {
+  for (const auto& [asked, shown] : askedAndShown) {
     panel->setFrame(asked);
     settle();
     const auto shownBoxes = boxes();
@@ -99,13 +94,39 @@ TEST_F(ViewTest, ViewsOutliveTheirWindow) {
   const auto window = toolkit_->keyWindow();
   const auto view = toolkit_->makeView();
   window->addSubview(view);
-  auto* closed = GTK_WINDOW(g_object_ref(window_));
   gtk_window_destroy(window_);
-  g_object_unref(closed);
   view->setFrame({0, 0, 10, 10});
   view->removeFromSuperview();
   window->addSubview(view);
   EXPECT_EQ(toolkit_->keyWindow(), nullptr);
+  window_ = GTK_WINDOW(gtk_window_new());
+}
+
+TEST_F(ViewTest, AlertIsPressedOnceHoweverItIsPutAway) {
+  const std::pair<const char*, std::function<void()>> waysOut[] = {
+      {"closed", [] { gtk_window_close(alert()); }},
+      {"destroyed", [] { gtk_window_destroy(alert()); }},
+      {"Escape", [this] { press("Escape"); }},
+      {"Return", [this] { press("Return"); }},
+      {"gone with its window", [this] { gtk_window_destroy(window_); }},
+  };
+  for (const auto& [what, putAway] : waysOut) {
+    SCOPED_TRACE(what);
+    int pressed = 0;
+    toolkit_->showAlert("denied\xff", "사용자가 거부했습니다 <b>&\xff", "확인", [&] { ++pressed; });
+    ASSERT_NE(alert(), nullptr);
+    EXPECT_EQ(gtk_window_get_transient_for(alert()), window_);
+    EXPECT_TRUE(gtk_window_get_modal(alert()));
+    EXPECT_STREQ(adw_message_dialog_get_heading(ADW_MESSAGE_DIALOG(alert())), "denied\uFFFD");
+    EXPECT_STREQ(adw_message_dialog_get_body(ADW_MESSAGE_DIALOG(alert())),
+                 "사용자가 거부했습니다 <b>&\uFFFD");
+    settle();
+    EXPECT_EQ(pressed, 0);
+    putAway();
+    EXPECT_TRUE(waitUntil([&] { return pressed > 0 && alert() == nullptr; }));
+    settle();
+    EXPECT_EQ(pressed, 1);
+  }
   window_ = GTK_WINDOW(gtk_window_new());
 }
 
