@@ -201,7 +201,8 @@ private:
   std::shared_ptr<OAuthClient> oAuthClient_;
   const std::shared_ptr<Registration> registration_;
   /// The record and the store meet one at a time, so that no save or restore sees half of another.
-  std::mutex storing_;
+  /// Recursive, as the store writes its failures to the log meanwhile, and a log may call here.
+  std::recursive_mutex storing_;
 };
 
 } // namespace quarnet

@@ -1,4 +1,3 @@
-#include "quarnet/platform/Platform.h"
 #include "quarnet/platform/glib/GlibMainThread.h"
 
 #include <gmock/gmock.h>
@@ -25,20 +24,6 @@ TEST(MainThread, ACallThatRunsTheLoopDoesNotChangeTheOrder) {
 
   mainThread.post([&] { order.clear(); });
   EXPECT_TRUE(GlibMainThread::runUntil([&] { return order.empty(); }, 10s));
-}
-
-TEST(MainThread, ACallThatThrowsCostsNoOther) {
-  Platform::install({.log = std::make_shared<NullLog>()});
-  GlibMainThread mainThread;
-  int ran = 0;
-  for (int i = 0; i < 5; ++i) {
-    mainThread.post([&ran, i] {
-      ++ran;
-      if (i == 1) throw std::runtime_error("one of the application's");
-      if (i == 2) throw 2;
-    });
-  }
-  EXPECT_TRUE(GlibMainThread::runUntil([&] { return ran == 5; }, std::chrono::milliseconds::max()));
 }
 
 TEST(MainThread, PostsOfOneThreadKeepTheirOrderAndOutliveTheirMaker) {
