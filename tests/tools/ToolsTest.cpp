@@ -154,8 +154,10 @@ TEST_F(ToolsTest, StoredTokensAreMaskedUnlessAskedFor) {
   EXPECT_THAT(run({"token", "--reveal"}).out,
               AllOf(HasSubstr(tokens.accessToken), HasSubstr(tokens.refreshToken)));
   const Outcome logged = run({"request", "GET", url("/v1/a"), "-p", "k=v", "--log", "redacted"});
-  EXPECT_THAT(logged.err, AllOf(HasSubstr("HTTPHeaderFields"), Not(HasSubstr(tokens.accessToken)),
-                                Not(HasSubstr(tokens.refreshToken))));
+  EXPECT_THAT(logged.err,
+              AllOf(HasSubstr("HTTPHeaderFields"), HasSubstr("encryptedString : "),
+                    Not(HasSubstr("encryptedString : *")), Not(HasSubstr(tokens.accessToken)),
+                    Not(HasSubstr(tokens.refreshToken))));
 }
 
 TEST_F(ToolsTest, WhatIsNoTokenAnswerIsNotImported) {

@@ -1,18 +1,69 @@
 #include "tests/login/LoginTest.h"
 
+#include <stdexcept>
+
 namespace quarnet::test {
 namespace {
 
+using platform::Log;
+using platform::RedactingLog;
 using sandbox::Misbehaviour;
 using ::testing::HasSubstr;
 
-TEST_F(LoginTest, ARedactedSessionShowsNoSecretAndAllElse) {
+class LogTest : public LoginTest {
+protected:
+  static void useRedacted(std::shared_ptr<Log> log) {
+    platform::Platform services = platform::Platform::current();
+    services.log = std::make_shared<RedactingLog>(std::move(log));
+    platform::Platform::install(std::move(services));
+  }
+};
+
+class RudeLog final : public Log {
+public:
+  void write(Line) override {
+    // The first line is the store's complaint, under the lock of whoever saves.
+    if (++lines == 1) OAuthInfoManager::sharedInstance().saveOAuthInfo();
+    throw std::runtime_error("written");
+  }
+  bool isOn() const override { throw 1; }
+  int lines = 0;
+};
+
+TEST_F(LogTest, MayThrowAndCallTheLibraryAsMayACallback) {
+  const auto rude = std::make_shared<RudeLog>();
+  useRedacted(rude);
+  std::filesystem::create_directory(storeFile());
+  testing::internal::CaptureStderr();
+  record_.setAccessToken("a");
+  manager_.saveOAuthInfo();
+  EXPECT_EQ(rude->lines, 2);
+  EXPECT_FALSE(platform::isLogOn());
+
+  platform::GlibMainThread mainThread;
+  mainThread.post([] { throw std::runtime_error("one of the application's"); });
+  mainThread.post([] { throw 2; });
+  bool ran = false;
+  mainThread.post([&ran] { ran = true; });
+  EXPECT_TRUE(
+      platform::GlibMainThread::runUntil([&] { return ran; }, std::chrono::milliseconds::max()));
+  EXPECT_EQ(rude->lines, 4);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "quarnet: the log threw an exception\n");
+}
+
+TEST_F(LogTest, OnlyWhatIsMarkedAsHarmlessOrMissingIsShown) {
+  useRedacted(log_);
+  const std::string secret = "a";
+  platform::log("name : ", secret, ", ", platform::harmless(secret), secret.c_str(), std::string(),
+                std::string("(null)"), std::string_view("(null) "));
+  EXPECT_EQ(log_->lines().back(), "name : ***, a***(null)***");
+}
+
+TEST_F(LogTest, ARedactedSessionShowsNoSecretAndAllElse) {
   // "Zq7" is in every secret, behind all that could be taken for its end.
   const std::string secret =
       R"('x'Zq7%22x%22Zq7","scope":"Zq7\"Zq7\\u0022&scope=Zq7#?Zq7, Accept: Zq7; {"a":	"Zq7"})";
-  platform::Platform services = platform::Platform::current();
-  services.log = std::make_shared<platform::RedactingLog>(log_);
-  platform::Platform::install(std::move(services));
+  useRedacted(log_);
 
   // A reissue that is refused, and a sign-in.
   record_.setAccessToken(secret);
@@ -31,6 +82,8 @@ TEST_F(LoginTest, ARedactedSessionShowsNoSecretAndAllElse) {
   page->fail({.description = secret, .userInfo = secret});
   page->finish(completionUrl(secret));
   ASSERT_TRUE(app_.waitFor(1));
+  manager_.setScope(record_.scope());
+  manager_.getAccessTokenReissueURL();
 
   // Calls.
   APIRequest request;
@@ -48,13 +101,16 @@ TEST_F(LoginTest, ARedactedSessionShowsNoSecretAndAllElse) {
   bundle.setUploadFileKey("Zq7");
   request.requestURLHTTPMethodError(bundle, "Zq7://h", HttpMethod::PUT, &error);
 
-  // A reissue that succeeds, a log-out that is refused and one that is not answered.
+  // A reissue that succeeds, log-outs that are refused and one that is not answered.
   manager_.reissueAccessToken();
   manager_.logout();
+  manager_.logoutFinishedFailed(&app_, &Callbacks::finished, &Callbacks::failed);
+  platform::GlibMainThread().post([] { throw std::runtime_error("Zq7"); });
+  ASSERT_TRUE(app_.waitFor(3));
   manager_.setError(secret);
   server().misbehave("*", Misbehaviour::reset());
   manager_.logoutFinishedFailed(&app_, &Callbacks::finished, &Callbacks::failed);
-  ASSERT_TRUE(app_.waitFor(3));
+  ASSERT_TRUE(app_.waitFor(4));
 
   std::string shown;
   for (const std::string& line : log_->lines())
@@ -66,7 +122,8 @@ TEST_F(LoginTest, ARedactedSessionShowsNoSecretAndAllElse) {
                    "&grant_type=refresh_token&scope=profile&refresh_token=***\n"),
         std::string("&client_secret=***&code=***&grant_type=authorization_code\n"),
         std::string("accessToken:***\nrefreshToken:***\nexpiresIn:(null)\nscope:(null)\n"),
-        std::string("URL : HTTP://h:80***\n"), std::string("URL : https://h***\n"),
+        std::string("encryptedString : ***\n"), std::string("URL : HTTP://h:80***\n"),
+        std::string("URL : https://h***\n"),
         std::string("{Content-Type: application/json, swap_key: 1700000000250, client_id: "
                     "demo-client, access_token: ***, refresh_token: ***, Accept: "),
         std::string("\n401\nAPIRequest async data received\nphoto size : 84\n"),
