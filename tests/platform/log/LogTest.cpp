@@ -67,12 +67,12 @@ TEST_F(LogTest, ARedactedSessionShowsNoSecretAndAllElse) {
 
   // A reissue that is refused, and a sign-in.
   record_.setAccessToken(secret);
-  record_.setRefreshToken(secret);
+  record_.setRefreshToken("Zq7");
   manager_.setClientSecret(secret);
   manager_.saveOAuthInfo();
   manager_.loginFinishedFailed(&app_, &Callbacks::finished, &Callbacks::failed);
   toolkit_->advance(500ms);
-  server().misbehave("*", Misbehaviour::body(R"({"access_token":"Zq7\"Zq7",
+  server().misbehave("*", Misbehaviour::body(R"({"access_token":"Zq7",
       "refresh_token":["{\"access_token\":\t\"Zq7\"}"],"expires_in":"3600\"Zq7",
       "scope":{"\\u0061ccess_token":"Zq7"},"body":{"key":"Zq7","iv":"Zq7"}})"));
   const auto page = toolkit_->webView();
