@@ -22,7 +22,6 @@ HeaderFields::HeaderFields(
 
 void HeaderFields::set(std::string_view name, std::optional<std::string_view> value) {
   if (value) {
-    // First, so that nothing is lost when memory runs out.
     places_.reserve(std::max(std::bit_ceil(places_.size() + 1), kUsualFields));
     const std::size_t lineSize = name.size() + kSeparator.size() + value->size() + 1;
     lines_.reserve(std::max(lines_.size() + lineSize, kUsualSize));

@@ -29,8 +29,7 @@ public:
   HeaderFields(std::initializer_list<std::pair<std::string_view, std::string_view>> fields);
 
   /// Sets a field, as the last one, in place of one of that name; an absent value removes it.
-  /// Neither text may lie in these fields themselves. Nothing has changed when it throws
-  /// std::bad_alloc.
+  /// Neither text may lie in these fields themselves.
   void set(std::string_view name, std::optional<std::string_view> value);
 
   /// The value of the field of that name, or absent. Lives until the fields change.

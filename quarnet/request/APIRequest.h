@@ -21,8 +21,14 @@ namespace quarnet {
 ///
 /// Prepare calls from one thread at a time: a prepared request lies in one process-wide slot until
 /// it is sent, so two threads that prepare at once can send each other's request. Every error slot
-/// may be null. Nothing is thrown: a call that is too large for the memory ends like one whose
-/// transport failed.
+/// may be null.
+///
+/// Nothing is thrown: a call whose body, file, parameters or answer are too large for the memory
+/// fails with "vornelAPIError", 1, "Not enough memory for the call".
+///
+/// The one-time key, its vector and the parameters' plain text are overwritten where this class and
+/// the cipher kept them before the call is made. That is no promise for what others saw of them:
+/// the log, the kernel and TLS, and memory that was freed on the way while an answer arrived.
 class QUARNET_EXPORT APIRequest {
 public:
   APIRequest();
@@ -75,11 +81,12 @@ public:
   /// The same with the bundle's method and URL set first.
   void aSyncRequestURLHTTPMethod(RequestBundle& bundle, Text url, HttpMethod method);
 
-  /// The bundle's URL with its parameters as a plain query; calls do not use it.
+  /// The bundle's URL with its parameters as a plain query; calls do not use it. Absent when that
+  /// is too large for the memory.
   Text urlConverter(const RequestBundle& bundle);
 
   /// Prepares the call in the process-wide slot, or stores an error. Writes back into the bundle:
-  /// the URL gets the suffix of the response type, the parameter values are escaped.
+  /// the URL gets the suffix of the response type, the parameter values are escaped, both or none.
   void _requestError(RequestBundle& bundle, std::optional<Error>* error);
   /// Adds the key and token headers to the request in the slot. An absent client identifier is
   /// error 5; the other headers are set all the same.
@@ -88,12 +95,14 @@ public:
   static std::shared_ptr<const platform::HttpRequest> urlRequest();
 
   /// Encrypts a query text under a one-time key that it fetches, blocking. The hexadecimal text for
-  /// "?enc=", or absent with error 5 (no client identifier) or 7 (the key did not arrive).
+  /// "?enc=", or absent with error 5 (no client identifier), 7 (the key did not arrive) or what a
+  /// call gets that is too large for the memory.
   /// `swapKey`, which may be null, receives the name by which the server knows the key as soon as
   /// there is one.
   Text encryptParamSwapKeyError(const Text& parameters, Text* swapKey, std::optional<Error>* error);
   /// AES-256-CBC with PKCS#7 padding. Key and IV are the texts' bytes, cut to 32 and 16 bytes or
-  /// filled up with zero bytes; an absent text is all zero. Absent when the cipher fails.
+  /// filled up with zero bytes; an absent text is all zero. Absent when the cipher fails or the
+  /// memory does not suffice.
   std::optional<Data> AES256EncryptWithKeyIvectorData(const Text& key, const Text& iv,
                                                       std::string_view data);
   /// Two lower-case hexadecimal digits a byte; empty for absent data.
@@ -125,6 +134,9 @@ private:
 
   std::optional<ResponseMessage> send(RequestBundle& bundle, std::optional<Error>* error);
   void start(RequestBundle& bundle);
+  // These two leave std::bad_alloc to who sends the call.
+  void prepare(RequestBundle& bundle, std::optional<Error>* error);
+  Text encrypt(const Text& parameters, Text* swapKey, std::optional<Error>* error);
   void setCallback(CallbackTriple callback);
   template <class Use>
   auto guarded(Use use) const;

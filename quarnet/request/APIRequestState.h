@@ -2,12 +2,11 @@
 
 #include "quarnet/core/Registration.h"
 #include "quarnet/request/APIRequest.h"
+#include "quarnet/request/NotEnoughMemory.h"
 
 #include <mutex>
 
 namespace quarnet {
-
-inline constexpr const char* kNotEnoughMemory = "Not enough memory for the call";
 
 /// What an APIRequest shares with the completions of its calls, so that it may be dropped while
 /// they are under way.

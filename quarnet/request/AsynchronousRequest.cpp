@@ -5,8 +5,6 @@
 #include "quarnet/platform/Platform.h"
 #include "quarnet/request/APIRequestState.h"
 
-#include <new>
-
 namespace quarnet {
 
 using platform::deliver;
@@ -23,11 +21,7 @@ constexpr char kDataReceived[] = "APIRequest async data received";
 
 /// Runs on a background thread.
 void APIRequest::State::answered(HttpResult answer) {
-  try {
-    report(std::move(answer));
-  } catch (const std::bad_alloc&) {
-    failForMemory();
-  }
+  withinMemory([&] { report(std::move(answer)); }, [&] { failForMemory(); });
 }
 
 void APIRequest::State::failForMemory() {
@@ -60,16 +54,12 @@ void APIRequest::State::report(HttpResult answer) {
 }
 
 void APIRequest::aSyncRequest(RequestBundle& bundle) {
-  try {
-    start(bundle);
-  } catch (const std::bad_alloc&) {
-    state_->failForMemory();
-  }
+  withinMemory([&] { start(bundle); }, [&] { state_->failForMemory(); });
 }
 
 void APIRequest::start(RequestBundle& bundle) {
   std::optional<Error> failure;
-  _requestError(bundle, &failure);
+  prepare(bundle, &failure);
   if (failure) {
     return deliver(state_->registration, &CallbackTriple::failed,
                    resultDictionary("", failure->description, ""));

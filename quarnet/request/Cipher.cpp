@@ -1,29 +1,33 @@
 #include "quarnet/request/Cipher.h"
 
-#include "quarnet/core/OfThread.h"
-
-#include <algorithm>
 #include <memory>
+#include <new>
 #include <openssl/evp.h>
 
 namespace quarnet {
 namespace {
 
-struct Context {
-  std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> evp{EVP_CIPHER_CTX_new(),
-                                                                      EVP_CIPHER_CTX_free};
-};
-
 /// Fetching costs more than encrypting a short text, so it is done once for the process.
 const EVP_CIPHER* cipher() {
-  static const EVP_CIPHER* const fetched = EVP_CIPHER_fetch(nullptr, "AES-256-CBC", nullptr);
+  static const EVP_CIPHER* const fetched = [] {
+    // Else OpenSSL would be taken down at exit under threads of the application that still encrypt.
+    OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
+    return EVP_CIPHER_fetch(nullptr, "AES-256-CBC", nullptr);
+  }();
   return fetched;
 }
 
-std::optional<Data> encryptWith(EVP_CIPHER_CTX* context, const CipherKey& key,
-                                const CipherVector& iv, std::string_view plain) {
+} // namespace
+
+std::optional<Data> encryptAes256Cbc(const CipherKey& key, const CipherVector& iv,
+                                     std::string_view plain) {
   constexpr std::size_t kLargestStep = std::size_t{1} << 30; // EVP counts in int
-  if (context == nullptr || cipher() == nullptr) return std::nullopt;
+  // Freeing it wipes what it made of the key.
+  const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> owned(EVP_CIPHER_CTX_new(),
+                                                                              EVP_CIPHER_CTX_free);
+  EVP_CIPHER_CTX* const context = owned.get();
+  if (context == nullptr) throw std::bad_alloc();
+  if (cipher() == nullptr) return std::nullopt;
   if (EVP_EncryptInit_ex2(context, cipher(), key.data(), iv.data(), nullptr) != 1) {
     return std::nullopt;
   }
@@ -44,15 +48,6 @@ std::optional<Data> encryptWith(EVP_CIPHER_CTX* context, const CipherKey& key,
   if (EVP_EncryptFinal_ex(context, out + size, &written) != 1) return std::nullopt;
   encrypted.resize(size + static_cast<std::size_t>(written));
   return encrypted;
-}
-
-} // namespace
-
-std::optional<Data> encryptAes256Cbc(const CipherKey& key, const CipherVector& iv,
-                                     std::string_view plain) {
-  if (const Context* kept = ofThread<Context>())
-    return encryptWith(kept->evp.get(), key, iv, plain);
-  return encryptWith(Context().evp.get(), key, iv, plain);
 }
 
 } // namespace quarnet

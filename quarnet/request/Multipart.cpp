@@ -2,13 +2,19 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <exception>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace quarnet {
 namespace {
+
+struct File {
+  const int descriptor;
+  ~File() {
+    if (descriptor >= 0) close(descriptor);
+  }
+};
 
 void appendQuotable(Data& out, std::string_view text) {
   for (const char c : text) {
@@ -35,9 +41,9 @@ std::string_view lastPathComponent(std::string_view path) {
   return slash == std::string_view::npos || path.size() == 1 ? path : path.substr(slash + 1);
 }
 
-/// Appends what the descriptor gives up to its end; false, with nothing appended, when reading
-/// fails. Uses up the room that was reserved before it asks for more.
-bool appendAll(Data& out, int descriptor) {
+/// Appends what the descriptor gives up to its end; nothing when reading fails. Uses up the room
+/// that was reserved before it asks for more.
+void appendAll(Data& out, int descriptor) {
   // Small enough to lie in the processor's cache between its filling with zeros and its reading.
   constexpr std::size_t kStep = std::size_t{1} << 18;
   const std::size_t start = out.size();
@@ -54,7 +60,7 @@ bool appendAll(Data& out, int descriptor) {
       continue;
     }
     out.resize(count < 0 ? start : end);
-    return count == 0;
+    return;
   }
 }
 
@@ -66,15 +72,12 @@ Multipart makeMultipart(std::string_view boundary, std::string_view key, const s
 
   // A path that holds NUL names no file; cut off there it would name another.
   const bool isPath = path.find('\0') == std::string::npos;
-  const int file = isPath ? open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK) : -1;
+  const File file{isPath ? open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK) : -1};
   struct stat status {};
-  bool readable = file >= 0 && fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+  const bool readable =
+      file.descriptor >= 0 && fstat(file.descriptor, &status) == 0 && S_ISREG(status.st_mode);
   const std::size_t expected = readable ? static_cast<std::size_t>(status.st_size) : 0;
-  try {
-    body.reserve(expected + boundary.size() * 2 + key.size() * 3 + path.size() * 3 + 512);
-  } catch (const std::exception&) {
-    readable = false; // larger than the memory
-  }
+  body.reserve(expected + boundary.size() * 2 + key.size() * 3 + path.size() * 3 + 512);
 
   body.append("\r\n--").append(boundary).append("\r\n");
   body.append("Content-Disposition: form-data; name=\"");
@@ -85,9 +88,8 @@ Multipart makeMultipart(std::string_view boundary, std::string_view key, const s
   body.append("Content-Type: application/octet-stream\r\n\r\n");
 
   const std::size_t head = body.size();
-  if (readable) appendAll(body, file);
+  if (readable) appendAll(body, file.descriptor);
   multipart.fileSize = body.size() - head;
-  if (file >= 0) close(file);
 
   // This line stands behind the file's bytes, not among the part's headers: the server expects it
   // so.

@@ -3,13 +3,14 @@
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/Json.h"
 #include "quarnet/core/Text.h"
+#include "quarnet/core/Wipe.h"
 #include "quarnet/oauth/OAuthInfo.h"
 #include "quarnet/platform/Platform.h"
 #include "quarnet/request/APIRequest.h"
 #include "quarnet/request/Cipher.h"
+#include "quarnet/request/NotEnoughMemory.h"
 
 #include <algorithm>
-#include <openssl/crypto.h>
 
 namespace quarnet {
 
@@ -40,6 +41,13 @@ Text stringMember(const std::optional<Json>& object, std::string_view name) {
   return value && value->isString() ? Text(value->text()) : Text();
 }
 
+void logAnswer(const std::optional<Json>& json) {
+  if (!Platform::current().log->isOn()) return;
+  std::string shown = json ? json->text() : "(null)";
+  const WipeAtEnd wiped(shown);
+  log("response : ", shown);
+}
+
 /// The text's bytes, cut to the buffer or filled up with zero bytes.
 template <class Buffer>
 Buffer copied(const Text& text) {
@@ -48,10 +56,26 @@ Buffer copied(const Text& text) {
   return buffer;
 }
 
+std::optional<Data> encrypted(const Text& key, const Text& iv, std::string_view plain) {
+  auto keyBuffer = copied<CipherKey>(key);
+  auto ivBuffer = copied<CipherVector>(iv);
+  const WipeAtEnd wipedKey(keyBuffer);
+  const WipeAtEnd wipedIv(ivBuffer);
+  return encryptAes256Cbc(keyBuffer, ivBuffer, plain);
+}
+
 } // namespace
 
 Text APIRequest::encryptParamSwapKeyError(const Text& parameters, Text* swapKey,
                                           std::optional<Error>* error) {
+  return withinMemory([&] { return encrypt(parameters, swapKey, error); },
+                      [&] {
+                        storeError(error, notEnoughMemory());
+                        return Text();
+                      });
+}
+
+Text APIRequest::encrypt(const Text& parameters, Text* swapKey, std::optional<Error>* error) {
   const Text clientId = OAuthInfo::sharedInstance().clientId();
   if (!clientId) {
     storeError(error, makeError(5));
@@ -62,8 +86,9 @@ Text APIRequest::encryptParamSwapKeyError(const Text& parameters, Text* swapKey,
 
   std::string body = "swap_key=" + newKey + "&client_id=" + *clientId;
   log("payload : ", harmless(body));
-  const HttpResult answer =
+  HttpResult answer =
       Platform::current().httpClient->sendSynchronously(keyRequest(std::move(body)));
+  const WipeAtEnd wipedAnswer(answer.body);
   if (answer.error) {
     storeError(error, makeError(7));
     return std::nullopt;
@@ -72,26 +97,24 @@ Text APIRequest::encryptParamSwapKeyError(const Text& parameters, Text* swapKey,
   // Neither the status nor the shape of the answer is checked: what is missing counts as zero bytes
   // and the server then refuses the call.
   const std::optional<Json> json = Json::parse(answer.body);
-  if (platform::isLogOn()) log("response : ", json ? json->text() : "(null)");
+  logAnswer(json);
   const std::optional<Json> keyBody = json ? json->member("body") : std::nullopt;
-  const Text key = stringMember(keyBody, "key");
-  const std::string encrypted = hexEncode(AES256EncryptWithKeyIvectorData(
-      key, stringMember(keyBody, "iv"),
-      parameters ? std::string_view(*parameters) : std::string_view()));
+  Text key = stringMember(keyBody, "key");
+  Text iv = stringMember(keyBody, "iv");
+  const WipeAtEnd wipedKey(key);
+  const WipeAtEnd wipedIv(iv);
+  const std::string text = hexEncode(
+      encrypted(key, iv, parameters ? std::string_view(*parameters) : std::string_view()));
   // Under a key that is missing or cut off, the ciphertext is as good as the parameters themselves.
   const bool isHidden = key && key->size() >= CipherKey().size();
-  log("encryptedString : ", platform::Log::Piece{.text = encrypted, .isHarmless = isHidden});
-  return encrypted;
+  log("encryptedString : ", platform::Log::Piece{.text = text, .isHarmless = isHidden});
+  return text;
 }
 
 std::optional<Data> APIRequest::AES256EncryptWithKeyIvectorData(const Text& key, const Text& iv,
                                                                 std::string_view data) {
-  auto keyBuffer = copied<CipherKey>(key);
-  auto ivBuffer = copied<CipherVector>(iv);
-  std::optional<Data> encrypted = encryptAes256Cbc(keyBuffer, ivBuffer, data);
-  OPENSSL_cleanse(keyBuffer.data(), keyBuffer.size());
-  OPENSSL_cleanse(ivBuffer.data(), ivBuffer.size());
-  return encrypted;
+  return withinMemory([&] { return encrypted(key, iv, data); },
+                      [] { return std::optional<Data>(); });
 }
 
 } // namespace quarnet

@@ -4,12 +4,14 @@
 #include "quarnet/core/Global.h"
 #include "quarnet/core/StringUtil.h"
 #include "quarnet/core/Text.h"
+#include "quarnet/core/Wipe.h"
 #include "quarnet/oauth/OAuthInfo.h"
 #include "quarnet/platform/LogPieces.h"
 #include "quarnet/platform/Platform.h"
 #include "quarnet/platform/glib/UniqueString.h"
 #include "quarnet/request/APIRequest.h"
 #include "quarnet/request/Multipart.h"
+#include "quarnet/request/NotEnoughMemory.h"
 
 #include <algorithm>
 #include <mutex>
@@ -75,9 +77,16 @@ std::string_view methodName(HttpMethod method) {
   return {};
 }
 
+/// Escapes all values or, when it throws, none.
 void escapeValues(Parameters& parameters) {
+  std::vector<std::string> escaped;
+  escaped.reserve(parameters.size());
+  for (const auto& [key, value] : parameters)
+    escaped.push_back(value ? escapeString(*value) : std::string());
+  auto next = escaped.begin();
   for (auto& [key, value] : parameters) {
-    if (value) value = escapeString(*value);
+    if (value) value->swap(*next);
+    ++next;
   }
 }
 
@@ -143,6 +152,10 @@ std::shared_ptr<const HttpRequest> APIRequest::urlRequest() {
 }
 
 void APIRequest::_requestError(RequestBundle& bundle, std::optional<Error>* error) {
+  withinMemory([&] { prepare(bundle, error); }, [&] { storeError(error, notEnoughMemory()); });
+}
+
+void APIRequest::prepare(RequestBundle& bundle, std::optional<Error>* error) {
   if (bundle.url().value_or("").empty()) {
     log("requestBundle.url : ", formatted(bundle.url()));
     return storeError(error, makeError(2));
@@ -154,18 +167,21 @@ void APIRequest::_requestError(RequestBundle& bundle, std::optional<Error>* erro
       Global::getContentType(static_cast<std::uint64_t>(bundle.responseType()));
   if (acceptType == "error") return storeError(error, makeError(3));
 
-  bundle.setUrl(std::string(*bundle.url()).append(suffix(bundle.responseType())));
+  std::string url = *bundle.url();
+  url.append(suffix(bundle.responseType()));
   if (bundle.parameters_) escapeValues(*bundle.parameters_);
+  bundle.setUrl(std::move(url));
 
   const HttpMethod method = bundle.httpMethod();
   HttpRequest request{.url = *bundle.url()};
   Text swapKey;
   if (encryptsParameters(method)) {
-    const Text parameters = bundle.parameters() ? parameterText(*bundle.parameters()) : "";
+    Text parameters = bundle.parameters() ? parameterText(*bundle.parameters()) : "";
+    const WipeAtEnd wiped(parameters);
     log("paramString : ", formatted(parameters));
     // A failure is not reported: the call then goes out without its parameters.
     std::optional<Error> dropped;
-    if (const Text enc = encryptParamSwapKeyError(parameters, &swapKey, &dropped)) {
+    if (const Text enc = encrypt(parameters, &swapKey, &dropped)) {
       request.url.append("?enc=").append(*enc);
     }
   }
@@ -193,10 +209,13 @@ void APIRequest::_requestError(RequestBundle& bundle, std::optional<Error>* erro
 }
 
 void APIRequest::setHeaderErr(const Text& swapKey, std::optional<Error>* error) {
-  const auto prepared = slot().get();
-  HttpRequest request = prepared ? *prepared : HttpRequest{};
-  addKeyAndTokens(request, swapKey, error);
-  slot().put(std::move(request));
+  const auto add = [&] {
+    const auto prepared = slot().get();
+    HttpRequest request = prepared ? *prepared : HttpRequest{};
+    addKeyAndTokens(request, swapKey, error);
+    slot().put(std::move(request));
+  };
+  withinMemory(add, [&] { storeError(error, notEnoughMemory()); });
 }
 
 Text APIRequest::urlConverter(const RequestBundle& bundle) {
@@ -204,11 +223,15 @@ Text APIRequest::urlConverter(const RequestBundle& bundle) {
   const auto [origin, rest] = platform::addressPieces(formatted(bundle.url()));
   log("URL : ", origin, rest);
   log("paramSize : ", harmless(std::to_string(count)));
-  if (count == 0) return bundle.url();
-  std::string url(formatted(bundle.url()));
-  url.append("?").append(*StringUtil::getQueryStringFromDictionary(bundle.parameters()));
-  log("ENCODED URL : [", origin, std::string_view(url).substr(origin.text.size()), "]");
-  return url;
+  const auto convert = [&, size = origin.text.size()]() -> Text {
+    if (count == 0) return bundle.url();
+    std::string url(formatted(bundle.url()));
+    url.append("?").append(*StringUtil::getQueryStringFromDictionary(bundle.parameters()));
+    const std::string_view text = url;
+    log("ENCODED URL : [", harmless(text.substr(0, size)), text.substr(size), "]");
+    return url;
+  };
+  return withinMemory(convert, [] { return Text(); });
 }
 
 } // namespace quarnet

@@ -4,7 +4,7 @@
 #include "quarnet/platform/Platform.h"
 #include "quarnet/request/APIRequestState.h"
 
-#include <new>
+#include <utility>
 
 namespace quarnet {
 
@@ -15,7 +15,7 @@ using platform::Platform;
 std::optional<ResponseMessage> APIRequest::send(RequestBundle& bundle,
                                                 std::optional<Error>* error) {
   std::optional<Error> failure;
-  _requestError(bundle, &failure);
+  prepare(bundle, &failure);
   if (failure) {
     storeError(error, std::move(*failure));
     return std::nullopt;
@@ -39,14 +39,13 @@ std::optional<ResponseMessage> APIRequest::send(RequestBundle& bundle,
 
 std::optional<ResponseMessage> APIRequest::requestError(RequestBundle& bundle,
                                                         std::optional<Error>* error) {
-  try {
-    return send(bundle, error);
-  } catch (const std::bad_alloc&) {
-    storeError(error, {.domain = "vornelAPIError", .code = 1, .description = kNotEnoughMemory});
-    ResponseMessage message;
-    message.setStatusCode("0");
-    return message;
-  }
+  return withinMemory([&] { return send(bundle, error); },
+                      [&] {
+                        storeError(error, notEnoughMemory());
+                        std::optional<ResponseMessage> message(std::in_place);
+                        message->setStatusCode("0");
+                        return message;
+                      });
 }
 
 std::optional<ResponseMessage> APIRequest::requestHTTPMethodError(RequestBundle& bundle,

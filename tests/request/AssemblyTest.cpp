@@ -40,25 +40,25 @@ TEST_F(Assembly, RefusesBundlesInTheOrderOfTheirFaults) {
   bundle.setHttpMethod(static_cast<HttpMethod>(4));
   bundle.setResponseType(static_cast<ContentFormat>(2));
   bundle.setParameters(Parameters{{"a", "x y"}});
-  EXPECT_EQ(assemble(bundle), makeError(2));
+  EXPECT_EQ(assemble(bundle), (Error{"VornelError002", 2, "Url is null or empty"}));
   bundle.setUrl("");
-  EXPECT_EQ(assemble(bundle), makeError(2));
+  EXPECT_EQ(assemble(bundle), (Error{"VornelError002", 2, "Url is null or empty"}));
   EXPECT_THAT(log_->lines(), ElementsAre("requestBundle.url : (null)", "requestBundle.url : "));
 
   bundle.setUrl("http://host/path");
-  EXPECT_EQ(assemble(bundle), makeError(3));
+  EXPECT_EQ(assemble(bundle), (Error{"VornelError003", 3, "ReturnType-value is wrong"}));
   EXPECT_EQ(bundle.url(), "http://host/path");
   EXPECT_EQ(bundle.parameters(), (Parameters{{"a", "x y"}}));
 
   bundle.setResponseType(ContentFormat::XML);
-  EXPECT_EQ(assemble(bundle), makeError(1));
+  EXPECT_EQ(assemble(bundle), (Error{"VornelError001", 1, "HttpMethod is null"}));
   EXPECT_EQ(bundle.url(), "http://host/path.xml");
   EXPECT_EQ(bundle.parameters(), (Parameters{{"a", "x%20y"}}));
   EXPECT_EQ(APIRequest::urlRequest()->url, "http://host/path.xml");
 
   bundle.setHttpMethod(HttpMethod::POST);
   record_.setClientId(std::nullopt);
-  EXPECT_EQ(assemble(bundle), makeError(5));
+  EXPECT_EQ(assemble(bundle), (Error{"VornelError005", 5, "Client ID is null or empty"}));
   EXPECT_TRUE(APIRequest::urlRequest()->headerFields.get("Accept"));
   EXPECT_TRUE(server().received().empty());
 }

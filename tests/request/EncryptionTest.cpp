@@ -1,7 +1,9 @@
 #include "tests/support/LibraryTest.h"
 
+#include <cmath>
 #include <cstdio>
 #include <gmock/gmock.h>
+#include <limits>
 
 namespace quarnet::test {
 namespace {
@@ -129,15 +131,19 @@ TEST_F(Encryption, FailsOnlyWithoutAClientOrAnAnswer) {
   server().clearReceived();
   record_.setClientId(std::nullopt);
   EXPECT_EQ(encrypt("a=1", &error), std::nullopt);
-  EXPECT_EQ(error, makeError(5));
+  EXPECT_EQ(error, (Error{"VornelError005", 5, "Client ID is null or empty"}));
   EXPECT_EQ(swapKey_, std::nullopt);
   EXPECT_TRUE(server().received().empty());
 
   record_.setClientId("demo-client");
-  server().misbehave("/oauth/get_param_enc_key", sandbox::Misbehaviour::reset());
-  EXPECT_EQ(encrypt("a=1", &error), std::nullopt);
-  EXPECT_EQ(error, makeError(7));
-  EXPECT_EQ(swapKey_, "1700000000250");
+  for (const auto& fault : {sandbox::Misbehaviour::reset(), sandbox::Misbehaviour::cut(20)}) {
+    server().behave();
+    server().misbehave("/oauth/get_param_enc_key", fault);
+    error.reset();
+    EXPECT_EQ(encrypt("a=1", &error), std::nullopt);
+    EXPECT_EQ(error, (Error{"VornelError007", 7, "Received data is empty"}));
+    EXPECT_EQ(swapKey_, "1700000000250");
+  }
 }
 
 TEST_F(Encryption, GoesOnWithZeroBytesWhateverTheAnswerHolds) {
@@ -147,6 +153,8 @@ TEST_F(Encryption, GoesOnWithZeroBytesWhateverTheAnswerHolds) {
                                   Misbehaviour::utf8(),
                                   Misbehaviour::status(500),
                                   Misbehaviour::body("[]"),
+                                  Misbehaviour::body(R"({"a":nul})"),
+                                  Misbehaviour::body(R"({"body":nope})"),
                                   Misbehaviour::body(R"({"body":"text"})"),
                                   Misbehaviour::body(R"({"body":{"key":1,"iv":null}})"),
                                   Misbehaviour::body("{\"body\":" + std::string(100'000, '['))};
@@ -162,6 +170,23 @@ TEST_F(Encryption, GoesOnWithZeroBytesWhateverTheAnswerHolds) {
     }
   }
   EXPECT_GE(log_->count("response : (null)"), 4U);
+}
+
+TEST_F(Encryption, NoClockIsTooWild) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  const std::tuple<double, std::string, std::string> cases[] = {
+      {-1.0019, "-1001", "-978307198001"},
+      {std::nan(""), "0", "0"},
+      {1e30, "9223372036854775807", "9223372036854775807"},
+      {-kInfinity, "-9223372036854775808", "-9223372036854775808"},
+  };
+  for (const auto& [now, swapKey, expiry] : cases) {
+    clock_->now = now;
+    encrypt("a=1");
+    EXPECT_EQ(swapKey_, swapKey);
+    manager_.setOAuthInfoWithJSON(R"({"expires_in":3.6})");
+    EXPECT_EQ(record_.expiresSystime(), expiry);
+  }
 }
 
 } // namespace

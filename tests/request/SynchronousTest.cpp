@@ -133,7 +133,7 @@ TEST_F(Synchronous, AHeaderValueCannotInjectAnything) {
 TEST_F(Synchronous, NothingIsSentWithoutAClientIdentifier) {
   record_.setClientId(std::nullopt);
   EXPECT_EQ(send(HttpMethod::GET, apiUrl("/v1/a")), std::nullopt);
-  EXPECT_EQ(error_, makeError(5));
+  EXPECT_EQ(error_, (Error{"VornelError005", 5, "Client ID is null or empty"}));
   EXPECT_TRUE(server().received().empty());
   bundle_.setUrl(apiUrl("/v1/a"));
   EXPECT_EQ(request_.requestError(bundle_, nullptr), std::nullopt);

@@ -29,7 +29,7 @@ private:
 /// Stands still until it is moved.
 class FixedClock final : public platform::Clock {
 public:
-  double now = 1'700'000'000.25;
+  double now = 1'700'000'000.2506; // to be cut to 250 milliseconds, not rounded to 251
   double secondsSince1970() override { return now; }
 };
 
