@@ -2,8 +2,11 @@
 
 #include <cmath>
 #include <cstdio>
+#include <fcntl.h>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <limits>
+#include <unistd.h>
 
 namespace quarnet::test {
 namespace {
@@ -187,6 +190,68 @@ TEST_F(Encryption, NoClockIsTooWild) {
     manager_.setOAuthInfoWithJSON(R"({"expires_in":3.6})");
     EXPECT_EQ(record_.expiresSystime(), expiry);
   }
+}
+
+// What the server hands out, each character one less, so that it stands nowhere before it is sent.
+constexpr std::string_view kHiddenKey = "a-key-that-is-good-for-one-call.";
+constexpr std::string_view kHiddenVector = "one_vector^again";
+
+std::string revealed(std::string_view hidden) {
+  std::string text(hidden);
+  for (char& c : text)
+    ++c;
+  return text;
+}
+
+class KeyClient final : public platform::HttpClient {
+public:
+  platform::HttpResult sendSynchronously(const platform::HttpRequest&) override {
+    platform::HttpResult result;
+    result.body.reserve(200);
+    for (const std::string_view hidden : {kHiddenKey, kHiddenVector}) {
+      result.body += result.body.empty() ? R"({"body":{"key":")" : R"(","iv":")";
+      for (const char c : hidden)
+        result.body += static_cast<char>(c + 1);
+    }
+    result.body += R"("}})";
+    return result;
+  }
+  void sendAsynchronously(std::shared_ptr<const platform::HttpRequest>, Completion) override {}
+};
+
+/// Whether this process can still read what was hidden as that, anywhere in memory.
+bool isInMemory(std::string_view hidden) {
+  std::ifstream maps("/proc/self/maps");
+  const int memory = open("/proc/self/mem", O_RDONLY | O_CLOEXEC);
+  std::vector<char> chunk(1 << 16);
+  bool found = false;
+  for (std::string line; std::getline(maps, line);) {
+    std::size_t dash = 0;
+    off_t start = static_cast<off_t>(std::stoul(line, &dash, 16));
+    const off_t end = static_cast<off_t>(std::stoul(line.substr(dash + 1), nullptr, 16));
+    if (line[line.find(' ') + 2] != 'w' || end - start > (1L << 30)) continue;
+    for (; start < end; start += static_cast<off_t>(chunk.size() - hidden.size())) {
+      const ssize_t size = pread(memory, chunk.data(), chunk.size(), start);
+      if (size <= 0) break;
+      found |=
+          std::search(chunk.begin(), chunk.begin() + size, hidden.begin(), hidden.end(),
+                      [](char there, char h) { return there == h + 1; }) != chunk.begin() + size;
+    }
+  }
+  close(memory);
+  return found;
+}
+
+TEST_F(Encryption, NothingIsLeftOfTheKeyAndItsVector) {
+  platform::Platform::install(
+      {.httpClient = std::make_shared<KeyClient>(), .log = std::make_shared<platform::NullLog>()});
+  const Text hex = encrypt("a=1");
+  EXPECT_FALSE(isInMemory(kHiddenKey));
+  EXPECT_FALSE(isInMemory(kHiddenVector));
+  const std::string key = revealed(kHiddenKey);
+  EXPECT_EQ(hex, request_.hexEncode(request_.AES256EncryptWithKeyIvectorData(
+                     key, revealed(kHiddenVector), "a=1")));
+  EXPECT_TRUE(isInMemory(kHiddenKey));
 }
 
 } // namespace
