@@ -15,6 +15,7 @@
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/oauth/OAuthInfo.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
+#include "quarnet/oauth/TokenAnswerMember.h"
 #include "quarnet/platform/Platform.h"
 #include "quarnet/platform/RedactingLog.h"
 #include "quarnet/platform/curl/CurlHttpClient.h"

@@ -1,5 +1,6 @@
 #include "tools/AsyncCalls.h"
 
+#include "tools/CallNotes.h"
 #include "tools/JsonText.h"
 #include "tools/Terminal.h"
 
@@ -44,6 +45,7 @@ void AsyncCalls::Caller::send() {
   sent = Clock::now();
   RequestBundle bundle = calls->makeBundle_();
   request.aSyncRequest(bundle);
+  lacksParameters = parametersWereDropped(bundle);
 }
 
 bool AsyncCalls::run() {
@@ -65,17 +67,27 @@ bool AsyncCalls::run() {
     showProgress();
   }
   if (options_.repeat > 1) showSummary(Clock::now() - start);
-  if (answered() < options_.repeat) {
+  return tellHowItWent();
+}
+
+bool AsyncCalls::tellHowItWent() const {
+  if (parametersAreMissing_) tellDroppedParameters();
+  if (textIsMissing_) tellMissingText();
+  const bool isWhole = answered() == options_.repeat;
+  if (!isWhole)
     tell("no callback came for " + std::to_string(sent_ - answered()) + " of the calls");
-    return false;
-  }
-  return failed_ == 0;
+  return isWhole && failed_ == 0 && !textIsMissing_;
 }
 
 void AsyncCalls::ended(Caller& caller, std::string_view operation, const ResultDictionary& result) {
   latencies_.push_back(
       std::chrono::duration<double, std::milli>(Clock::now() - caller.sent).count());
   if (operation == "failed") ++failed_;
+  if (operation == "finished" && !result.contains(std::string(VornelAsyncResultData)))
+    textIsMissing_ = true;
+  // A call that could not be made has no code, and nothing of it was sent.
+  if (caller.lacksParameters && !textOf(result, VornelAsyncResultCode).empty())
+    parametersAreMissing_ = true;
   show(operation, result);
   if (sent_ < options_.repeat) caller.send();
 }

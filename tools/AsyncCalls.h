@@ -23,7 +23,7 @@ public:
   AsyncCalls(std::function<RequestBundle()> makeBundle, Options options)
       : makeBundle_(std::move(makeBundle)), options_(options) {}
 
-  /// To be run on the main thread. Whether every call finished well.
+  /// To be run on the main thread. Whether every call finished with a text.
   bool run();
 
 private:
@@ -34,6 +34,7 @@ private:
     AsyncCalls* calls = nullptr;
     APIRequest request;
     Clock::time_point sent;
+    bool lacksParameters = false;
 
     void send();
     void finished(const ResultDictionary& result) { calls->ended(*this, "finished", result); }
@@ -41,6 +42,7 @@ private:
   };
 
   void ended(Caller& caller, std::string_view operation, const ResultDictionary& result);
+  bool tellHowItWent() const;
   void show(std::string_view operation, const ResultDictionary& result) const;
   void showProgress() const;
   void showSummary(std::chrono::duration<double> elapsed);
@@ -51,6 +53,8 @@ private:
   std::vector<std::unique_ptr<Caller>> callers_;
   std::size_t sent_ = 0;
   std::size_t failed_ = 0;
+  bool textIsMissing_ = false;
+  bool parametersAreMissing_ = false;
   std::vector<double> latencies_; ///< milliseconds, in the order of the answers
 };
 

@@ -16,7 +16,6 @@ private:
   int logoutBlocking(const ObservedHttpClient& http);
   int logoutAsynchronously(const ObservedHttpClient& http);
   void finished(const ResultDictionary& result);
-  void failed(const ResultDictionary& result);
 
   Settings& settings_;
   bool asynchronous_ = false;

@@ -1,6 +1,7 @@
 #include "tools/ObservedHttpClient.h"
 
 #include "tools/Terminal.h"
+#include "tools/TokenAnswers.h"
 
 #include "quarnet/platform/Platform.h"
 
@@ -35,9 +36,10 @@ void ObservedHttpClient::note(const HttpResult& result) {
   if (result.error) {
     text = "no answer: " + excerpt(result.error->description.value_or("the connection failed"));
   } else {
-    text = "the server answered " +
-           std::to_string(result.response ? result.response->statusCode : 0) +
-           (result.body.empty() ? " with nothing" : ": " + excerpt(result.body));
+    text =
+        "the server answered " + std::to_string(result.response ? result.response->statusCode : 0);
+    if (result.body.empty()) text += " with nothing";
+    if (const Text report = errorReport(result.body)) text += ": " + *report;
   }
   const std::lock_guard lock(mutex_);
   outcome_ = std::move(text);

@@ -21,8 +21,8 @@ public:
   /// asked on the main thread.
   bool isDelivered() const { return delivered_; }
 
-  /// How the last request ended, in words: the transport's error, or the status and the start of
-  /// the answer.
+  /// How the last request ended, in words: the transport's error, or the status with what an error
+  /// report says. Other answers may hold tokens and are not repeated.
   std::string outcome() const;
 
 private:

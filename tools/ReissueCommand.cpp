@@ -2,6 +2,7 @@
 
 #include "tools/ObservedHttpClient.h"
 #include "tools/Terminal.h"
+#include "tools/TokenAnswers.h"
 
 namespace quarnet::tools {
 
@@ -25,7 +26,7 @@ int ReissueCommand::run() {
   }
   if (!settings_.storeIsSound()) return kFailed;
   // The library takes every answer that mentions the member for a token answer.
-  if (manager.oAuthInfo().accessToken() == "(null)") {
+  if (!isPresent(manager.oAuthInfo().accessToken())) {
     tell("the stored tokens were replaced by an answer without tokens; " + http->outcome());
     return kFailed;
   }

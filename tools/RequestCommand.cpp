@@ -1,6 +1,7 @@
 #include "tools/RequestCommand.h"
 
 #include "tools/AsyncCalls.h"
+#include "tools/CallNotes.h"
 #include "tools/InputFile.h"
 #include "tools/JsonText.h"
 #include "tools/Terminal.h"
@@ -169,12 +170,13 @@ int RequestCommand::sendOnce() {
   } else if (message && message->resultMessage()) {
     printText(*message->resultMessage());
   }
-  if (message && bundle.parameters() && APIRequest::urlRequest()->body == nullptr &&
-      APIRequest::urlRequest()->url.find("?enc=") == std::string::npos) {
-    tell("note: the parameters were not sent: no key to encrypt them with could be had");
+  if (message && parametersWereDropped(bundle)) tellDroppedParameters();
+  if (!error && message->resultMessage()) return kDone;
+  if (error) {
+    tell(describe(*error, message));
+  } else {
+    tellMissingText();
   }
-  if (!error) return kDone;
-  tell(describe(*error, message));
   return kFailed;
 }
 

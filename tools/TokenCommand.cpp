@@ -2,11 +2,11 @@
 
 #include "tools/InputFile.h"
 #include "tools/Terminal.h"
+#include "tools/TokenAnswers.h"
 
 #include <array>
 #include <charconv>
 #include <ctime>
-#include <simdjson.h>
 
 namespace quarnet::tools {
 namespace {
@@ -36,21 +36,12 @@ std::string calendarTime(const std::string& milliseconds) {
   return {text, std::strftime(text, sizeof(text), " (%Y-%m-%d %H:%M:%S UTC)", &calendar)};
 }
 
-/// Why the bytes are no token answer (RFC 6749, section 5.1); empty when they are one.
+/// Why the bytes are no token answer (RFC 6749, section 5.1) by the library's own reading; empty
+/// when they are one.
 std::string refusal(const Data& answer) {
-  simdjson::dom::parser parser;
-  simdjson::dom::object object;
-  const simdjson::error_code problem = parser.parse(answer).get(object);
-  // A number that is too large for this parser is none of the members that matter.
-  if (problem == simdjson::NUMBER_ERROR) return {};
-  if (problem != simdjson::SUCCESS) return "it is not a JSON object";
-  std::string_view error;
-  if (object["error"].get(error) == simdjson::SUCCESS)
-    return "it reports the error " + excerpt(error);
-  std::string_view token;
-  if (object[VORNEL_OAUTH_END_ACCESS_TOKEN].get(token) != simdjson::SUCCESS || token.empty())
-    return "it has no access_token";
-  return {};
+  if (const Text report = errorReport(answer)) return "it reports the error " + *report;
+  if (isPresent(tokenAnswerMember(answer, VORNEL_OAUTH_END_ACCESS_TOKEN))) return {};
+  return "no access_token can be read from it";
 }
 
 } // namespace
@@ -103,7 +94,7 @@ int TokenCommand::import() {
   settings_.install();
   OAuthInfoManager::sharedInstance().setOAuthInfoWithJSON(*answer);
   if (!settings_.storeIsSound()) return kFailed;
-  if (OAuthInfo::sharedInstance().refreshToken() == "(null)")
+  if (!isPresent(OAuthInfo::sharedInstance().refreshToken()))
     tell("the answer has no refresh_token: the access token cannot be reissued");
   printLine("The token record is stored.");
   return kDone;

@@ -144,6 +144,47 @@ TEST_F(ToolsTest, AsynchronousCallsReportEveryCallbackAndSumUp) {
   EXPECT_THAT(missing.err, AllOf(HasSubstr("(404)"), HasSubstr("not_found")));
 }
 
+TEST_F(ToolsTest, WhatAPersonWouldNotSeeOtherwiseIsTold) {
+  signIn();
+  server_.misbehave("/v1/binary.json", sandbox::Misbehaviour::utf8());
+  server_.misbehave("/oauth/get_param_enc_key", sandbox::Misbehaviour::reset());
+  const struct {
+    std::vector<std::string> call;
+    int exitCode;
+    std::string err;
+  } cases[] = {
+      {{"PUT", url("/v1/binary")}, 1, "the answer is not UTF-8 text and cannot be shown"},
+      {{"GET", url("/v1/a"), "-p", "a=b"},
+       0,
+       "note: the parameters were not sent: no key to encrypt them with could be had"},
+      {{"POST", url("/v1/a"), "-p", "a=b"}, 0, "note: PUT and POST do not send parameters"}};
+  for (const auto& one : cases) {
+    for (const std::string mode : {"--upload-key=x", "--async"}) {
+      std::vector<std::string> arguments = {"request", mode};
+      arguments.insert(arguments.end(), one.call.begin(), one.call.end());
+      const Outcome outcome = run(arguments);
+      EXPECT_EQ(outcome.exitCode, one.exitCode) << mode;
+      EXPECT_EQ(outcome.err, "quarnet: " + one.err + "\n") << mode;
+    }
+  }
+}
+
+TEST_F(ToolsTest, TextsFromOutsideCannotCommandTheTerminal) {
+  const std::string command = R"(\u001b]0;x\u0007\u007f\u009b31m\u0085é)";
+  const std::string answer =
+      R"({"access_token":"A","refresh_token":"R","scope":")" + command + "\"}";
+  EXPECT_EQ(run({"token", "import", "-"}, answer).exitCode, 0);
+  EXPECT_THAT(run({"token"}).out, HasSubstr("scope             ]0;x   31m é\n"));
+  server_.misbehave("/oauth/token", sandbox::Misbehaviour::parse(
+                                        "body", R"({"error":"e","error_description":")" + command +
+                                                    R"(","refresh_token":"SECRET"})"));
+  const Outcome reissue = run({"reissue"});
+  EXPECT_THAT(reissue.err, AllOf(HasSubstr("400: e ( ]0;x   31m é)\n"), Not(HasSubstr("SECRET"))));
+  const std::string key = "\x1b\xc2\x9b\xff\xc2";
+  EXPECT_THAT(run({"request", "GET", url("/"), "-p", key, "-p", key}).err,
+              HasSubstr("the parameter   \ufffd\ufffd is given twice"));
+}
+
 TEST_F(ToolsTest, StoredTokensAreMaskedUnlessAskedFor) {
   const sandbox::Tokens tokens = signIn();
   const Outcome masked = run({"token"});
@@ -163,8 +204,10 @@ TEST_F(ToolsTest, StoredTokensAreMaskedUnlessAskedFor) {
 TEST_F(ToolsTest, WhatIsNoTokenAnswerIsNotImported) {
   const sandbox::Tokens tokens = signIn();
   for (const std::string answer :
-       {"", "<html>", "[]", "{}", R"({"access_token":""})", R"({"access_token":null})",
-        R"({"error":"invalid_grant","access_token":"x"})", R"({"access_token":"x")"}) {
+       {"", "<html>", "[]", "{}", "-- -", "-----BEGIN CERTIFICATE-----", R"({"x":01})",
+        R"({"a":1e999})", R"({"access_token":""})", R"({"access_token":null})",
+        R"-({"access_token":"(null)"})-", R"({"error":"invalid_grant","access_token":"x"})",
+        R"({"access_token":"x")"}) {
     const Outcome outcome = run({"token", "import", "-"}, answer);
     EXPECT_EQ(outcome.exitCode, 1) << answer;
     EXPECT_THAT(outcome.err, HasSubstr("nothing was imported")) << answer;
@@ -209,12 +252,12 @@ TEST_F(ToolsTest, ALogoutEndsWithAClearReasonAndTellsWhatIsStored) {
     bool keepsTokens;
   } cases[] = {
       {false, "", 0, "", false},
-      {false, "body:no", 1, "the server answered 200: no", true},
+      {false, "body:no", 1, "the server answered 200", true},
       {false, "reset", 1, "no answer: ", true},
       {true, "", 0, "", false},
-      {true, "body:no", 1, "did not confirm; the server answered 200: no", false},
-      {true, "reset", 1, "tokens stay stored; no answer: ", true}, // without any callback
-      {true, "empty", 1, "the server answered 200 with nothing", true},
+      {true, "body:no", 1, "did not confirm; the server answered 200", false},
+      {true, "reset", 1, "tokens stay stored; no answer: ", true},
+      {true, "empty", 1, "the server answered 200 with nothing", true}, // without any callback
   };
   EXPECT_THAT(run({"logout"}).err, HasSubstr("nobody is signed in"));
   for (const auto& one : cases) {

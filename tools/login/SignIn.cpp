@@ -2,6 +2,7 @@
 
 #include "tools/Command.h"
 #include "tools/Terminal.h"
+#include "tools/TokenAnswers.h"
 
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/platform/glib/GlibMainThread.h"
@@ -16,11 +17,6 @@ OAuthInfoManager& manager() {
 
 Text token() {
   return manager().oAuthInfo().accessToken();
-}
-
-bool isToken(const Text& text) {
-  // An answer without a token leaves "(null)".
-  return text && !text->empty() && text != "(null)";
 }
 
 bool screenIsOpen() {
@@ -65,7 +61,7 @@ int SignIn::run() {
   // Tokens that can be reissued are, without a callback and without a screen.
   manager().loginFinishedFailed(this, &SignIn::finished, &SignIn::failed);
   if (!screenIsOpen()) return report(former, "Signed in already: the tokens were reissued.");
-  if (isToken(former)) tell("the stored tokens were not reissued; " + http_->outcome());
+  if (isPresent(former)) tell("the stored tokens were not reissued; " + http_->outcome());
   showScreen();
   return report(former, "Signed in: the tokens are stored.");
 }
@@ -101,7 +97,7 @@ int SignIn::report(const Text& formerToken, const std::string& success) const {
   // The record tells more than the callbacks: it has changed before any of them.
   if (finished_ || token() != formerToken) {
     if (!settings_.storeIsSound()) return kFailed;
-    if (isToken(token())) {
+    if (isPresent(token())) {
       printLine(success);
       return kDone;
     }
