@@ -78,17 +78,5 @@ TEST_F(LoginLogout, TheBlockingLogoutClearsOnlyWhatTheServerConfirmed) {
   EXPECT_THAT(held(), ElementsAre("", "", "0", "profile", until, "", "", "0", "profile", until));
 }
 
-TEST_F(LoginLogout, TheAsynchronousLogoutTellsWhoAskedLast) {
-  Callbacks first;
-  signIn();
-  server().misbehave("/oauth/expireToken", Misbehaviour::delay(100ms));
-  manager_.logoutFinishedFailed(&first, &Callbacks::finished, &Callbacks::failed);
-  manager_.logoutFinishedFailed(&app_, &Callbacks::finished, &Callbacks::failed);
-  EXPECT_TRUE(app_.heard.empty());
-  EXPECT_TRUE(app_.waitFor(2));
-  EXPECT_TRUE(first.heard.empty());
-  EXPECT_EQ(stored("access_token"), "");
-}
-
 } // namespace
 } // namespace quarnet::test
