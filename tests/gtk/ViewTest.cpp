@@ -18,12 +18,12 @@ TEST_F(ViewTest, FramesAreHonouredExactly) {
   toolkit_->keyWindow()->addSubview(backdrop);
 
   // A point, a panel that reaches beyond its parent, another that lies outside of it, and one on
-  // half points, whose edges are rounded each for itself.
+  // parts of points, whose edges are rounded each for itself.
   const std::pair<Rect, Rect> askedAndShown[] = {
       {{160, 274, 0, 0}, {160, 274, 0, 0}},
       {{0, 20, 320, 548}, {0, 20, 320, 548}},
       {{-700, -50, 900, 4000}, {-700, -50, 900, 4000}},
-      {{10.5, 10.4, 20.2, 20.2}, {11, 10, 20, 21}},
+      {{10.4, 10.4, 20.2, 20.2}, {10, 10, 21, 21}},
       {{5, 5, -10, -10}, {5, 5, 0, 0}},
   };
   for (const auto& [asked, shown] : askedAndShown) {

@@ -126,6 +126,13 @@ TEST_F(WebTest, WhatDoesNotLoadIsReportedAndNeverFinishes) {
     EXPECT_THAT(listener_.failed[0].userInfo, HasSubstr(url.substr(0, 8)));
     EXPECT_TRUE(gtk_widget_get_mapped(failure()));
   }
+  // It can be tried again.
+  listener_ = {};
+  pages_["/archive"] = page("unpacked");
+  g_signal_emit_by_name(widgets(failure(), "GtkButton").at(0), "clicked");
+  ASSERT_TRUE(waitUntil([&] { return !listener_.finished.empty(); }));
+  EXPECT_THAT(listener_.finished, ElementsAre(server_.url("/archive")));
+  EXPECT_FALSE(gtk_widget_get_mapped(failure()));
   // An answer without content leaves everything as it is.
   listener_ = {};
   view_->load(server_.url("/nothing"));
