@@ -37,26 +37,28 @@ public:
       : origin_(scheme + server.host()) {}
 
   Answer get(const std::string& pathAndQuery, const std::vector<std::string>& headers = {}) {
-    curl_easy_reset(curl_.get());
-    return perform(pathAndQuery, headers);
+    return perform(pathAndQuery, headers, nullptr);
   }
   Answer post(const std::string& path, const std::string& body,
               const std::vector<std::string>& headers = {}) {
-    curl_easy_reset(curl_.get());
-    curl_easy_setopt(curl_.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(body.size()));
-    curl_easy_setopt(curl_.get(), CURLOPT_POSTFIELDS, body.c_str());
-    return perform(path, headers);
+    return perform(path, headers, &body);
   }
 
   long timeout = 5000; ///< milliseconds
 
 private:
-  Answer perform(const std::string& path, const std::vector<std::string>& headers) {
+  Answer perform(const std::string& path, const std::vector<std::string>& headers,
+                 const std::string* body) {
     Answer answer;
     curl_slist* list = nullptr;
     for (const std::string& header : headers)
       list = curl_slist_append(list, header.c_str());
     CURL* const curl = curl_.get();
+    curl_easy_reset(curl);
+    if (body != nullptr) {
+      curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE, static_cast<long>(body->size()));
+      curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body->c_str());
+    }
     curl_easy_setopt(curl, CURLOPT_URL, (origin_ + path).c_str());
     curl_easy_setopt(curl, CURLOPT_HTTPHEADER, list);
     curl_easy_setopt(curl, CURLOPT_CAINFO, Server::caFile().c_str());
