@@ -42,7 +42,7 @@ Text stringMember(const std::optional<Json>& object, std::string_view name) {
 }
 
 void logAnswer(const std::optional<Json>& json) {
-  if (!Platform::current().log->isOn()) return;
+  if (!platform::isLogOn()) return;
   std::string shown = json ? json->text() : "(null)";
   const WipeAtEnd wiped(shown);
   log("response : ", shown);
