@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <cstring>
 #ifdef __x86_64__
+#ifdef __clang__
+#define _Bool bool // which the header uses and clang knows in C only
+#endif
 #include <sys/platform/x86.h>
 #endif
 
