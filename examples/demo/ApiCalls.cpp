@@ -16,6 +16,11 @@ ApiCalls::ApiCalls() {
   request_.setDelegateFinishedFailed(this, &ApiCalls::finished, &ApiCalls::failed);
 }
 
+ApiCalls::~ApiCalls() {
+  // A call that is under way ends all the same, and must not call back who is gone.
+  request_.setDelegateFinishedFailed(nullptr, nullptr, nullptr);
+}
+
 void ApiCalls::whoAmI(Done done) {
   quarnet::RequestBundle bundle;
   send(bundle, "/v1/me", quarnet::HttpMethod::GET, std::move(done));

@@ -20,6 +20,9 @@ public:
   using Done = std::function<void(const Answer&)>;
 
   ApiCalls();
+  ~ApiCalls();
+  ApiCalls(const ApiCalls&) = delete;
+  ApiCalls& operator=(const ApiCalls&) = delete;
 
   bool busy() const { return done_ != nullptr; }
 

@@ -70,6 +70,8 @@ DemoWindow::DemoWindow(AdwApplication* application)
 }
 
 DemoWindow::~DemoWindow() {
+  session().set_target(nullptr);
+  session().oAuthClient()->set_target(nullptr);
   g_clear_weak_pointer(&toast_);
   g_clear_weak_pointer(&focus_);
 }

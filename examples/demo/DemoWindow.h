@@ -10,7 +10,7 @@ namespace demo {
 
 /// The application's window: a page to sign in, a page for the calls, and the log.
 ///
-/// Lives as long as its application, since logins and calls that are under way call it back.
+/// Lives as long as its application; logins and calls that are under way by then call nobody back.
 class DemoWindow {
 public:
   explicit DemoWindow(AdwApplication* application);
