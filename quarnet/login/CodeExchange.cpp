@@ -43,7 +43,7 @@ void OAuthClient::parseData(const Data& answer) {
   OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
   OAuthInfo& record = manager.oAuthInfo();
   log("accessToken : ", formatted(record.accessToken()));
-  takeTokenAnswer(record, answer);
+  takeTokenAnswer(answer);
   log("accessToken : ", formatted(record.accessToken()));
   log("Exfire Time : ", plainPiece(formatted(record.expiresIn())));
   manager.saveOAuthInfo();

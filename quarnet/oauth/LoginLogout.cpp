@@ -3,6 +3,7 @@
 #include "quarnet/core/Registration.h"
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
+#include "quarnet/oauth/TokenRecordStore.h"
 #include "quarnet/platform/Platform.h"
 
 namespace quarnet {
@@ -37,7 +38,7 @@ void OAuthInfoManager::logoutFinishedFailed(CallbackTriple callback) {
 void OAuthInfoManager::logout() {
   if (!revokeTokenToServer()) return log("Logout failed");
   log("Logout Success");
-  clearTokens();
+  TokenRecordStore::clear();
 }
 
 } // namespace quarnet

@@ -1,6 +1,7 @@
 #include "quarnet/oauth/OAuthInfo.h"
 
 #include "quarnet/core/Text.h"
+#include "quarnet/core/Wipe.h"
 #include "quarnet/platform/LogPieces.h"
 #include "quarnet/platform/Platform.h"
 
@@ -94,11 +95,36 @@ OAuthInfo::Fields OAuthInfo::fields() const {
   return fields_;
 }
 
+void OAuthInfo::replaceTokens(Fields& tokens) {
+  const std::lock_guard lock(mutex_);
+  tokens.clientId.swap(fields_.clientId);
+  std::swap(fields_, tokens);
+}
+
+void OAuthInfo::restoreTokens(Fields& tokens) {
+  const std::lock_guard lock(mutex_);
+  tokens.clientId.swap(fields_.clientId);
+  tokens.scope.swap(fields_.scope);
+  std::swap(fields_, tokens);
+}
+
 void OAuthInfo::clearTokens() {
   const std::lock_guard lock(mutex_);
-  fields_.accessToken = "";
-  fields_.refreshToken = "";
-  fields_.expiresIn = "0";
+  Fields left;
+  left.accessToken = "";
+  left.refreshToken = "";
+  left.expiresIn = "0";
+  fields_.accessToken.swap(left.accessToken);
+  fields_.refreshToken.swap(left.refreshToken);
+  fields_.expiresIn.swap(left.expiresIn);
+}
+
+void OAuthInfo::fillAbsentTokens() {
+  const std::lock_guard lock(mutex_);
+  for (Text* const field : {&fields_.accessToken, &fields_.refreshToken, &fields_.expiresIn,
+                            &fields_.scope, &fields_.expiresSystime}) {
+    if (!*field) *field = formatted(std::nullopt);
+  }
 }
 
 Text OAuthInfo::read(Text Fields::*field) const {
@@ -107,8 +133,17 @@ Text OAuthInfo::read(Text Fields::*field) const {
 }
 
 void OAuthInfo::write(Text Fields::*field, Text value) {
-  const std::lock_guard lock(mutex_);
-  std::swap(fields_.*field, value);
+  {
+    const std::lock_guard lock(mutex_);
+    std::swap(fields_.*field, value);
+  }
+  wipe(value);
+}
+
+OAuthInfo::Fields::~Fields() {
+  for (Text* const field :
+       {&clientId, &accessToken, &refreshToken, &expiresIn, &scope, &expiresSystime})
+    wipe(*field);
 }
 
 } // namespace quarnet

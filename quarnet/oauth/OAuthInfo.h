@@ -13,6 +13,10 @@ namespace quarnet {
 /// Reached through sharedInstance(), made on first use and never destroyed. Reading and writing
 /// a field is safe from any thread; a read never sees half of a write. A field that was filled from
 /// a token answer without that member holds the text "(null)", not an absent value.
+///
+/// A text that is replaced is overwritten in memory. That is not promised of copies: those that the
+/// getters give, those in log lines, requests and the store's buffers, what std::string left behind
+/// where it grew or moved, and the record itself, which lives as long as the process.
 class QUARNET_EXPORT OAuthInfo {
 public:
   static OAuthInfo& sharedInstance() {
@@ -66,9 +70,18 @@ public:
 private:
   friend class OAuthClient;
   friend class OAuthInfoManager;
-  friend void takeTokenAnswer(OAuthInfo& record, const Data& answer);
+  friend class TokenRecordStore;
+  friend void takeTokenAnswer(const Data& answer);
 
+  /// Overwrites its texts at its end.
   struct Fields {
+    Fields() = default;
+    Fields(const Fields&) = default;
+    Fields(Fields&&) = default;
+    Fields& operator=(const Fields&) = default;
+    Fields& operator=(Fields&&) = default;
+    ~Fields();
+
     Text clientId;
     Text accessToken;
     Text refreshToken;
@@ -84,8 +97,15 @@ private:
   Fields fields() const;
   /// Writes "OAuth Info" and getWholeInfo() to the log.
   void writeToLog() const;
+  // Each of these is one step: nobody reads some of the fields before and others after it.
+  /// Exchanges all fields but the client identifier.
+  void replaceTokens(Fields& tokens);
+  /// Exchanges those that a restart brings back: all but the client identifier and the scope.
+  void restoreTokens(Fields& tokens);
   /// What a logout leaves: empty tokens, lifetime "0"; scope and expiry instant stay.
   void clearTokens();
+  /// Puts "(null)" where a field other than the client identifier is absent.
+  void fillAbsentTokens();
   Text read(Text Fields::*field) const;
   void write(Text Fields::*field, Text value);
 

@@ -130,20 +130,27 @@ public:
   /// Signs the user out, blocking; drops the tokens only when the server confirmed.
   void logout();
 
+  // What follows moves tokens between an answer, the record and the store. Each set of tokens moves
+  // as a whole, whatever other threads and processes do: nothing ever holds a mix of two, and what
+  // was read from the store earlier never overwrites what was taken over later.
+
   /// Writes the token record to the user defaults, durably; a field that is absent removes its
   /// entry.
   void saveOAuthInfo();
 
-  /// Reads the token record back, the scope and the client identifier excepted.
+  /// Reads the token record back, the scope and the client identifier excepted. When the store
+  /// cannot be read, the log says so and the record stays as it is.
   void restoreOAuthInfo();
 
-  /// Copies the token fields of `info` into the token record; an absent one becomes "(null)".
+  /// Copies the token fields of `info`, which is the token record, into it: an absent one becomes
+  /// "(null)".
   void setOAuthInfo(const OAuthInfo& info);
 
   /// The token record itself, in which every absent token field now holds "(null)".
   OAuthInfo& getOAuthInfo();
 
-  /// The stored "access_token" and "refresh_token"; empty when no access token is stored.
+  /// The stored "access_token" and "refresh_token" of one save; empty when no access token is
+  /// stored or the store cannot be read.
   Dictionary getOAuthInfoDictionary();
 
   /// Takes over and saves a token endpoint's JSON answer (RFC 6749, section 5.1). A member that is
@@ -191,18 +198,11 @@ private:
   void revocationAnswered(platform::HttpResult result);
   /// Drops the tokens, since the server has answered the revocation, and tells who is registered.
   void endSession(const Text& answer);
-  /// Drops the tokens here and in the store.
-  void clearTokens();
-  /// Saves the record; `storing_` is held.
-  void storeRecord();
 
   mutable std::mutex mutex_;
   Fields fields_;
   std::shared_ptr<OAuthClient> oAuthClient_;
   const std::shared_ptr<Registration> registration_;
-  /// The record and the store meet one at a time, so that no save or restore sees half of another.
-  /// Recursive, as the store writes its failures to the log meanwhile, and a log may call here.
-  std::recursive_mutex storing_;
 };
 
 } // namespace quarnet

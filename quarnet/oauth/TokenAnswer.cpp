@@ -3,7 +3,7 @@
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/Json.h"
 #include "quarnet/core/Text.h"
-#include "quarnet/oauth/OAuthInfo.h"
+#include "quarnet/oauth/TokenRecordStore.h"
 #include "quarnet/platform/Platform.h"
 
 #include <limits>
@@ -28,7 +28,7 @@ std::string expiryInstant(std::string_view expiresIn) {
 
 } // namespace
 
-void takeTokenAnswer(OAuthInfo& record, const Data& answer) {
+void takeTokenAnswer(const Data& answer) {
   const std::optional<Json> json = Json::parse(answer);
   const auto copied = [&](std::string_view name) {
     return std::string(formatted(memberText(json, name)));
@@ -39,11 +39,7 @@ void takeTokenAnswer(OAuthInfo& record, const Data& answer) {
   taken.expiresIn = copied(VORNEL_OAUTH_END_EXPIRES_IN);
   taken.scope = copied(VORNEL_OAUTH_END_SCOPE);
   taken.expiresSystime = expiryInstant(*taken.expiresIn);
-
-  // All at once: nobody may read or save the new access token beside the old refresh token.
-  const std::lock_guard lock(record.mutex_);
-  taken.clientId = record.fields_.clientId;
-  std::swap(record.fields_, taken);
+  TokenRecordStore::take(std::move(taken));
 }
 
 } // namespace quarnet

@@ -3,6 +3,7 @@
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
+#include "quarnet/oauth/TokenRecordStore.h"
 #include "quarnet/oauth/TokenRequest.h"
 #include "quarnet/platform/Platform.h"
 
@@ -86,19 +87,13 @@ void OAuthInfoManager::endSession(const Text& answer) {
   // Any answer ends the session here, a refusal included; only the blocking logout waits for
   // "success".
   log("Logout Success");
-  clearTokens();
+  TokenRecordStore::clear();
   log("revokeTokenToServer : ", formatted(answer));
   // Who has no finished operation is not told of a refusal either: this is meant.
   if (!_finishedSelector()) return;
   deliver(registration_,
           contains(answer, "success") ? &CallbackTriple::finished : &CallbackTriple::failed,
           resultDictionary("", "", answer));
-}
-
-void OAuthInfoManager::clearTokens() {
-  const std::lock_guard lock(storing_);
-  oAuthInfo().clearTokens();
-  storeRecord();
 }
 
 } // namespace quarnet

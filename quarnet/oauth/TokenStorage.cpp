@@ -5,6 +5,7 @@
 #include "quarnet/core/Text.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/oauth/TokenAnswer.h"
+#include "quarnet/oauth/TokenRecordStore.h"
 #include "quarnet/platform/LogPieces.h"
 #include "quarnet/platform/Platform.h"
 
@@ -15,63 +16,41 @@ using platform::plainPiece;
 using platform::Platform;
 
 void OAuthInfoManager::saveOAuthInfo() {
-  const std::lock_guard lock(storing_);
-  storeRecord();
-}
-
-void OAuthInfoManager::storeRecord() {
-  const OAuthInfo::Fields record = oAuthInfo().fields();
-  platform::UserDefaults& store = *Platform::current().userDefaults;
-  store.setValue(VORNEL_HEADER_ACCESS_TOKEN, record.accessToken);
-  store.setValue(VORNEL_HEADER_REFRESH_TOKEN, record.refreshToken);
-  store.setValue(VORNEL_OAUTH_END_EXPIRES_IN, record.expiresIn);
-  store.setValue(VORNEL_OAUTH_END_SCOPE, record.scope);
-  store.setValue(VORNEL_OAUTH_EXPIRES_SYSTIME, record.expiresSystime);
-  store.synchronize();
+  TokenRecordStore::save();
 }
 
 void OAuthInfoManager::restoreOAuthInfo() {
-  const std::lock_guard lock(storing_);
-  platform::UserDefaults& store = *Platform::current().userDefaults;
-  OAuthInfo& record = oAuthInfo();
-  record.setAccessToken(store.value(VORNEL_HEADER_ACCESS_TOKEN));
-  record.setRefreshToken(store.value(VORNEL_HEADER_REFRESH_TOKEN));
-  record.setExpiresIn(store.value(VORNEL_OAUTH_END_EXPIRES_IN));
-  record.setExpiresSystime(store.value(VORNEL_OAUTH_EXPIRES_SYSTIME));
-  // The scope is stored for others to read and is not restored: this is meant.
+  TokenRecordStore::restore();
 }
 
-void OAuthInfoManager::setOAuthInfo(const OAuthInfo& info) {
-  const OAuthInfo::Fields from = info.fields();
-  OAuthInfo& record = oAuthInfo();
-  record.setAccessToken(std::string(formatted(from.accessToken)));
-  record.setRefreshToken(std::string(formatted(from.refreshToken)));
-  record.setExpiresIn(std::string(formatted(from.expiresIn)));
-  record.setScope(std::string(formatted(from.scope)));
-  record.setExpiresSystime(std::string(formatted(from.expiresSystime)));
+void OAuthInfoManager::setOAuthInfo(const OAuthInfo&) {
+  // There is one record. Copying its fields to itself leaves "(null)" where nothing was, and no
+  // more.
+  oAuthInfo().fillAbsentTokens();
 }
 
 OAuthInfo& OAuthInfoManager::getOAuthInfo() {
-  // A new record is the shared one: copying the fields into it leaves "(null)" where nothing was.
+  // A new record is the shared one.
   OAuthInfo& copy = OAuthInfo::allocWithZone().init();
   setOAuthInfo(copy);
   return copy;
 }
 
 Dictionary OAuthInfoManager::getOAuthInfoDictionary() {
-  platform::UserDefaults& store = *Platform::current().userDefaults;
+  const std::string_view keys[] = {VORNEL_HEADER_ACCESS_TOKEN, VORNEL_HEADER_REFRESH_TOKEN};
+  auto values = Platform::current().userDefaults->values(keys);
   Dictionary stored;
-  for (const std::string_view key : {VORNEL_HEADER_ACCESS_TOKEN, VORNEL_HEADER_REFRESH_TOKEN}) {
-    Text value = store.value(key);
+  for (std::size_t i = 0; values && i < values->size(); ++i) {
+    Text& value = (*values)[i];
     if (!value) break; // without an access token the refresh token is not shown either
-    stored[std::string(key)] = std::move(*value);
+    stored[std::string(keys[i])] = std::move(*value);
   }
   return stored;
 }
 
 void OAuthInfoManager::setOAuthInfoWithJSON(const Data& answer) {
-  OAuthInfo& record = oAuthInfo();
-  takeTokenAnswer(record, answer);
+  const OAuthInfo& record = oAuthInfo();
+  takeTokenAnswer(answer);
   log("ExtTime : ", plainPiece(formatted(record.expiresIn())));
   record.writeToLog();
   saveOAuthInfo();

@@ -1,12 +1,15 @@
 #include "tests/support/LibraryTest.h"
 
+#include <functional>
 #include <gmock/gmock.h>
 #include <thread>
 
 namespace quarnet::test {
 namespace {
 
+using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::StartsWith;
 
 class TokenStorage : public LibraryTest {
 protected:
@@ -86,6 +89,16 @@ TEST_F(TokenStorage, GettingTheRecordFillsAbsentFieldsWithNull) {
   EXPECT_EQ(storedFields(), fields());
 }
 
+TEST_F(TokenStorage, AStoreThatCannotBeReadLeavesTheRecordAsItIs) {
+  signIn();
+  const std::vector<Text> before = fields();
+  makeFile("store.sqlite", "no database at all");
+  manager_.restoreOAuthInfo();
+  EXPECT_EQ(fields(), before);
+  EXPECT_EQ(manager_.getOAuthInfoDictionary(), Dictionary{});
+  EXPECT_THAT(log_->lines(), Each(StartsWith("user defaults cannot be read : " + storeFile())));
+}
+
 TEST_F(TokenStorage, TheDictionaryStopsAtTheFirstAbsentToken) {
   EXPECT_EQ(manager_.getOAuthInfoDictionary(), Dictionary{});
   record_.setRefreshToken("R");
@@ -98,23 +111,125 @@ TEST_F(TokenStorage, TheDictionaryStopsAtTheFirstAbsentToken) {
             (Dictionary{{"access_token", "A"}, {"refresh_token", "R"}}));
 }
 
-TEST_F(TokenStorage, AnswersTakenOnTwoThreadsNeverMix) {
-  const auto take = [this](const std::string& name) {
-    for (int i = 0; i < 200; ++i) {
-      manager_.setOAuthInfoWithJSON("{\"access_token\":\"" + name + "\",\"refresh_token\":\"" +
-                                    name + "\",\"expires_in\":1,\"scope\":\"s\"}");
-    }
-  };
-  std::thread one(take, "one"), two(take, "two");
-  for (int i = 0; i < 200; ++i) {
-    const std::string whole = record_.getWholeInfo();
-    EXPECT_EQ(whole.find("one") == std::string::npos || whole.find("two") == std::string::npos,
-              true)
-        << whole;
+/// In memory, with something to happen whenever texts are set.
+class MemoryDefaults final : public platform::UserDefaults {
+public:
+  std::optional<std::vector<Text>> values(std::span<const std::string_view> keys) override {
+    const std::lock_guard lock(mutex_);
+    std::vector<Text> found;
+    for (const std::string_view key : keys)
+      found.push_back(texts_[std::string(key)]);
+    return found;
   }
-  one.join();
-  two.join();
-  EXPECT_EQ(stored("access_token"), stored("refresh_token"));
+  void setValues(std::span<const Entry> entries) override {
+    if (const auto happens = std::exchange(beforeSetting, nullptr)) happens();
+    const std::lock_guard lock(mutex_);
+    for (const auto& [key, value] : entries)
+      texts_[std::string(key)] = value ? Text(*value) : std::nullopt;
+  }
+  void synchronize() override {}
+
+  std::function<void()> beforeSetting; // once
+
+private:
+  std::mutex mutex_;
+  std::map<std::string, Text> texts_;
+};
+
+std::string answerOf(const std::string& name) {
+  return R"({"access_token":")" + name + R"(","refresh_token":")" + name +
+         R"(","expires_in":1,"scope":")" + name + "\"}";
+}
+
+class TokenRaces : public TokenStorage {
+protected:
+  void SetUp() override {
+    TokenStorage::SetUp();
+    install(store_, std::make_shared<platform::NullLog>());
+  }
+  static void install(std::shared_ptr<platform::UserDefaults> store,
+                      std::shared_ptr<platform::Log> log) {
+    platform::Platform services = platform::Platform::current();
+    services.userDefaults = std::move(store);
+    services.log = std::move(log);
+    platform::Platform::install(std::move(services));
+  }
+  std::shared_ptr<MemoryDefaults> store_ = std::make_shared<MemoryDefaults>();
+};
+
+TEST_F(TokenRaces, ARestoreNeitherMixesTokensNorPutsOldOnesBack) {
+  std::atomic<bool> isOver = false;
+  std::thread restoring([&] {
+    for (int round = 0; !isOver; ++round) {
+      manager_.restoreOAuthInfo();
+      if (round % 2 == 0) manager_.getOAuthInfo();
+      if (round % 3 == 0) manager_.saveOAuthInfo();
+      const Dictionary shown = manager_.getOAuthInfoDictionary();
+      EXPECT_TRUE(shown.empty() || shown.at("access_token") == shown.at("refresh_token"));
+    }
+  });
+  for (int round = 0; round < 20'000 && !HasFailure(); ++round) {
+    const std::string name = "a token of more than a few bytes " + std::to_string(round);
+    if (round % 100 == 0) {
+      manager_.oAuthClient()->parseData(answerOf(name));
+    } else {
+      manager_.setOAuthInfoWithJSON(answerOf(name));
+    }
+    EXPECT_THAT(fields(), ElementsAre(name, name, "1", name, ::testing::_));
+    EXPECT_EQ(store_->value("access_token"), name);
+    EXPECT_EQ(store_->value("refresh_token"), name);
+  }
+  isOver = true;
+  restoring.join();
+}
+
+TEST_F(TokenRaces, WhatFallsIntoAnotherStepComesBeforeOrAfterIt) {
+  server().misbehave("/oauth/expireToken", sandbox::Misbehaviour::body("success"));
+  const auto take = [this] { manager_.setOAuthInfoWithJSON(answerOf("new")); };
+  const auto clear = [this] { manager_.logout(); };
+  const auto save = [this] { manager_.saveOAuthInfo(); };
+  const auto restore = [this] { manager_.restoreOAuthInfo(); };
+  const std::tuple<std::function<void()>, std::function<void()>, std::string> cases[] = {
+      {take, restore, "new"}, {save, take, "new"}, {clear, restore, ""}, {clear, take, "new"}};
+  for (const auto& [first, second, left] : cases) {
+    manager_.setOAuthInfoWithJSON(answerOf("old"));
+    std::thread other;
+    store_->beforeSetting = [&, &operation = second] {
+      other = std::thread(operation);
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    };
+    first();
+    other.join();
+    EXPECT_EQ(record_.accessToken(), left);
+    EXPECT_EQ(store_->value("access_token"), left);
+  }
+}
+
+TEST_F(TokenRaces, ALogMayUseTheStore) {
+  class CuriousLog final : public platform::Log {
+  public:
+    void write(Line) override {
+      if (isAsking_.exchange(true)) return;
+      std::thread([] {
+        OAuthInfoManager::sharedInstance().restoreOAuthInfo();
+        OAuthInfoManager::sharedInstance().getOAuthInfoDictionary();
+        OAuthInfoManager::sharedInstance().saveOAuthInfo();
+      }).join();
+      isAsking_ = false;
+    }
+
+  private:
+    std::atomic<bool> isAsking_ = false;
+  };
+  const std::shared_ptr<platform::UserDefaults> stores[] = {
+      store_, std::make_shared<platform::SqliteUserDefaults>("/dev/null/store")};
+  for (const auto& store : stores) {
+    install(store, std::make_shared<CuriousLog>());
+    for (const char* const name : {"old", "new"})
+      manager_.setOAuthInfoWithJSON(answerOf(name));
+    manager_.restoreOAuthInfo();
+    EXPECT_EQ(record_.accessToken(), "new");
+  }
 }
 
 } // namespace

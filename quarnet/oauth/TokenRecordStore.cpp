@@ -1,0 +1,74 @@
+#include "quarnet/oauth/TokenRecordStore.h"
+
+#include "quarnet/core/Constants.h"
+#include "quarnet/platform/Platform.h"
+
+#include <iterator>
+
+namespace quarnet {
+namespace {
+
+constinit std::mutex meeting;
+/// How often the record and the store were made equal; changed under the lock.
+constinit std::atomic<std::uint64_t> meetings = 0;
+
+platform::UserDefaults& store() {
+  return *platform::Platform::current().userDefaults;
+}
+
+} // namespace
+
+void TokenRecordStore::take(OAuthInfo::Fields taken) {
+  const std::lock_guard lock(meeting);
+  OAuthInfo::sharedInstance().replaceTokens(taken);
+  toStore();
+}
+
+void TokenRecordStore::clear() {
+  {
+    const std::lock_guard lock(meeting);
+    OAuthInfo::sharedInstance().clearTokens();
+    toStore();
+  }
+  store().synchronize();
+}
+
+void TokenRecordStore::save() {
+  {
+    const std::lock_guard lock(meeting);
+    toStore();
+  }
+  store().synchronize();
+}
+
+void TokenRecordStore::restore() {
+  const std::uint64_t before = meetings;
+  const std::string_view keys[] = {VORNEL_HEADER_ACCESS_TOKEN, VORNEL_HEADER_REFRESH_TOKEN,
+                                   VORNEL_OAUTH_END_EXPIRES_IN, VORNEL_OAUTH_EXPIRES_SYSTIME};
+  auto stored = store().values(keys);
+  if (!stored || stored->size() != std::size(keys)) return;
+  const std::lock_guard lock(meeting);
+  if (meetings != before) return;
+  OAuthInfo::Fields tokens;
+  tokens.accessToken.swap((*stored)[0]);
+  tokens.refreshToken.swap((*stored)[1]);
+  tokens.expiresIn.swap((*stored)[2]);
+  tokens.expiresSystime.swap((*stored)[3]);
+  // The scope is stored for others to read and is not restored: this is meant.
+  OAuthInfo::sharedInstance().restoreTokens(tokens);
+}
+
+/// Sets the record's fields in the store; the lock is held.
+void TokenRecordStore::toStore() {
+  const OAuthInfo::Fields record = OAuthInfo::sharedInstance().fields();
+  const platform::UserDefaults::Entry entries[] = {
+      {VORNEL_HEADER_ACCESS_TOKEN, record.accessToken},
+      {VORNEL_HEADER_REFRESH_TOKEN, record.refreshToken},
+      {VORNEL_OAUTH_END_EXPIRES_IN, record.expiresIn},
+      {VORNEL_OAUTH_END_SCOPE, record.scope},
+      {VORNEL_OAUTH_EXPIRES_SYSTIME, record.expiresSystime}};
+  store().setValues(entries);
+  ++meetings;
+}
+
+} // namespace quarnet
