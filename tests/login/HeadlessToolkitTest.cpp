@@ -20,7 +20,7 @@ TEST(HeadlessToolkit, RunsAnimationsInTheOrderOfTheirEnds) {
   move(300ms, 100, "long");
   toolkit.animate(100ms, nullptr, [&](bool) {
     ended.emplace_back("short");
-    toolkit.animate(50ms, nullptr, [&](bool) { ended.emplace_back("nested"); });
+    toolkit.animate(150ms, nullptr, [&](bool) { ended.emplace_back("nested"); });
   });
   EXPECT_EQ(view->frame().x, 100);
   toolkit.advance(60ms);
@@ -29,6 +29,8 @@ TEST(HeadlessToolkit, RunsAnimationsInTheOrderOfTheirEnds) {
   toolkit.advance(180ms);
   EXPECT_GT(shownX(), 80); // ends slowly
   EXPECT_LT(shownX(), 100);
+  EXPECT_THAT(ended, ElementsAre("short"));
+  toolkit.advance(10ms); // the nested one began when the short one ended
   EXPECT_THAT(ended, ElementsAre("short", "nested"));
 
   // A frame set in between starts where the view is seen; one set outside jumps.

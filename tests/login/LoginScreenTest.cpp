@@ -57,6 +57,7 @@ TEST_F(LoginScreen, GrowsThenLoadsAndClearsThenShrinks) {
   EXPECT_EQ(client_->loginView(), page);
   toolkit_->advance(1ms);
   EXPECT_EQ(overlays(), 0U);
+  EXPECT_EQ(page->parent(), nullptr);
   EXPECT_FALSE(client_->loginView() || client_->bgView() || client_->viewBlock());
 
   log_->clear();
