@@ -14,6 +14,7 @@ public:
   explicit Input(std::string_view bytes) : bytes_(bytes) {}
 
   bool isEmpty() const { return bytes_.empty(); }
+  bool has(std::string_view text) const { return bytes_.find(text) != bytes_.npos; }
 
   /// Up to the next unit separator (0x1F), which is skipped, or to the end.
   std::string piece() { return take(bytes_.find('\x1f'), 1); }
