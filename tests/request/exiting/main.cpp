@@ -4,29 +4,15 @@
 
 #include <cstdlib>
 #include <string>
-#include <thread>
 
 using namespace quarnet;
 using namespace std::chrono_literals;
 
 namespace {
 
-bool exitsInCallback = false;
-
-struct App {
-  int answers = 0;
-  void answered(const ResultDictionary&) {
-    ++answers;
-    if (exitsInCallback) std::exit(3);
-  }
+struct Leaver {
+  void leave(const ResultDictionary&) { std::exit(3); }
 };
-
-RequestBundle bundleOf(const std::string& url, const std::string& method) {
-  RequestBundle bundle;
-  bundle.setUrl(url);
-  bundle.setHttpMethod(method == "POST" ? HttpMethod::POST : HttpMethod::GET);
-  return bundle;
-}
 
 } // namespace
 
@@ -40,44 +26,37 @@ int main(int, char** arguments) {
                                    platform::CurlHttpClientOptions{.caFile = caFile}),
                                .log = std::make_shared<platform::NullLog>()});
   OAuthInfo::sharedInstance().setClientId("demo-client");
-  static App app;
-  static APIRequest request;
-  request.setDelegateFinishedFailed(&app, &App::answered, &App::answered);
 
-  const auto callAndWait = [&] {
-    RequestBundle bundle = bundleOf("https://" + host + "/v1/quick", method);
-    if (call == "sync") {
-      request.requestError(bundle, nullptr);
-    } else {
-      request.aSyncRequest(bundle);
-      platform::GlibMainThread::runUntil([] { return app.answers > 0; }, 10s);
-    }
+  const auto bundleOf = [=](const std::string& path) {
+    RequestBundle bundle;
+    bundle.setUrl("https://" + host + path);
+    bundle.setHttpMethod(method == "POST" ? HttpMethod::POST : HttpMethod::GET);
+    return bundle;
   };
-  if (when != "firstInFlight") callAndWait();
-  if (when != "done") {
-    const std::string slow = "https://" + host + "/v1/slow";
-    if (call == "sync") {
-      for (int i = 0; i < 3; ++i) {
-        std::thread([=] {
-          for (APIRequest own;;) {
-            RequestBundle bundle = bundleOf(slow, method);
-            own.requestError(bundle, nullptr);
-          }
-        }).detach();
-      }
-      std::this_thread::sleep_for(50ms);
-    } else {
-      RequestBundle bundle = bundleOf(slow, method);
-      request.aSyncRequest(bundle);
-    }
+  static test::Callbacks app;
+  APIRequest request;
+  request.setDelegateFinishedFailed(&app, &test::Callbacks::finished, &test::Callbacks::failed);
+  RequestBundle quick = bundleOf("/v1/quick"), slow = bundleOf("/v1/slow");
+  if (when != "firstInFlight" && call == "sync") request.requestError(quick, nullptr);
+  if (when != "firstInFlight" && call == "async") {
+    request.aSyncRequest(quick);
+    app.waitFor(1);
   }
+  if (when != "done" && call == "async") request.aSyncRequest(slow);
+  for (int i = 0; when != "done" && call == "sync" && i < 3; ++i) {
+    std::thread([slow] {
+      for (RequestBundle bundle = slow;; bundle = slow)
+        APIRequest().requestError(bundle, nullptr);
+    }).detach();
+  }
+  if (call == "sync") std::this_thread::sleep_for(30ms);
   if (end == "inThread") std::thread([] { std::exit(3); }).join();
   if (end == "inCallback") {
-    exitsInCallback = true;
-    app.answers = 0;
-    RequestBundle bundle = bundleOf("https://" + host + "/v1/quick", method);
-    request.aSyncRequest(bundle);
-    platform::GlibMainThread::runUntil([] { return false; }, 10s);
+    Leaver leaver;
+    request.setDelegateFinishedFailed(&leaver, &Leaver::leave, &Leaver::leave);
+    RequestBundle last = bundleOf("/v1/last");
+    request.aSyncRequest(last);
+    app.waitFor(100);
   }
   return 3;
 }
