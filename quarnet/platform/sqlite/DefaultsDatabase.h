@@ -1,6 +1,7 @@
 #pragma once
 
 #include "quarnet/core/Data.h"
+#include "quarnet/platform/sqlite/PrivateFile.h"
 
 #include <map>
 #include <memory>
@@ -18,14 +19,23 @@ public:
   /// What a save sets; an absent text removes the entry.
   using Changes = std::map<std::string, Text, std::less<>>;
 
-  /// Opens a file that exists, to read only where it cannot be written. Null with the reason when
-  /// it cannot be opened. Here and below, another process's transaction is waited for up to
-  /// `patience` milliseconds.
-  static std::unique_ptr<DefaultsDatabase> open(const std::string& path, int patience,
-                                                std::string& reason);
+  /// Why a file was not opened.
+  struct Refusal {
+    std::string reason;
+    /// The file was damaged and has been given another name; the reason tells it.
+    bool isMovedAside = false;
+  };
 
-  /// Whether the file that was opened is still the one at its path.
-  bool isInPlace() const;
+  /// Opens a file that exists, to read only where it cannot or must not be written, and looks
+  /// whether it is sound. Null with the reason when it is not to be used: a damaged file is moved
+  /// aside unless it is read-only, every other one stays where it is. Here and below, another
+  /// process's transaction is waited for up to `patience` milliseconds.
+  static std::unique_ptr<DefaultsDatabase> open(const std::string& path, int patience,
+                                                Refusal& refusal);
+
+  /// Whether the file that was opened is still the one at `path`, with the owner and mode that it
+  /// had.
+  bool isInPlace(const std::string& path) const;
 
   /// Gives the texts under `keys` in their order, absent where there is none, all of them from one
   /// transaction.
@@ -46,9 +56,15 @@ private:
   using Connection = std::unique_ptr<sqlite3, Close>;
   using Statement = std::unique_ptr<sqlite3_stmt, Close>;
 
-  explicit DefaultsDatabase(Connection connection) : connection_(std::move(connection)) {}
+  DefaultsDatabase(Connection connection, const FoundFile& found)
+      : found_(found), connection_(std::move(connection)) {}
 
+  bool hasMoved() const;
   bool configure(int patience);
+  bool isSound();
+  bool isDamaged();
+  bool trustsJournals();
+  bool findTable(bool& isThere);
   bool execute(const char* sql);
   bool prepare(Statement& statement, std::string_view sql);
   bool prepareReading();
@@ -57,7 +73,11 @@ private:
   bool select(std::string_view key, Text& value);
   bool store(const std::string& key, const Text& value);
 
+  FoundFile found_;
   Connection connection_;
+  /// Why the file is not used, where SQLite has nothing against it.
+  std::string ownReason_;
+  bool isUnsound_ = false;
   // Prepared once; null until first needed.
   Statement begin_;
   Statement select_;

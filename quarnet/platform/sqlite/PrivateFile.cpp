@@ -23,6 +23,10 @@ void syncFolder(const Path& folder) {
   close(descriptor);
 }
 
+bool isTrusted(const struct stat& status) {
+  return status.st_uid == geteuid() || status.st_uid == 0;
+}
+
 std::error_code makeFolder(const Path& folder) {
   int failed = mkdir(folder.c_str(), 0700);
   if (failed != 0 && errno == ENOENT && folder.has_relative_path()) {
@@ -50,10 +54,34 @@ std::error_code makePrivateFile(const std::string& path) {
   return {};
 }
 
-void tightenMode(const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return;
-  if ((status.st_mode & 077) != 0) chmod(path.c_str(), 0600);
+bool FoundFile::isStillAt(const std::string& path) const {
+  struct stat now {};
+  return isThere && stat(path.c_str(), &now) == 0 && now.st_dev == status.st_dev &&
+         now.st_ino == status.st_ino && now.st_uid == status.st_uid &&
+         now.st_mode == status.st_mode;
+}
+
+std::optional<FoundFile> findPrivateFile(const std::string& path, std::string& reason) {
+  // A descriptor of the place alone: opening it waits for nothing and closing it drops no lock.
+  const int place = open(path.c_str(), O_PATH | O_CLOEXEC);
+  if (place < 0) {
+    if (errno == ENOENT) return FoundFile{};
+    reason = lastError().message();
+    return std::nullopt;
+  }
+  FoundFile found{.isThere = true};
+  struct stat link {};
+  const bool isKnown = lstat(path.c_str(), &link) == 0 && fstat(place, &found.status) == 0;
+  if (!isKnown || !S_ISREG(found.status.st_mode)) {
+    reason = "this is no plain file";
+  } else if (!isTrusted(link) || !isTrusted(found.status)) {
+    reason = "this belongs to another user";
+  } else if (found.status.st_uid == geteuid() && (found.status.st_mode & 077) != 0) {
+    chmod(("/proc/self/fd/" + std::to_string(place)).c_str(), found.status.st_mode & 0700);
+    fstat(place, &found.status);
+  }
+  close(place);
+  return reason.empty() ? std::optional(found) : std::nullopt;
 }
 
 } // namespace quarnet::platform

@@ -1,5 +1,6 @@
 #include "quarnet/platform/sqlite/SqliteUserDefaults.h"
 
+#include "quarnet/core/Wipe.h"
 #include "quarnet/platform/Platform.h"
 #include "quarnet/platform/glib/DataFolder.h"
 #include "quarnet/platform/sqlite/DefaultsDatabase.h"
@@ -46,7 +47,10 @@ public:
     if (!path_.empty()) path_ = absolutePath(path_);
   }
 
-  ~Implementation() { leaveFileOfParent(); }
+  ~Implementation() {
+    leaveFileOfParent();
+    forgetPending();
+  }
 
   std::optional<std::vector<Text>> values(std::span<const std::string_view> keys) {
     std::string failure;
@@ -66,21 +70,23 @@ public:
 
   void setValues(std::span<const Entry> entries) {
     const std::lock_guard lock(mutex_);
-    for (const auto& [key, value] : entries)
-      pending_.insert_or_assign(std::string(key), value ? Text(*value) : std::nullopt);
+    for (const auto& [key, value] : entries) {
+      Text& entry = pending_[std::string(key)];
+      wipe(entry);
+      entry = value ? Text(*value) : std::nullopt;
+    }
   }
 
   void synchronize() {
+    std::string damage;
     std::string failure;
     {
       const std::lock_guard lock(mutex_);
       if (pending_.empty()) return;
-      if (write(failure)) {
-        pending_.clear();
-        return;
-      }
+      if (write(damage, failure)) forgetPending();
     }
-    log("user defaults cannot be saved : ", harmless(failure));
+    if (!damage.empty()) log("user defaults cannot be read : ", harmless(damage));
+    if (!failure.empty()) log("user defaults cannot be saved : ", harmless(failure));
   }
 
 private:
@@ -109,13 +115,12 @@ private:
     return false;
   }
 
-  bool write(std::string& failure) {
-    if (!hasFile()) {
-      if (const std::error_code error = makePrivateFile(path())) {
-        failure = described(error.message());
-        return false;
-      }
-      if (!openFile(kPatience, failure)) return false;
+  bool write(std::string& damage, std::string& failure) {
+    if (!hasFile() && !makeFile(failure)) {
+      if (!isMovedAside_) return false;
+      // Saved all the same, in a file that takes the damaged one's place.
+      damage.swap(failure);
+      if (!makeFile(failure)) return false;
     }
     if (file_->write(pending_, kPatience)) return true;
     failure = described(file_->reason());
@@ -123,21 +128,27 @@ private:
     return false;
   }
 
+  bool makeFile(std::string& failure) {
+    isMovedAside_ = false;
+    const std::error_code error = makePrivateFile(path());
+    if (error) failure = described(error.message());
+    return !error && openFile(kPatience, failure);
+  }
+
   /// Whether the file is open and still the one at the path.
   bool hasFile() {
     leaveFileOfParent();
-    if (file_ && !file_->isInPlace()) file_.reset();
+    if (file_ && !file_->isInPlace(path())) file_.reset();
     return file_ != nullptr;
   }
 
   bool openFile(int patience, std::string& failure) {
     countForks();
-    tightenMode(path());
-    tightenMode(path() + "-journal");
-    std::string reason;
-    file_ = DefaultsDatabase::open(path(), patience, reason);
+    DefaultsDatabase::Refusal refusal;
+    file_ = DefaultsDatabase::open(path(), patience, refusal);
     forksBefore_ = forks;
-    if (!file_) failure = described(reason);
+    if (!file_) failure = described(refusal.reason);
+    isMovedAside_ = refusal.isMovedAside;
     return file_ != nullptr;
   }
 
@@ -152,6 +163,12 @@ private:
     return path_;
   }
 
+  void forgetPending() {
+    for (auto& [key, value] : pending_)
+      wipe(value);
+    pending_.clear();
+  }
+
   std::string described(const std::string& reason) { return path() + ": " + reason; }
 
   std::mutex mutex_;
@@ -160,6 +177,8 @@ private:
   DefaultsDatabase::Changes pending_;
   std::unique_ptr<DefaultsDatabase> file_;
   int forksBefore_ = 0;
+  /// Whether the last opening found a damaged file and gave it another name.
+  bool isMovedAside_ = false;
   int patience_ = kPatience;
 };
 
@@ -169,15 +188,15 @@ SqliteUserDefaults::SqliteUserDefaults(std::string path)
 SqliteUserDefaults::~SqliteUserDefaults() = default;
 
 std::optional<std::vector<Text>>
-SqliteUserDefaults::values(std::span<const std::string_view> keys) {
+SqliteUserDefaults::values(std::span<const std::string_view> keys) noexcept {
   return implementation_->values(keys);
 }
 
-void SqliteUserDefaults::setValues(std::span<const Entry> entries) {
+void SqliteUserDefaults::setValues(std::span<const Entry> entries) noexcept {
   implementation_->setValues(entries);
 }
 
-void SqliteUserDefaults::synchronize() {
+void SqliteUserDefaults::synchronize() noexcept {
   implementation_->synchronize();
 }
 

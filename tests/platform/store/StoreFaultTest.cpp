@@ -133,6 +133,7 @@ TEST_F(StoreFaultTest, DefaultPlaceIsTheProgramsFolderInTheUsersData) {
 struct Obstacle {
   const char* name;
   std::function<std::function<void()>(const fs::path& folder, const fs::path& path)> put;
+  bool isForAnOpening = false; // does not hinder who has the file open already
 };
 
 class ObstacleTest : public StoreTest, public testing::WithParamInterface<Obstacle> {};
@@ -140,29 +141,44 @@ class ObstacleTest : public StoreTest, public testing::WithParamInterface<Obstac
 TEST_P(ObstacleTest, KeepsTheValuesSaysItOnceAndSavesThemLater) {
   const fs::path folder = root / "in";
   const fs::path path = folder / "store.sqlite";
-  SqliteUserDefaults store(path);
-  saveGeneration(store, 1);
+  auto store = std::make_unique<SqliteUserDefaults>(path);
+  saveGeneration(*store, 1);
   const std::function<void()> takeAway = GetParam().put(folder, path);
   if (!takeAway) GTEST_SKIP() << "not to be had here";
+  if (GetParam().isForAnOpening) store = std::make_unique<SqliteUserDefaults>(path);
   for (const long generation : {2, 3}) {
-    saveGeneration(store, generation);
+    saveGeneration(*store, generation);
     const std::vector<std::string> lines = log->take();
     ASSERT_EQ(lines.size(), 1U) << testing::PrintToString(lines);
     EXPECT_EQ(lines[0].find("user defaults cannot be saved : " + path.string() + ": "), 0U);
-    EXPECT_EQ(storedGeneration(store), generation);
+    EXPECT_EQ(storedGeneration(*store), generation);
   }
   const long found = generationIn(path);
   EXPECT_TRUE(found == -2 || found == 0 || found == 1) << found;
   EXPECT_EQ(log->take().size(), found == -2 ? 1U : 0U);
   takeAway();
-  store.setValue("more", "1");
-  store.synchronize();
+  store->setValue("more", "1");
+  store->synchronize();
   EXPECT_EQ(generationIn(path), 3);
 }
 
 std::function<void()> mounted(const fs::path& place, unsigned long flags, const char* options) {
   if (mount("none", place.c_str(), "tmpfs", flags, options) != 0) return nullptr;
   return [place] { umount2(place.c_str(), MNT_DETACH); };
+}
+
+std::function<void()> givenAway(const fs::path& path) {
+  if (geteuid() != 0) return nullptr;
+  lchown(path.c_str(), 65534, 65534);
+  return [path] { lchown(path.c_str(), 0, 0); };
+}
+
+std::function<void()> changed(const fs::path& path, const char* sql) {
+  sqlite3* other = nullptr;
+  sqlite3_open(path.c_str(), &other);
+  EXPECT_EQ(sqlite3_exec(other, sql, nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_close(other);
+  return [path] { fs::remove(path); };
 }
 
 const Obstacle kObstacles[] = {
@@ -183,14 +199,48 @@ const Obstacle kObstacles[] = {
        std::ofstream(path) << std::string(5'000, 'z');
        return [path] { fs::remove(path); };
      }},
-    {"DamagedPages",
+    {"PipeInPlaceOfTheFile",
      [](const fs::path&, const fs::path& path) {
-       const fs::path damaged = path.parent_path() / "damaged";
-       fs::copy_file(path, damaged);
-       std::fstream(damaged).seekp(100) << std::string(30'000, '\xff');
-       fs::rename(damaged, path);
+       fs::remove(path);
+       mkfifo(path.c_str(), 0600);
        return [path] { fs::remove(path); };
      }},
+    {"ReadOnlyFile",
+     [](const fs::path&, const fs::path& path) {
+       fs::permissions(path, fs::perms(0444));
+       return [path] {
+         EXPECT_EQ(fs::status(path).permissions(), fs::perms(0400));
+         fs::permissions(path, fs::perms(0600));
+       };
+     }},
+    {"FileOfAnotherUser", [](const fs::path&, const fs::path& path) { return givenAway(path); }},
+    {"JournalOfAnotherUser",
+     [](const fs::path&, const fs::path& path) { return givenAway(path.string() + "-journal"); }},
+    {"LinkOfAnotherUser",
+     [](const fs::path& folder, const fs::path& path) {
+       fs::rename(path, folder / "mine");
+       fs::create_symlink("mine", path);
+       const auto takeBack = givenAway(path);
+       if (!takeBack) fs::rename(folder / "mine", path);
+       return takeBack;
+     },
+     true},
+    {"ViewThatNeverEnds",
+     [](const fs::path&, const fs::path& path) {
+       return changed(path, "DROP TABLE user_defaults; CREATE VIEW user_defaults AS WITH RECURSIVE "
+                            "c(key, value) AS (VALUES('', '') UNION ALL SELECT key || 'x', value "
+                            "FROM c) SELECT * FROM c");
+     }},
+    {"TableOfAnotherShape",
+     [](const fs::path&, const fs::path& path) {
+       return changed(path, "DROP TABLE user_defaults; CREATE TABLE user_defaults(key, value, x)");
+     }},
+    {"TriggerOfAnotherProgram",
+     [](const fs::path&, const fs::path& path) {
+       return changed(path, "CREATE TRIGGER t AFTER INSERT ON user_defaults BEGIN "
+                            "DELETE FROM user_defaults; END");
+     },
+     true},
     {"ReadOnlyFolder",
      [](const fs::path& folder, const fs::path&) -> std::function<void()> {
        if (geteuid() == 0) return mounted(folder, MS_RDONLY, "");
@@ -219,6 +269,65 @@ const Obstacle kObstacles[] = {
 
 INSTANTIATE_TEST_SUITE_P(Store, ObstacleTest, testing::ValuesIn(kObstacles),
                          [](const auto& obstacle) { return obstacle.param.name; });
+
+TEST_F(StoreFaultTest, ADamagedFileIsMovedAsideAndNeverHalfUsed) {
+  const fs::path whole = root / "whole";
+  saveGeneration(*std::make_unique<SqliteUserDefaults>(whole), 6);
+  const std::uintmax_t size = fs::file_size(whole);
+  const auto overwritten = [](std::size_t from, std::size_t count, char byte) {
+    return [=](const fs::path& path) {
+      std::fstream(path).seekp(static_cast<long>(from)) << std::string(count, byte);
+    };
+  };
+  const std::pair<const char*, std::function<void(const fs::path&)>> damages[] = {
+      {"all pages", overwritten(100, 30'000, '\xff')},
+      {"size of a page", overwritten(16, 2, '\x07')},
+      {"the table's root", overwritten(4'096, 4'096, '\0')},
+      {"a page of a long text", overwritten(size - 4'096, 4, '\x55')},
+      {"half of it", [=](const fs::path& path) { fs::resize_file(path, size / 2); }},
+      {"all but its start", [](const fs::path& path) { fs::resize_file(path, 50); }},
+  };
+  for (const auto& [name, damage] : damages) {
+    SCOPED_TRACE(name);
+    for (const bool isSaving : {false, true}) {
+      const fs::path folder = root / "in";
+      const fs::path path = folder / "store.sqlite";
+      fs::create_directory(folder);
+      fs::copy_file(whole, path);
+      std::ofstream(folder / "store.sqlite-journal") << "";
+      damage(path);
+      SqliteUserDefaults store(path);
+      EXPECT_EQ(isSaving ? -2 : storedGeneration(store), -2);
+      if (isSaving) saveGeneration(store, 7);
+      const std::vector<std::string> lines = log->take();
+      ASSERT_EQ(lines.size(), 1U) << testing::PrintToString(lines);
+      EXPECT_EQ(lines[0].find("user defaults cannot be read : " + path.string() + ": "), 0U);
+      const std::size_t told = lines[0].find(path.string() + ".damaged-");
+      ASSERT_NE(told, std::string::npos) << lines[0];
+      EXPECT_TRUE(fs::exists(lines[0].substr(told)));
+      EXPECT_TRUE(fs::exists(lines[0].substr(told) + "-journal"));
+      EXPECT_EQ(generationIn(path), isSaving ? 7 : 0);
+      fs::remove_all(folder);
+    }
+  }
+}
+
+TEST_F(StoreFaultTest, RootsFileMayBeReadByAll) {
+  if (geteuid() != 0) GTEST_SKIP() << "not root";
+  const fs::path path = root / "store.sqlite";
+  saveGeneration(*std::make_unique<SqliteUserDefaults>(path), 1);
+  for (const fs::path& opened : {root, path})
+    fs::permissions(opened, fs::perms(0755));
+  const pid_t child = fork();
+  if (child == 0) {
+    if (setresuid(65534, 65534, 65534) != 0) _exit(2);
+    SqliteUserDefaults store(path);
+    _exit(storedGeneration(store) == 1 ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+}
 
 TEST_F(StoreFaultTest, RecordInAReadOnlyFolderCanBeRead) {
   if (geteuid() == 0 && !mounted(root, 0, "")) GTEST_SKIP() << "no mounts here";
