@@ -84,6 +84,27 @@ TEST_F(ServerTest, TurnsAwayWhatItShouldNotAnswer) {
     EXPECT_EQ(client_.get(path, headers).status, status) << path;
 }
 
+TEST_F(ServerTest, KeepsOfFilesAndBigBodiesTheirSums) {
+  const std::string part = "--a b\r\nContent-Disposition: form-data; name=\"image\"; "
+                           "filename=\"p.jpg\"\r\n\r\n";
+  const std::string upload = part + "abc\r\n" + part + "\r\n--a b--";
+  client_.post("/a.json", upload, {"content-type: Multipart/Form-Data; boundary=\"a b\"; x=y"});
+  client_.post("/b.json", std::string(2'000'000, 'a'));
+  const auto received = server_.received();
+  ASSERT_EQ(received.size(), 2u);
+  EXPECT_EQ(received[0].body, upload);
+  ASSERT_EQ(received[0].uploads.size(), 2u);
+  // Published sums of "abc" and of nothing (FIPS 180-4 examples).
+  EXPECT_EQ(received[0].uploads[0].sha256,
+            "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+  EXPECT_EQ(received[0].uploads[1].sha256,
+            "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+  EXPECT_EQ(received[1].body, "");
+  // head -c 2000000 /dev/zero | tr '\0' a | sha256sum
+  EXPECT_EQ(received[1].bodySha256,
+            "bcf7f9d1b4311c3352e60502255ce09a6744df84e8f2c89f79c4b5d74933a95a");
+}
+
 TEST_F(ServerTest, MisbehavesAsToldUntilItBehaves) {
   struct {
     Misbehaviour what;
