@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace quarnet::sandbox {
 namespace {
@@ -145,6 +146,20 @@ TEST_F(ServerTest, GeneratesBodiesAndRedirectsToOrder) {
   EXPECT_EQ(client_.get("/bytes/1000001.json", authorised()).body.size(), 1'000'001u);
   EXPECT_EQ(client_.get("/redirect/307/http%3A%2F%2Fa%2Fb.json").location, "http://a/b");
   EXPECT_EQ(client_.get("/redirect/302/aHR0cDovL2EvYg.xml").location, "http://a/b");
+}
+
+TEST_F(ServerTest, StopsUnderOpenConnectionsAndRisesOnTheSamePort) {
+  server_.misbehave("/silent", Misbehaviour::silent());
+  EXPECT_EQ(client_.get("/").status, 200);
+  CURLcode silentResult = CURLE_OK;
+  std::thread waiting([&] { silentResult = plain_.get("/silent").result; });
+  while (server_.received().size() < 2)
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  server_.stop();
+  waiting.join();
+  EXPECT_TRUE(silentResult == CURLE_GOT_NOTHING || silentResult == CURLE_RECV_ERROR);
+  const Server next({.port = server_.port()});
+  EXPECT_EQ(client_.get("/").status, 200) << "the certificate is still trusted";
 }
 
 } // namespace
