@@ -74,7 +74,7 @@ private:
   friend void takeTokenAnswer(const Data& answer);
 
   /// Overwrites its texts at its end.
-  struct Fields {
+  struct __attribute__((visibility("hidden"))) Fields {
     Fields() = default;
     Fields(const Fields&) = default;
     Fields(Fields&&) = default;
