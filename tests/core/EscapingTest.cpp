@@ -54,6 +54,7 @@ TEST(PlainEscaping, KeepsExactlyTheLegalCharacters) {
 TEST(Unescaping, RefusesWhatIsMalformedOrNoText) {
   EXPECT_EQ(replacingPercentEscapes("a%20b+c%ea%b0%80"), "a b+c가");
   EXPECT_EQ(replacingPercentEscapes("%00x"), "\0x"s);
+  EXPECT_EQ(replacingPercentEscapes(std::string_view("%20", 2)), std::nullopt);
   for (const std::string_view malformed :
        {"%", "%2", "a%2", "%zz", "%2g", "%%20", "%FF", "%EA%B0"}) {
     EXPECT_EQ(replacingPercentEscapes(malformed), std::nullopt) << malformed;

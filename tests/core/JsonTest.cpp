@@ -37,7 +37,7 @@ TEST(Json, PrintsEveryKindOfValueAsText) {
       {"false", "0"},
       {"null", "<null>"},
       {R"([1, "a\"b", {"x" : null}])", R"([1,"a\"b",{"x":null}])"},
-      {R"({ "k" : [ ] , "\u0001\/" : 1E400 })", R"({"k":[],"\u0001/":1E400})"},
+      {R"({ "k" : [ ] , "\u001F\/" : 1E400 })", R"({"k":[],"\u001f/":1E400})"},
   };
   for (const auto& [value, text] : cases)
     EXPECT_EQ(memberOf("\xEF\xBB\xBF {\"v\":" + value + "} "), text) << value;
@@ -67,7 +67,8 @@ TEST(Json, RefusesWhatIsNoObject) {
                                          "{\"v\":1",
                                          "{\"v\":1}x",
                                          "{\"v\":1}{}",
-                                         "{} ,",
+                                         "{},{}",
+                                         "{}]",
                                          "{,}",
                                          "{v:1}",
                                          "{1:1}",
