@@ -1,6 +1,8 @@
 #include "tests/support/LibraryTest.h"
 
+#include <atomic>
 #include <gmock/gmock.h>
+#include <thread>
 
 namespace quarnet::test {
 namespace {
@@ -164,6 +166,19 @@ TEST_F(Assembly, TheUrlConverterOnlyAddsAPlainQuery) {
   EXPECT_EQ(request_.urlConverter(bundle), "http://h/p?a=x%20y");
   EXPECT_THAT(log_->lines(), ElementsAre("URL : http://h/p", "paramSize : 1",
                                          "ENCODED URL : [http://h/p?a=x%20y]"));
+}
+
+TEST_F(Assembly, ThePreparedRequestIsWholeHoweverManyThreadsPrepare) {
+  request_.setHeaderErr("1", nullptr);
+  std::atomic<bool> ended = false;
+  std::thread reader([&] {
+    while (!ended)
+      EXPECT_EQ(APIRequest::urlRequest()->headerFields.get("swap_key"), "1");
+  });
+  for (int i = 0; i < 20'000; ++i)
+    request_.setHeaderErr("1", nullptr);
+  ended = true;
+  reader.join();
 }
 
 } // namespace
