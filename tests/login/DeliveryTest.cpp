@@ -1,5 +1,9 @@
 #include "tests/login/LoginTest.h"
 
+#include "quarnet/core/Registration.h"
+
+#include <thread>
+
 namespace quarnet::test {
 namespace {
 
@@ -95,6 +99,29 @@ TEST_F(Delivery, ReachesOnlyWhoIsStillRegistered) {
   });
   check(*client_, [&] { client_->readUrl("https://h/"); });
   check(manager_, [&] { manager_.readUrl("https://h/"); });
+}
+
+TEST(Registration, IsNeverSeenHalfChanged) {
+  Callbacks first, second;
+  const CallbackTriple triples[] = {makeCallback(&first, &Callbacks::finished, nullptr),
+                                    makeCallback(&second, nullptr, &Callbacks::failed)};
+  Registration registration;
+  registration.set(triples[1]);
+  std::atomic<bool> ended = false;
+  std::thread writer([&] {
+    for (std::size_t i = 0; !ended; ++i)
+      registration.set(triples[i % 2]);
+  });
+  int mixed = 0;
+  const auto end = std::chrono::steady_clock::now() + 200ms;
+  while (std::chrono::steady_clock::now() < end) {
+    const CallbackTriple seen = registration.current();
+    const bool isFirst = seen.target == &first;
+    if (bool(seen.finished) != isFirst || bool(seen.failed) == isFirst) ++mixed;
+  }
+  ended = true;
+  writer.join();
+  EXPECT_EQ(mixed, 0);
 }
 
 TEST_F(Delivery, ComesWhenTheTokensAreSavedAndTheScreenCloses) {
