@@ -181,16 +181,16 @@ const Obstacle kObstacles[] = {
     {"NotADatabase", "seq 2000 > in/s", "rm in/s"},
     {"ReadOnlyFile", "chmod 444 in/s", "test $(stat -c %a in/s) = 400 && chmod 600 in/s"},
     {"ReadOnlyFolder",
-     "if [ $(id -u) = 0 ]; then mount --bind in in && mount -o remount,bind,ro in; else chmod 500 "
-     "in; fi",
+     "if [ $(id -u) = 0 ]; then mount --bind in in && mount -o remount,bind,ro in; "
+     "else rm in/s-journal && chmod 500 in; fi",
      "if [ $(id -u) = 0 ]; then umount -l in; else chmod 700 in; fi"},
     {"FullDisk", "mount -t tmpfs -o size=8k none in", "umount -l in"},
     {"NoFileMayGrow",
      "prlimit --pid $PPID --fsize=2000:", "prlimit --pid $PPID --fsize=unlimited:"},
     {"LockedForTooLong", "true", "true", "BEGIN EXCLUSIVE"},
-    {"FileOfAnotherUser", "chown 65534 in/s", "chown 0 in/s"},
-    {"JournalOfAnotherUser", "chown 65534 in/s-journal", "chown 0 in/s-journal"},
-    {"LinkOfAnotherUser", "mv in/s in/my && ln -s my in/s && chown -h 65534 in/s",
+    {"FileOfAnotherUser", "chown 65533 in/s", "chown 0 in/s"},
+    {"JournalOfAnotherUser", "chown 65533 in/s-journal", "chown 0 in/s-journal"},
+    {"LinkOfAnotherUser", "mv in/s in/my && ln -s my in/s && chown -h 65533 in/s",
      "chown -h 0 in/s", "", true},
     {"ViewThatNeverEnds", "true", "rm in/s",
      "DROP TABLE user_defaults; CREATE VIEW user_defaults AS WITH RECURSIVE c(key, value) AS "
