@@ -10,7 +10,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 namespace quarnet::fuzz {
 
@@ -34,53 +33,49 @@ void save(const std::string& file) {
   SqliteUserDefaults store(file);
   store.setValue("access_token", "saved");
   store.synchronize();
-  expect(store.value("access_token") == "saved");
+}
+
+void write(const std::string& file, std::string_view bytes) {
+  std::ofstream(file, std::ios::binary) << bytes;
 }
 
 } // namespace
 
-void store(Input input) {
-  static const auto log = std::make_shared<CountingLog>();
-  static const std::string sound = [] {
-    Platform::install({.log = log});
-    const Folder folder;
-    save(folder.path + "/store");
-    std::ifstream stream(folder.path + "/store", std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(stream), {});
+void store(std::string bytes) {
+  static const auto log = [] {
+    auto made = std::make_shared<CountingLog>();
+    Platform::install({.log = made});
+    return made;
   }();
   log->lines = 0;
   const Folder folder;
   const std::string file = folder.path + "/store";
-  const bool isJournal = input.flag();
-  const std::string bytes = input.rest();
-  std::ofstream(file, std::ios::binary) << (isJournal ? sound : bytes);
-  if (isJournal) std::ofstream(file + "-journal", std::ios::binary) << bytes;
-
+  const bool isJournal = flag(bytes);
+  if (isJournal) save(file);
+  write(isJournal ? file + "-journal" : file, bytes);
   SqliteUserDefaults(file).value("access_token");
   save(file);
   // It is there for the next process, or a line says that it is not.
   expect(SqliteUserDefaults(file).value("access_token") == "saved" || log->lines > 0);
 }
 
-void multipart(Input input) {
+void multipart(std::string input) {
   static const Folder folder;
   const std::string file = folder.path + "/file";
-  const std::size_t step = input.piece().size() + 1;
-  const std::string key = input.piece();
-  const std::string content = input.rest();
-  std::ofstream(file, std::ios::binary) << content;
-  const Multipart multipart = makeMultipart("bound", key, file);
-  expect(multipart.fileSize == content.size());
-  if (content.find("bound") != content.npos) return;
+  const std::size_t step = piece(input).size() + 1;
+  const std::string key = piece(input);
+  write(file, input);
+  const std::string body = makeMultipart("bound", key, file).body;
+  if (input.find("bound") != input.npos) return;
 
   sandbox::MultipartReader reader("bound");
-  for (std::size_t at = 0; at < multipart.body.size(); at += step)
-    reader.feed(std::string_view(multipart.body).substr(at, step));
+  for (std::size_t at = 0; at < body.size(); at += step)
+    reader.feed(body.substr(at, step));
   const std::vector<sandbox::Upload> uploads = reader.takeUploads();
   expect(reader.complete() && uploads.size() == 1);
   sandbox::Sha256 sum;
-  sum.update(content);
-  expect(uploads[0].size == content.size() && uploads[0].sha256 == sum.finish());
+  sum.update(input);
+  expect(uploads[0].size == input.size() && uploads[0].sha256 == sum.finish());
   expect(sandbox::percentDecoded(uploads[0].field) == sandbox::percentDecoded(key));
 }
 
