@@ -68,6 +68,7 @@ public:
   std::string getWholeInfo() const;
 
 private:
+  friend class APIRequest;
   friend class OAuthClient;
   friend class OAuthInfoManager;
   friend class TokenRecordStore;

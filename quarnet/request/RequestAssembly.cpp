@@ -120,14 +120,15 @@ void setPayload(HttpRequest& request, const RequestBundle& bundle, std::string_v
   if (payload) request.body = std::make_shared<const Data>(*payload);
 }
 
-void addKeyAndTokens(HttpRequest& request, const Text& swapKey, std::optional<Error>* error) {
-  OAuthInfo& record = OAuthInfo::sharedInstance();
+/// `record` holds the token record's fields of one moment, so that no call mixes old and new
+/// tokens.
+void addKeyAndTokens(HttpRequest& request, const auto& record, const Text& swapKey,
+                     std::optional<Error>* error) {
   if (swapKey) request.headerFields.set("swap_key", swapKey);
-  const Text clientId = record.clientId();
-  if (!clientId) storeError(error, makeError(5));
-  request.headerFields.set(VORNEL_OAUTH_CLIENT_ID, clientId);
-  request.headerFields.set(VORNEL_HEADER_ACCESS_TOKEN, record.accessToken());
-  request.headerFields.set(VORNEL_HEADER_REFRESH_TOKEN, record.refreshToken());
+  if (!record.clientId) storeError(error, makeError(5));
+  request.headerFields.set(VORNEL_OAUTH_CLIENT_ID, record.clientId);
+  request.headerFields.set(VORNEL_HEADER_ACCESS_TOKEN, record.accessToken);
+  request.headerFields.set(VORNEL_HEADER_REFRESH_TOKEN, record.refreshToken);
 }
 
 void logHeaderFields(const HttpRequest& request) {
@@ -199,7 +200,7 @@ void APIRequest::prepare(RequestBundle& bundle, std::optional<Error>* error) {
     setPayload(request, bundle, contentType);
   }
 
-  addKeyAndTokens(request, swapKey, error);
+  addKeyAndTokens(request, OAuthInfo::sharedInstance().fields(), swapKey, error);
   if (error != nullptr) {
     request.headerFields.set("Accept", acceptType);
     request.headerFields.set("Accept-Encoding", "utf-8");
@@ -212,7 +213,7 @@ void APIRequest::setHeaderErr(const Text& swapKey, std::optional<Error>* error) 
   const auto add = [&] {
     const auto prepared = slot().get();
     HttpRequest request = prepared ? *prepared : HttpRequest{};
-    addKeyAndTokens(request, swapKey, error);
+    addKeyAndTokens(request, OAuthInfo::sharedInstance().fields(), swapKey, error);
     slot().put(std::move(request));
   };
   withinMemory(add, [&] { storeError(error, notEnoughMemory()); });
