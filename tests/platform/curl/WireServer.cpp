@@ -1,7 +1,7 @@
 #include "WireServer.h"
 
-#include <arpa/inet.h>
-#include <stdexcept>
+#include "Loopback.h"
+
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -16,22 +16,8 @@ std::size_t bodySize(const std::string& head) {
 } // namespace
 
 WireServer::WireServer(Script script, std::uint16_t port)
-    : script_(std::move(script)), listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  const int on = 1;
-  setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof(address);
-  if (bind(listener_, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-      listen(listener_, 512) != 0) {
-    throw std::runtime_error("The test server cannot listen");
-  }
-  getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
-  port_ = ntohs(address.sin_port);
-  acceptor_ = std::thread([this] { accept(); });
-}
+    : script_(std::move(script)), port_(port), listener_(listenOnLoopback(port_)),
+      acceptor_([this] { accept(); }) {}
 
 WireServer::~WireServer() {
   shutdown(listener_, SHUT_RDWR);

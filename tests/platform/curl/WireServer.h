@@ -32,15 +32,15 @@ private:
   void serve(int connection);
 
   const Script script_;
-  int listener_;
   std::uint16_t port_;
+  int listener_;
   std::atomic<std::size_t> accepted_ = 0;
   mutable std::mutex mutex_;
   std::vector<std::string> requests_;
   std::vector<int> open_;
   std::vector<std::thread> threads_;
-  std::thread acceptor_;
   bool closing_ = false;
+  std::thread acceptor_;
 };
 
 /// A whole answer with a body of known length.

@@ -1,0 +1,84 @@
+#include "Nginx.h"
+
+#include "Loopback.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <signal.h>
+#include <stdexcept>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+namespace quarnet::test {
+namespace {
+
+bool isListening(std::uint16_t port) {
+  const int probe = connectToLoopback(port);
+  if (probe >= 0) close(probe);
+  return probe >= 0;
+}
+
+} // namespace
+
+Nginx::Nginx(const std::string& directives)
+    : folder_(std::filesystem::temp_directory_path() / "nginx-XXXXXX"),
+      httpPort_(freeLoopbackPort()), httpsPort_(freeLoopbackPort()) {
+  if (mkdtemp(folder_.data()) == nullptr) throw std::runtime_error("no folder for nginx");
+  const std::string certify =
+      "cd " + folder_ +
+      " && openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2"
+      " -keyout server.key -out server.pem -subj /CN=127.0.0.1"
+      " -addext subjectAltName=IP:127.0.0.1 2>openssl.log";
+  if (system(certify.c_str()) != 0) throw std::runtime_error("no certificate for nginx");
+  std::ofstream(folder_ + "/large") << std::string(kLarge, 'x');
+  std::ofstream(folder_ + "/nginx.conf")
+      << "daemon off; master_process off; pid nginx.pid; error_log error.log;\n"
+      << "events { worker_connections 1024; }\n"
+      << "http {\n"
+      << "log_format arrival '$request_method $request_uri $server_protocol $connection';\n"
+      << "access_log access.log arrival;\n"
+      << "client_body_temp_path body; proxy_temp_path proxy; fastcgi_temp_path fastcgi;\n"
+      << "uwsgi_temp_path uwsgi; scgi_temp_path scgi;\n"
+      << "server {\n"
+      << "listen 127.0.0.1:" << httpPort_ << ";\n"
+      << "listen 127.0.0.1:" << httpsPort_ << " ssl http2;\n"
+      << "ssl_certificate server.pem; ssl_certificate_key server.key;\n"
+      << "location / { return 200 $request_uri; }\n"
+      << "location = /large { root .; }\n"
+      << directives << "}}\n";
+  process_ = fork();
+  if (process_ == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
+    execlp("nginx", "nginx", "-p", folder_.c_str(), "-c", "nginx.conf", "-e", "error.log", nullptr);
+    _exit(127);
+  }
+  for (int i = 0; !isListening(httpPort_); ++i) {
+    if (i == 1000) throw std::runtime_error("nginx does not listen: see " + folder_);
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+}
+
+std::vector<Nginx::Arrival> Nginx::arrivals() {
+  kill(process_, SIGQUIT);
+  waitpid(std::exchange(process_, -1), nullptr, 0);
+  std::vector<Arrival> arrivals;
+  std::ifstream log(folder_ + "/access.log");
+  for (Arrival one; log >> one.method >> one.target >> one.protocol >> one.connection;)
+    arrivals.push_back(one);
+  return arrivals;
+}
+
+void Nginx::stop() {
+  if (process_ > 0) {
+    kill(process_, SIGTERM);
+    waitpid(process_, nullptr, 0);
+  }
+  std::filesystem::remove_all(folder_);
+}
+
+} // namespace quarnet::test
