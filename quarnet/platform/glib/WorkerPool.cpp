@@ -7,6 +7,7 @@
 #include <deque>
 #include <glib.h>
 #include <mutex>
+#include <system_error>
 #include <utility>
 
 namespace quarnet::platform {
@@ -60,9 +61,14 @@ struct WorkerPool::State : std::enable_shared_from_this<State> {
 constinit thread_local const WorkerPool::State* WorkerPool::State::current = nullptr;
 
 WorkerPool::WorkerPool(unsigned threads) : state_(std::make_shared<State>(threads)) {
+  GError* error = nullptr;
   state_->threads =
       g_thread_pool_new([](gpointer, gpointer state) { static_cast<State*>(state)->runAll(); },
-                        state_.get(), static_cast<gint>(threads), TRUE, nullptr);
+                        state_.get(), static_cast<gint>(threads), TRUE, &error);
+  if (error == nullptr) return;
+  g_error_free(error);
+  g_thread_pool_free(state_->threads, TRUE, FALSE);
+  throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
 }
 
 WorkerPool::~WorkerPool() {

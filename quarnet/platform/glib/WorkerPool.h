@@ -14,6 +14,7 @@ namespace quarnet::platform {
 /// a call's own included.
 class WorkerPool {
 public:
+  /// Throws std::system_error when not all of them can be made.
   explicit WorkerPool(unsigned threads);
   /// Waits for the calls that were queued; destroyed by a call of its own, for all but that one.
   ~WorkerPool();
