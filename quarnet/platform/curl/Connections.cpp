@@ -1,8 +1,9 @@
 #include "quarnet/platform/curl/Connections.h"
 
+#include "quarnet/platform/curl/Origin.h"
+
 #include <algorithm>
 #include <iterator>
-#include <new>
 #include <openssl/ssl.h>
 #include <utility>
 
@@ -18,13 +19,6 @@ void initialiseLibraries() {
     return curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
   }();
   static_cast<void>(done);
-}
-
-/// "https://host:port" of an address, as it is written there.
-std::string_view originIn(std::string_view url) {
-  const std::size_t authority = url.find("//");
-  const std::size_t start = authority == std::string_view::npos ? 0 : authority + 2;
-  return url.substr(0, url.find_first_of("/?#", start));
 }
 
 } // namespace
@@ -44,21 +38,17 @@ std::unique_ptr<Transfer> Connections::take(std::string_view url) {
       return transfer;
     }
   }
-  return std::make_unique<Transfer>(trust_, maximumBodySize_, Transfer::Kind::single);
+  return std::make_unique<Transfer>(trust_, maximumBodySize_, nullptr);
 }
 
-void Connections::giveBack(std::unique_ptr<Transfer> transfer, std::string_view url) noexcept {
-  try {
-    Idle outlived; // ends without the lock
-    Idle idle{std::string(originIn(url)), std::move(transfer)};
-    const std::lock_guard lock(mutex_);
-    idle_.push_back(std::move(idle));
-    if (idle_.size() <= kMaximumIdleHandles) return;
-    outlived = std::move(idle_.front());
-    idle_.erase(idle_.begin());
-  } catch (const std::bad_alloc&) {
-    // The handle is not kept.
-  }
+void Connections::giveBack(std::unique_ptr<Transfer> transfer, std::string_view url) {
+  Idle outlived; // ends without the lock
+  Idle idle{std::string(originIn(url)), std::move(transfer)};
+  const std::lock_guard lock(mutex_);
+  idle_.push_back(std::move(idle));
+  if (idle_.size() <= kMaximumIdleHandles) return;
+  outlived = std::move(idle_.front());
+  idle_.erase(idle_.begin());
 }
 
 Background& Connections::background() {

@@ -20,12 +20,13 @@ public:
   explicit Connections(const CurlHttpClientOptions& options);
 
   /// A handle for one synchronous send to `url`: the last one that was there, whose connection may
-  /// still be open, or a new one. Throws std::bad_alloc.
+  /// still be open, or a new one.
   std::unique_ptr<Transfer> take(std::string_view url);
   /// Keeps the handle for the next send to where `url` lies.
-  void giveBack(std::unique_ptr<Transfer> transfer, std::string_view url) noexcept;
+  void giveBack(std::unique_ptr<Transfer> transfer, std::string_view url);
 
-  /// The client's threads, made with the first call. Throws std::system_error or std::bad_alloc.
+  /// The client's threads, made with the first call. Throws std::system_error when none can be
+  /// made.
   Background& background();
 
   /// Whether this is another process than the one that made the connections: a child that inherited

@@ -4,18 +4,10 @@
 #include "quarnet/platform/curl/HttpError.h"
 
 #include <atomic>
-#include <exception>
+#include <system_error>
 #include <utility>
 
 namespace quarnet::platform {
-namespace {
-
-HttpResult failed(const std::exception& exception) {
-  return failedResult(CURLE_FAILED_INIT,
-                      std::string("The request could not be sent: ") + exception.what());
-}
-
-} // namespace
 
 class CurlHttpClient::Implementation {
 public:
@@ -44,30 +36,29 @@ CurlHttpClient::CurlHttpClient(CurlHttpClientOptions options)
 
 CurlHttpClient::~CurlHttpClient() = default;
 
-HttpResult CurlHttpClient::sendSynchronously(const HttpRequest& request) {
-  try {
-    Connections& connections = implementation_->connections();
-    std::unique_ptr<Transfer> transfer = connections.take(request.url);
-    bool goesOn = transfer->begin(request);
-    while (goesOn)
-      goesOn = transfer->advance(curl_easy_perform(transfer->easy()));
-    HttpResult result = transfer->takeResult();
-    // What failed may have no connection, and must not push out what has.
-    if (!result.error) connections.giveBack(std::move(transfer), request.url);
-    return result;
-  } catch (const std::exception& exception) {
-    return failed(exception);
-  }
+HttpResult CurlHttpClient::sendSynchronously(const HttpRequest& request) noexcept {
+  Connections& connections = implementation_->connections();
+  std::unique_ptr<Transfer> transfer = connections.take(request.url);
+  bool goesOn = transfer->begin(request);
+  while (goesOn)
+    goesOn = transfer->advance(curl_easy_perform(transfer->easy()));
+  HttpResult result = transfer->takeResult();
+  // What failed may have no connection, and must not push out what has.
+  if (!result.error) connections.giveBack(std::move(transfer), request.url);
+  return result;
 }
 
 void CurlHttpClient::sendAsynchronously(std::shared_ptr<const HttpRequest> request,
-                                        Completion completion) {
+                                        Completion completion) noexcept {
+  Background* background = nullptr;
   try {
-    implementation_->connections().background().loop().submit(std::move(request), completion);
-  } catch (const std::exception& exception) {
-    // Without a thread or memory there is none but the caller's to complete on.
-    completion(failed(exception));
+    background = &implementation_->connections().background();
+  } catch (const std::system_error& error) {
+    // Without a thread there is none but the caller's to complete on.
+    return completion(failedResult(CURLE_FAILED_INIT,
+                                   std::string("The request could not be sent: ") + error.what()));
   }
+  background->loop().submit({std::move(request), std::move(completion)});
 }
 
 } // namespace quarnet::platform

@@ -18,16 +18,17 @@ struct CurlHttpClientOptions {
 /// HTTP over libcurl: connections are kept and reused, HTTP/2 is used where the server offers it.
 ///
 /// A synchronous send runs on the caller's thread. All asynchronous sends share one thread for the
-/// transfers and two for the completions, made with the first such send. Destroying the client
-/// fails the sends that are still under way and waits for their completions.
+/// transfers and two for the completions, made with the first such send; up to 64 to each origin
+/// and 256 altogether are on the wire at a time, and the others wait without their time running.
+/// Destroying the client fails the sends that are still under way and waits for their completions.
 class QUARNET_EXPORT CurlHttpClient final : public HttpClient {
 public:
   explicit CurlHttpClient(CurlHttpClientOptions options = {});
   ~CurlHttpClient() override;
 
-  HttpResult sendSynchronously(const HttpRequest& request) override;
+  HttpResult sendSynchronously(const HttpRequest& request) noexcept override;
   void sendAsynchronously(std::shared_ptr<const HttpRequest> request,
-                          Completion completion) override;
+                          Completion completion) noexcept override;
 
 private:
   class Implementation;

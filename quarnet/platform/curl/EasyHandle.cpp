@@ -1,9 +1,10 @@
 #include "quarnet/platform/curl/EasyHandle.h"
 
+#include "quarnet/platform/curl/Origin.h"
+
 #include <algorithm>
 #include <climits>
 #include <new>
-#include <strings.h>
 #include <utility>
 
 namespace quarnet::platform {
@@ -45,10 +46,7 @@ EasyHandle::EasyHandle(TrustStore& trust)
   curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_.data());
   curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-  curl_easy_setopt(easy, CURLOPT_SSLVERSION, long{CURL_SSLVERSION_TLSv1_2});
   curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-  // A request waits for the connection that is being made, to share it when HTTP/2 comes of it.
-  curl_easy_setopt(easy, CURLOPT_PIPEWAIT, 1L);
   // A time-out in the middle of a name look-up would else wait for the resolver all the same.
   curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
   trust.applyTo(easy);
@@ -71,16 +69,23 @@ Text EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
   setAddress(hop.url);
   curl_easy_setopt(get(), CURLOPT_HTTPHEADER, headers_.get());
   setRare(CURLOPT_TIMEOUT_MS, limit, rare_.timeout);
-  setRare(CURLOPT_HTTP_VERSION,
-          mayUseHttp2 && !isLarge ? CURL_HTTP_VERSION_2TLS : CURL_HTTP_VERSION_1_1,
-          rare_.httpVersion);
+  const bool offersHttp2 = mayUseHttp2 && !isLarge && isEncrypted(hop.url);
+  setRare<long>(CURLOPT_HTTP_VERSION, offersHttp2 ? CURL_HTTP_VERSION_2TLS : CURL_HTTP_VERSION_1_1,
+                rare_.httpVersion);
+  // The same for the server, and another one for libcurl 7.88: it would put a request that may
+  // share a connection of HTTP/2 on one of HTTP/1.1 where another request is under way.
+  const long unshared = offersHttp2 ? 0 : CURL_SSLVERSION_MAX_TLSv1_3;
+  setRare(CURLOPT_SSLVERSION, CURL_SSLVERSION_TLSv1_2 | unshared, rare_.tlsVersions);
+  // Waits for the connection that is being made, to share it when HTTP/2 comes of it.
+  setRare(CURLOPT_PIPEWAIT, offersHttp2, rare_.offersHttp2);
   setRare(CURLOPT_UPLOAD_BUFFERSIZE, headSize > kSmallHead ? kLargeUploadBuffer : kUploadBuffer,
           rare_.uploadBuffer);
   return std::nullopt;
 }
 
-void EasyHandle::setRare(CURLoption option, long value, long& last) {
-  if (std::exchange(last, value) != value) curl_easy_setopt(get(), option, value);
+template <typename Value>
+void EasyHandle::setRare(CURLoption option, Value value, Value& last) {
+  if (std::exchange(last, value) != value) curl_easy_setopt(get(), option, long{value});
 }
 
 // Handed over in parts: an address in one piece would be taken apart, put together again and its
@@ -92,8 +97,7 @@ void EasyHandle::setAddress(const std::string& url) {
   // on the way. Over http there may be a proxy, which wants the whole address.
   const bool isParsed = curl_url_set(address_.get(), CURLUPART_URL, url.c_str(), 0) == CURLUE_OK &&
                         !partOf(address_.get(), CURLUPART_ZONEID, 0);
-  const bool isEncrypted = strncasecmp(url.c_str(), "https:", 6) == 0;
-  const std::string target = isParsed && isEncrypted ? pathWithQuery(address_.get()) : "";
+  const std::string target = isParsed && isEncrypted(url) ? pathWithQuery(address_.get()) : "";
   const bool isSet =
       curl_easy_setopt(get(), CURLOPT_URL, url.c_str()) == CURLE_OK &&
       curl_easy_setopt(get(), CURLOPT_CURLU, isParsed ? address_.get() : nullptr) == CURLE_OK &&

@@ -16,16 +16,19 @@ namespace quarnet::platform {
 /// is made; a request sets the rest. Redirects are not followed here.
 class EasyHandle {
 public:
-  /// Throws std::bad_alloc when libcurl has no memory. `trust` must outlive the handle.
+  /// `trust` must outlive the handle.
   explicit EasyHandle(TrustStore& trust);
 
   /// Sets the handle up for one hop of `request`, which must stay as it is until the transfer has
   /// ended. HTTP/2 is offered to the server where it does good, if `mayUseHttp2`. Returns why
-  /// the request cannot be sent, or absent.
+  /// the request cannot be sent, or absent. Throws std::bad_alloc.
   Text prepare(const HttpRequest& request, const Hop& hop, std::chrono::milliseconds timeout,
                bool mayUseHttp2);
 
   CURL* get() const { return easy_.get(); }
+
+  /// Whether the hop's connection may become one of HTTP/2.
+  bool offersHttp2() const { return rare_.offersHttp2; }
 
   /// What libcurl said about the last failure; may be empty.
   const char* errorText() const { return errorText_.data(); }
@@ -35,13 +38,16 @@ private:
   struct Rare {
     long timeout = 0;
     long httpVersion = CURL_HTTP_VERSION_NONE;
+    long tlsVersions = CURL_SSLVERSION_DEFAULT;
     long uploadBuffer = 0;
+    bool offersHttp2 = false;
     bool customMethod = false;
   };
 
   void setAddress(const std::string& url);
   void setMethod(const Hop& hop, const Data* body);
-  void setRare(CURLoption option, long value, long& last);
+  template <typename Value>
+  void setRare(CURLoption option, Value value, Value& last);
 
   std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> address_;
   std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_;

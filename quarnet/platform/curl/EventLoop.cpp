@@ -3,52 +3,51 @@
 #include "quarnet/platform/curl/HttpError.h"
 
 #include <algorithm>
-#include <iterator>
 #include <new>
 #include <utility>
 
 namespace quarnet::platform {
 namespace {
 
-constexpr std::size_t kMaximumOnWire = 64;
 constexpr int kLongestSleepInMilliseconds = 60'000;
 
 } // namespace
 
 struct EventLoop::Flight {
-  Flight(TrustStore& trust, std::size_t maximumBodySize)
-      : transfer(trust, maximumBodySize, Transfer::Kind::multiplexed) {}
+  Flight(TrustStore& trust, std::size_t maximumBodySize, Goaways& goaways)
+      : transfer(trust, maximumBodySize, &goaways) {}
 
   Transfer transfer;
   Submission submission;
+  SendQueue::Origin* origin = nullptr;
 };
 
 EventLoop::EventLoop(TrustStore& trust, std::size_t maximumBodySize, WorkerPool& workers)
     : trust_(trust), maximumBodySize_(maximumBodySize), workers_(workers),
       multi_(curl_multi_init(), curl_multi_cleanup) {
   if (!multi_) throw std::bad_alloc();
+  curl_multi_setopt(multi_.get(), CURLMOPT_MAX_HOST_CONNECTIONS, long{kMaximumOnWirePerOrigin});
   curl_multi_setopt(multi_.get(), CURLMOPT_MAX_TOTAL_CONNECTIONS, long{kMaximumOnWire});
   curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, long{kMaximumOnWire});
-  flights_.reserve(kMaximumOnWire);
-  idle_.reserve(kMaximumOnWire);
   thread_ = std::thread([this] { run(); });
 }
 
 EventLoop::~EventLoop() = default;
 
-void EventLoop::submit(std::shared_ptr<const HttpRequest> request,
-                       HttpClient::Completion& completion) {
+void EventLoop::submit(Submission submission) {
   std::unique_lock lock(mutex_);
   if (endReason_ == nullptr) {
-    queue_.emplace_back();
-    queue_.back() = {std::move(request), std::move(completion)};
-    if (std::exchange(starved_, false)) curl_multi_wakeup(multi_.get());
+    queue_.push(std::move(submission));
+    if (starved_ && queue_.hasNext()) {
+      starved_ = false;
+      curl_multi_wakeup(multi_.get());
+    }
     return;
   }
   HttpResult result = failedResult(CURLE_ABORTED_BY_CALLBACK, endReason_);
   lock.unlock();
-  workers_.run({[completion = std::move(completion), result = std::move(result)]() mutable {
-    completion(std::move(result));
+  workers_.run({[submission = std::move(submission), result = std::move(result)]() mutable {
+    submission.completion(std::move(result));
   }});
 }
 
@@ -85,59 +84,47 @@ bool EventLoop::isEnding() {
 bool EventLoop::admit() {
   bool admitted = false;
   for (;;) {
-    const std::size_t onWire = flights_.size() - idle_.size();
-    std::vector<Submission> next = take(kMaximumOnWire - onWire);
+    std::vector<SendQueue::Next> next = take();
     if (next.empty()) return admitted;
     admitted = true;
-    for (Submission& submission : next)
-      launch(std::move(submission));
+    for (SendQueue::Next& one : next)
+      launch(std::move(one));
   }
 }
 
-std::vector<EventLoop::Submission> EventLoop::take(std::size_t count) {
+std::vector<SendQueue::Next> EventLoop::take() {
+  std::vector<SendQueue::Next> taken;
   const std::lock_guard lock(mutex_);
-  starved_ = queue_.empty() && count > 0;
-  const auto end = queue_.begin() + static_cast<std::ptrdiff_t>(std::min(count, queue_.size()));
-  std::vector<Submission> taken(std::make_move_iterator(queue_.begin()),
-                                std::make_move_iterator(end));
-  queue_.erase(queue_.begin(), end);
+  for (SendQueue::Origin* origin : std::exchange(landed_, {}))
+    queue_.landed(origin);
+  while (queue_.hasNext())
+    taken.push_back(queue_.take());
+  starved_ = taken.empty();
   return taken;
 }
 
-void EventLoop::launch(Submission submission) {
-  if (idle_.empty() && !addFlight()) {
-    complete(std::move(submission),
-             failedResult(CURLE_OUT_OF_MEMORY, "Not enough memory to send the request"));
-    return;
-  }
+void EventLoop::launch(SendQueue::Next next) {
+  if (idle_.empty()) addFlight();
   Flight& flight = *idle_.back();
   idle_.pop_back();
-  flight.submission = std::move(submission);
+  flight.submission = std::move(next.submission);
+  flight.origin = next.origin;
   if (flight.transfer.begin(*flight.submission.request)) {
     put(flight);
   } else {
-    land(flight);
+    land(flight, flight.transfer.takeResult());
   }
+}
+
+void EventLoop::addFlight() {
+  flights_.push_back(std::make_unique<Flight>(trust_, maximumBodySize_, goaways_));
+  idle_.push_back(flights_.back().get());
 }
 
 void EventLoop::put(Flight& flight) {
+  curl_easy_setopt(flight.transfer.easy(), CURLOPT_PRIVATE, &flight);
   const CURLMcode code = curl_multi_add_handle(multi_.get(), flight.transfer.easy());
-  if (code == CURLM_OK) return;
-  complete(std::move(flight.submission),
-           failedResult(CURLE_FAILED_INIT, curl_multi_strerror(code)));
-  idle_.push_back(&flight);
-}
-
-bool EventLoop::addFlight() {
-  try {
-    auto flight = std::make_unique<Flight>(trust_, maximumBodySize_);
-    curl_easy_setopt(flight->transfer.easy(), CURLOPT_PRIVATE, flight.get());
-    idle_.push_back(flight.get());
-    flights_.push_back(std::move(flight));
-    return true;
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
+  if (code != CURLM_OK) land(flight, failedResult(CURLE_FAILED_INIT, curl_multi_strerror(code)));
 }
 
 void EventLoop::collect() {
@@ -151,13 +138,14 @@ void EventLoop::collect() {
     if (flight->transfer.advance(code)) {
       put(*flight);
     } else {
-      land(*flight);
+      land(*flight, flight->transfer.takeResult());
     }
   }
 }
 
-void EventLoop::land(Flight& flight) {
-  complete(std::move(flight.submission), flight.transfer.takeResult());
+void EventLoop::land(Flight& flight, HttpResult result) {
+  complete(std::move(flight.submission), std::move(result));
+  landed_.push_back(flight.origin);
   idle_.push_back(&flight);
 }
 
@@ -178,7 +166,7 @@ void EventLoop::abandonAll() {
     result.error = httpError(CURLE_ABORTED_BY_CALLBACK, endReason_);
     complete(std::move(flight->submission), std::move(result));
   }
-  for (Submission& submission : take(queue_.size()))
+  for (Submission& submission : queue_.takeAll())
     complete(std::move(submission), failedResult(CURLE_ABORTED_BY_CALLBACK, endReason_));
   workers_.run(std::exchange(completed_, {}));
 }

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "quarnet/platform/HttpClient.h"
+#include "quarnet/platform/curl/Goaways.h"
+#include "quarnet/platform/curl/SendQueue.h"
 #include "quarnet/platform/curl/Transfer.h"
 #include "quarnet/platform/glib/WorkerPool.h"
 
 #include <chrono>
 #include <curl/curl.h>
-#include <deque>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -28,30 +29,25 @@ public:
   EventLoop(const EventLoop&) = delete;
   EventLoop& operator=(const EventLoop&) = delete;
 
-  /// Safe from any thread. After stop() the send fails with the reason given there. Throws
-  /// std::bad_alloc, and has then left `completion` to the caller.
-  void submit(std::shared_ptr<const HttpRequest> request, HttpClient::Completion& completion);
+  /// Safe from any thread. After stop() the send fails with the reason given there.
+  void submit(Submission submission);
 
   /// Fails all that is queued or on the wire, as all that is submitted from now on, with the
   /// description `reason`, and returns when the thread has ended. Safe from any thread, also twice.
   void stop(const char* reason);
 
 private:
-  struct Submission {
-    std::shared_ptr<const HttpRequest> request;
-    HttpClient::Completion completion;
-  };
   struct Flight;
 
   void run();
   bool isEnding();
   bool admit();
-  std::vector<Submission> take(std::size_t count);
-  void launch(Submission submission);
+  std::vector<SendQueue::Next> take();
+  void launch(SendQueue::Next next);
+  void addFlight();
   void put(Flight& flight);
-  bool addFlight();
   void collect();
-  void land(Flight& flight);
+  void land(Flight& flight, HttpResult result);
   void complete(Submission submission, HttpResult result);
   void abandonAll();
 
@@ -61,14 +57,17 @@ private:
   std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> multi_;
 
   // Of the loop's thread alone.
+  Goaways goaways_;
   std::vector<std::unique_ptr<Flight>> flights_;
   std::vector<Flight*> idle_;
+  /// Where sends have left the wire since the queue was last told.
+  std::vector<SendQueue::Origin*> landed_;
   /// What ended in this turn of the loop, for the workers.
   std::vector<std::function<void()>> completed_;
 
   std::mutex mutex_;
-  std::deque<Submission> queue_;
-  /// The thread found the queue empty and wants to hear of the next submission.
+  SendQueue queue_;
+  /// The thread found nothing that may go on the wire and wants to hear of the next submission.
   bool starved_ = false;
   const char* endReason_ = nullptr;
 

@@ -85,11 +85,11 @@ void HeaderList::assign(const HttpRequest& request, const Hop& hop) {
   bool hasAccept = false;
   bool hasContentType = false;
   bool hasExpect = false;
-  for (std::size_t i = 0; hop.withOwnFields && i < request.headerFields.size(); ++i) {
+  for (std::size_t i = 0; i < request.headerFields.size(); ++i) {
     const HeaderFields::Field field = request.headerFields[i];
     // libcurl sends the body's true size, whatever the caller counted, and sends it once.
     if (sameIgnoringCase(field.name, "Content-Length")) continue;
-    if (!hop.withContent && describesContent(field.name)) continue;
+    if (!(describesContent(field.name) ? hop.withContent : hop.withOwnFields)) continue;
     add(field);
     hasAccept = hasAccept || sameIgnoringCase(field.name, "Accept");
     hasContentType = hasContentType || sameIgnoringCase(field.name, "Content-Type");

@@ -1,39 +1,20 @@
 #include "quarnet/platform/curl/Redirect.h"
 
-#include <array>
-#include <curl/curl.h>
-#include <memory>
+#include "quarnet/platform/curl/Origin.h"
+
 #include <strings.h>
 
 namespace quarnet::platform {
 namespace {
 
-using Part = std::unique_ptr<char, decltype(&curl_free)>;
-
-// Scheme, host and port (RFC 6454); empty when the address has none.
-std::array<std::string, 3> originOf(const std::string& url) {
-  const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsed(curl_url(), curl_url_cleanup);
-  if (curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK) return {};
-  const auto part = [&](CURLUPart which) {
-    char* text = nullptr;
-    curl_url_get(parsed.get(), which, &text, CURLU_DEFAULT_PORT);
-    const Part owned(text, curl_free);
-    return std::string(text != nullptr ? text : "");
-  };
-  return {part(CURLUPART_SCHEME), part(CURLUPART_HOST), part(CURLUPART_PORT)};
-}
-
-bool sameOrigin(const std::string& a, const std::string& b) {
-  const auto first = originOf(a);
-  const auto second = originOf(b);
-  return !first[1].empty() && first[0] == second[0] && first[2] == second[2] &&
-         strcasecmp(first[1].c_str(), second[1].c_str()) == 0;
-}
-
 // As browsers do it: POST alone becomes GET on 301 and 302, on 303 everything but HEAD does.
 bool becomesGet(const std::string& method, long status) {
-  if (status == 303) return method != "GET" && method != "HEAD";
+  if (status == 303) return method != "HEAD";
   return method == "POST" && (status == 301 || status == 302);
+}
+
+bool mayHaveBody(const std::string& method) {
+  return method != "GET" && method != "HEAD";
 }
 
 } // namespace
@@ -48,10 +29,21 @@ Hop redirected(const Hop& hop, long status, std::string url) {
     next.method = "GET";
     next.withContent = false;
   }
-  // Once dropped, the fields stay dropped, also when the way leads back.
-  next.withOwnFields = hop.withOwnFields && sameOrigin(hop.url, url);
+  if (!sameOrigin(hop.url, url)) {
+    // Once dropped, the fields stay dropped, also when the way leads back.
+    next.withOwnFields = false;
+    next.withContent = next.withContent && mayHaveBody(next.method);
+  }
   next.url = std::move(url);
   return next;
+}
+
+Text redirectProblem(const Hop& hop, const std::string& url) {
+  Text problem = addressProblem(url);
+  if (!problem && isEncrypted(hop.url) && !isEncrypted(url)) {
+    problem = "A redirect from https to http is not followed";
+  }
+  return problem;
 }
 
 Text addressProblem(const std::string& url) {

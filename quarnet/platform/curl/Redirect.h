@@ -13,7 +13,7 @@ struct Hop {
   std::string method;
   /// Whether the body goes along, and with it the fields that describe it.
   bool withContent = true;
-  /// Whether the request's header fields go along.
+  /// Whether the request's other header fields go along.
   bool withOwnFields = true;
 };
 
@@ -22,6 +22,10 @@ bool isRedirect(long status);
 
 /// The hop that an answer of this status to `hop` asks for; `url` is an absolute address.
 Hop redirected(const Hop& hop, long status, std::string url);
+
+/// Why an answer to `hop` must not lead to this absolute address; absent when it may. What was sent
+/// encrypted does not go on in clear.
+Text redirectProblem(const Hop& hop, const std::string& url);
 
 /// Why nothing can be sent to this address; absent when it is an http or https address. What lies
 /// behind the scheme is left to libcurl to find wrong.

@@ -1,8 +1,11 @@
 #include "quarnet/platform/curl/Transfer.h"
 
 #include "quarnet/platform/curl/HttpError.h"
+#include "quarnet/platform/curl/Origin.h"
 
 #include <algorithm>
+#include <charconv>
+#include <exception>
 #include <new>
 #include <utility>
 
@@ -11,26 +14,58 @@ namespace {
 
 constexpr int kMaximumRedirects = 20;
 
+// The number behind these words in a line that begins as given: what a line says otherwise may come
+// from anybody.
+std::optional<unsigned> numberIn(std::string_view line, std::string_view beginning,
+                                 std::string_view words) {
+  const std::size_t at = line.starts_with(beginning) ? line.find(words) : std::string_view::npos;
+  if (at == std::string_view::npos) return std::nullopt;
+  unsigned number = 0;
+  const char* digits = line.data() + at + words.size();
+  if (std::from_chars(digits, line.data() + line.size(), number).ec != std::errc()) {
+    return std::nullopt;
+  }
+  return number;
+}
+
 } // namespace
 
-Transfer::Transfer(TrustStore& trust, std::size_t maximumBodySize, Kind kind)
-    : trust_(trust), maximumBodySize_(maximumBodySize), kind_(kind), handle_(trust) {
+Transfer::Transfer(TrustStore& trust, std::size_t maximumBodySize, Goaways* goaways)
+    : trust_(trust), maximumBodySize_(maximumBodySize), goaways_(goaways) {
+  makeHandle();
+}
+
+void Transfer::makeHandle() {
+  handle_.emplace(trust_);
   curl_easy_setopt(easy(), CURLOPT_HEADERFUNCTION, onHeader);
   curl_easy_setopt(easy(), CURLOPT_HEADERDATA, this);
   curl_easy_setopt(easy(), CURLOPT_WRITEFUNCTION, onBody);
   curl_easy_setopt(easy(), CURLOPT_WRITEDATA, this);
+  curl_easy_setopt(easy(), CURLOPT_PREREQFUNCTION, onStart);
+  curl_easy_setopt(easy(), CURLOPT_PREREQDATA, this);
+  curl_easy_setopt(easy(), CURLOPT_DEBUGFUNCTION, onDebug);
+  curl_easy_setopt(easy(), CURLOPT_DEBUGDATA, this);
+  // libcurl sends whatever was on a reused connection that died again, a POST too, and up to five
+  // times. This keeps it from that, over HTTP as well; what the server refused is not concerned.
+  repeatsOnlyWhatWasRefused_ =
+      curl_easy_setopt(easy(), CURLOPT_RTSP_REQUEST, long{CURL_RTSPREQ_RECEIVE}) == CURLE_OK;
+  isWorn_ = false;
 }
 
 bool Transfer::begin(const HttpRequest& request) noexcept {
   try {
+    using namespace std::chrono_literals;
     request_ = &request;
-    deadline_ = Clock::now() +
-                std::min<std::chrono::milliseconds>(request.timeout, std::chrono::hours(24 * 24));
+    deadline_ =
+        Clock::now() + std::clamp<std::chrono::milliseconds>(request.timeout, 0ms, 24h * 24);
     redirects_ = 0;
-    withoutHttp2_ = false;
+    resends_ = 0;
     result_ = {};
     if (Text problem = headProblem(request)) {
       return fail(CURLE_BAD_FUNCTION_ARGUMENT, std::move(*problem));
+    }
+    if (Text problem = addressProblem(request.url)) {
+      return fail(CURLE_URL_MALFORMAT, std::move(*problem));
     }
     hop_.url = request.url;
     hop_.method = request.method;
@@ -38,21 +73,17 @@ bool Transfer::begin(const HttpRequest& request) noexcept {
     hop_.withOwnFields = true;
     return prepareHop();
   } catch (const std::bad_alloc&) {
-    return fail(CURLE_OUT_OF_MEMORY, "Not enough memory to send the request");
+    return fail(CURLE_OUT_OF_MEMORY, "Not enough memory for the call");
   }
 }
 
 bool Transfer::advance(CURLcode code) noexcept {
   try {
-    if (wasTurnedAway(code)) {
-      withoutHttp2_ = true;
-      return prepareHop();
-    }
-    if (code != CURLE_OK) return fail(code, describe(code));
-    // libcurl lets a head pass that was cut off.
-    if (!result_.response) {
-      return fail(CURLE_PARTIAL_FILE,
-                  "The connection was closed in the middle of the answer's head");
+    // libcurl lets an answer pass whose head was cut off or never came.
+    if (code == CURLE_OK && !result_.response) code = CURLE_PARTIAL_FILE;
+    if (code != CURLE_OK) {
+      isWorn_ = true;
+      return maySendAgain(failedAttempt(code)) ? sendAgain() : fail(code, describe(code));
     }
     const char* next = nullptr;
     if (isRedirect(result_.response->statusCode)) {
@@ -61,7 +92,7 @@ bool Transfer::advance(CURLcode code) noexcept {
     }
     return next != nullptr && follow(next);
   } catch (const std::bad_alloc&) {
-    return fail(CURLE_OUT_OF_MEMORY, "Not enough memory to send the request");
+    return fail(CURLE_OUT_OF_MEMORY, "Not enough memory for the call");
   }
 }
 
@@ -76,34 +107,67 @@ bool Transfer::follow(std::string url) {
     return fail(CURLE_TOO_MANY_REDIRECTS,
                 "More than " + std::to_string(kMaximumRedirects) + " redirects");
   }
+  if (Text problem = redirectProblem(hop_, url)) {
+    return fail(CURLE_URL_MALFORMAT, std::move(*problem));
+  }
   hop_ = redirected(hop_, result_.response->statusCode, std::move(url));
+  resends_ = 0;
   result_ = {};
   return prepareHop();
 }
 
+bool Transfer::sendAgain() {
+  ++resends_;
+  return prepareHop();
+}
+
 bool Transfer::prepareHop() {
-  if (Text problem = addressProblem(hop_.url)) {
-    return fail(CURLE_URL_MALFORMAT, std::move(*problem));
-  }
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
-  if ((redirects_ > 0 || withoutHttp2_) && left.count() <= 0) {
+  if ((redirects_ > 0 || resends_ > 0) && left.count() <= 0) {
     return fail(CURLE_OPERATION_TIMEDOUT, "The time was up before the request could be sent again");
   }
+  if (isWorn_) makeHandle();
+  curl_easy_setopt(easy(), CURLOPT_VERBOSE, 0L);
   refusal_ = CURLE_OK;
-  const bool mayUseHttp2 = kind_ == Kind::multiplexed && !withoutHttp2_;
-  if (Text problem = handle_.prepare(*request_, hop_, left, mayUseHttp2)) {
+  starts_ = 0;
+  stream_ = 0;
+  // Some servers end an HTTP/2 connection after a few requests and refuse the others on it.
+  const bool mayUseHttp2 = goaways_ != nullptr && resends_ <= kMaximumResends / 2;
+  if (Text problem = handle_->prepare(*request_, hop_, left, mayUseHttp2)) {
     return fail(CURLE_BAD_FUNCTION_ARGUMENT, std::move(*problem));
   }
   return true;
 }
 
-// A server ends an HTTP/2 connection after so many requests. libcurl 7.88 goes on trying to send
-// over it and then gives up, which must not come out as an error: nothing was sent.
-bool Transfer::wasTurnedAway(CURLcode code) const {
-  if (code != CURLE_SEND_ERROR || kind_ != Kind::multiplexed || withoutHttp2_) return false;
+FailedAttempt Transfer::failedAttempt(CURLcode code) const {
+  long answerSize = 0;
+  long requestSize = 0;
+  curl_off_t sendingBegan = 0;
+  curl_easy_getinfo(easy(), CURLINFO_HEADER_SIZE, &answerSize);
+  curl_easy_getinfo(easy(), CURLINFO_REQUEST_SIZE, &requestSize);
+  curl_easy_getinfo(easy(), CURLINFO_PRETRANSFER_TIME_T, &sendingBegan);
+  const bool wasStartedOver = starts_ > 1;
+  const bool wasReused = starts_ > 0 && !isOnNewConnection();
+  const bool nothingWasWritten = requestSize == 0 && sendingBegan == 0;
+  return {
+      .method = hop_.method,
+      .wasAnswered = answerSize > 0,
+      .connectionDied = wasStartedOver || code == CURLE_SEND_ERROR || code == CURLE_RECV_ERROR ||
+                        code == CURLE_GOT_NOTHING || code == CURLE_PARTIAL_FILE ||
+                        code == CURLE_HTTP2,
+      .wasReused = wasStartedOver || wasReused,
+      .wasUntouched =
+          (wasStartedOver && repeatsOnlyWhatWasRefused_) ||
+          (goaways_ != nullptr && goaways_->refused(connection_, stream_)) ||
+          (wasReused && nothingWasWritten && (code == CURLE_SEND_ERROR || code == CURLE_HTTP2)),
+      .resends = resends_,
+  };
+}
+
+bool Transfer::isOnNewConnection() const {
   long newConnections = 0;
   curl_easy_getinfo(easy(), CURLINFO_NUM_CONNECTS, &newConnections);
-  return newConnections == 0 && !result_.response;
+  return newConnections > 0;
 }
 
 bool Transfer::fail(CURLcode code, std::string description) {
@@ -117,8 +181,39 @@ std::string Transfer::describe(CURLcode code) const {
   }
   if (refusal_ == CURLE_OUT_OF_MEMORY) return "Not enough memory for the answer";
   if (code == CURLE_SSL_CACERT_BADFILE && trust_.problem()) return *trust_.problem();
-  const char* text = handle_.errorText();
-  return *text != '\0' ? text : curl_easy_strerror(code);
+  if (starts_ > 1) return "The connection ended before an answer came";
+  const char* text = handle_->errorText();
+  if (*text != '\0') return text;
+  if (code != CURLE_PARTIAL_FILE || result_.response) return curl_easy_strerror(code);
+  return "The connection was closed in the middle of the answer's head";
+}
+
+// Called before each time that a request is sent.
+int Transfer::onStart(void* transfer, char* farAddress, char*, int farPort, int nearPort) {
+  auto& self = *static_cast<Transfer*>(transfer);
+  // Whether it is sent again is not libcurl's to decide.
+  if (++self.starts_ > 1) return CURL_PREREQFUNC_ABORT;
+  if (self.goaways_ != nullptr && isEncrypted(self.hop_.url)) {
+    self.connection_ = {farAddress, farPort, nearPort};
+    if (self.isOnNewConnection()) self.goaways_->begin(self.connection_);
+    // Not earlier, since libcurl writes a lot.
+    curl_easy_setopt(self.easy(), CURLOPT_VERBOSE, long{self.handle_->offersHttp2()});
+  }
+  return CURL_PREREQFUNC_OK;
+}
+
+// What the server said about an HTTP/2 connection is to be had from here alone. Where libcurl words
+// it in another way, nothing counts as refused.
+int Transfer::onDebug(CURL*, curl_infotype type, char* text, std::size_t size, void* transfer) {
+  auto& self = *static_cast<Transfer*>(transfer);
+  if (type != CURLINFO_TEXT) return 0;
+  const std::string_view line(text, size);
+  if (const auto stream = numberIn(line, "Using", "Stream ID: ")) self.stream_ = *stream;
+  // Said to whichever transfer reads from the connection, and spelt like this.
+  if (const auto last = numberIn(line, "recveived GOAWAY", "last_stream=")) {
+    self.goaways_->end(self.connection_, *last);
+  }
+  return 0;
 }
 
 std::size_t Transfer::onHeader(char* line, std::size_t, std::size_t size, void* transfer) {
@@ -153,7 +248,8 @@ bool Transfer::receiveBody(std::string_view piece) noexcept {
     if (announced > 0) body.reserve(static_cast<std::size_t>(announced));
     body += piece;
     return true;
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
+    // Larger than the memory, or than a text can be.
     refusal_ = CURLE_OUT_OF_MEMORY;
     return false;
   }

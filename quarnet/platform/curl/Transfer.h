@@ -2,23 +2,24 @@
 
 #include "quarnet/platform/HttpClient.h"
 #include "quarnet/platform/curl/EasyHandle.h"
+#include "quarnet/platform/curl/Goaways.h"
+#include "quarnet/platform/curl/Resend.h"
 
 namespace quarnet::platform {
 
-/// The way of one request over one libcurl handle, redirects included; used for one request after
-/// the other.
+/// The way of one request, redirects and second attempts included; used for one request after the
+/// other. A part of the request or of its answer that is too large for the memory is an error of
+/// it.
 ///
 ///     bool goesOn = transfer.begin(request);
 ///     while (goesOn) goesOn = transfer.advance(curl_easy_perform(transfer.easy()));
 ///     return transfer.takeResult();
 class Transfer {
 public:
-  enum class Kind { single, multiplexed };
-
-  /// A multiplexed transfer shares an HTTP/2 connection with others where the server offers it; one
-  /// that has its connection to itself is cheaper over HTTP/1.1. `trust` must outlive the transfer.
-  /// Throws std::bad_alloc.
-  Transfer(TrustStore& trust, std::size_t maximumBodySize, Kind kind);
+  /// With `goaways`, the transfer is one of many of a multi handle, and they share an HTTP/2
+  /// connection where the server offers it; one that has its connection to itself, without
+  /// `goaways`, is cheaper over HTTP/1.1. `trust` and `goaways` must outlive the transfer.
+  Transfer(TrustStore& trust, std::size_t maximumBodySize, Goaways* goaways);
   Transfer(const Transfer&) = delete;
   Transfer& operator=(const Transfer&) = delete;
 
@@ -26,38 +27,52 @@ public:
   /// is taken. False when nothing is to be sent, because the result is there already.
   bool begin(const HttpRequest& request) noexcept;
 
-  /// Takes note of how libcurl ended. True when easy() is set up for another hop, false when the
-  /// result is there.
+  /// Takes note of how libcurl ended. True when easy(), which may be another handle now, is set up
+  /// for another hop or attempt, false when the result is there.
   bool advance(CURLcode code) noexcept;
 
   HttpResult takeResult();
 
-  CURL* easy() const { return handle_.get(); }
+  CURL* easy() const { return handle_->get(); }
 
 private:
   using Clock = std::chrono::steady_clock;
 
+  static int onStart(void* transfer, char* farAddress, char*, int farPort, int nearPort);
+  static int onDebug(CURL*, curl_infotype type, char* text, std::size_t size, void* transfer);
   static std::size_t onHeader(char* line, std::size_t, std::size_t size, void* transfer);
   static std::size_t onBody(char* data, std::size_t, std::size_t size, void* transfer);
   void receiveHeaderLine(std::string_view line);
   bool receiveBody(std::string_view piece) noexcept;
 
+  void makeHandle();
   bool follow(std::string url);
+  bool sendAgain();
   bool prepareHop();
-  bool wasTurnedAway(CURLcode code) const;
+  FailedAttempt failedAttempt(CURLcode code) const;
+  bool isOnNewConnection() const;
   bool fail(CURLcode code, std::string description);
   std::string describe(CURLcode code) const;
 
   TrustStore& trust_;
   const std::size_t maximumBodySize_;
-  const Kind kind_;
-  EasyHandle handle_;
+  Goaways* const goaways_;
+  std::optional<EasyHandle> handle_;
+  /// Whether the handle failed: libcurl keeps counts and marks of failures for a handle's whole
+  /// life, and they must not decide about another attempt.
+  bool isWorn_ = false;
+  /// Whether libcurl starts a request over on its own only when the server refused it.
+  bool repeatsOnlyWhatWasRefused_ = false;
   const HttpRequest* request_ = nullptr;
   Clock::time_point deadline_;
   Hop hop_;
   int redirects_ = 0;
-  /// Whether an HTTP/2 connection turned the request away.
-  bool withoutHttp2_ = false;
+  /// How often libcurl has begun to send the hop in this attempt, and what it first began.
+  int starts_ = 0;
+  Goaways::Connection connection_;
+  unsigned stream_ = 0;
+  /// How many further attempts the hop has had.
+  int resends_ = 0;
   HttpResult result_;
   /// Why the body was refused; CURLE_OK while it was not.
   CURLcode refusal_ = CURLE_OK;

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "quarnet/platform/HttpClient.h"
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace quarnet::platform {
+
+/// How many asynchronous sends of a client are on the wire at a time, and how many connections they
+/// may have.
+inline constexpr std::size_t kMaximumOnWire = 256;
+inline constexpr std::size_t kMaximumOnWirePerOrigin = 64;
+
+/// One asynchronous send.
+struct Submission {
+  std::shared_ptr<const HttpRequest> request;
+  HttpClient::Completion completion;
+};
+
+/// The sends that wait for their turn. The origins take turns, so that none holds up another.
+/// However many sends wait, each operation takes the same time. Not safe from several threads at
+/// once.
+class SendQueue {
+public:
+  struct Origin;
+
+  SendQueue();
+  ~SendQueue();
+
+  void push(Submission submission);
+  /// Whether a send may go on the wire now.
+  bool hasNext() const;
+
+  struct Next {
+    Submission submission;
+    Origin* origin;
+  };
+  /// The send whose turn it is; counts as on the wire until its origin is given to landed().
+  Next take();
+  void landed(Origin* origin);
+
+  /// Takes what waits, in whatever order.
+  std::vector<Submission> takeAll();
+
+private:
+  std::map<std::string, Origin, std::less<>> origins_;
+  /// Where something waits and may go on the wire, the next one in front.
+  std::deque<Origin*> ready_;
+  std::size_t onWire_ = 0;
+};
+
+} // namespace quarnet::platform
