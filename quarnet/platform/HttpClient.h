@@ -26,10 +26,16 @@ struct HttpResult {
 
 /// Sends HTTP requests. Every operation may be called from any thread at the same time.
 ///
-/// An implementation checks certificates, follows redirects to http and https addresses only, and
-/// sends the request's own header fields to no other origin than the one they were meant for. A
-/// header field that holds CR, LF or NUL and an address that cannot be parsed fail like a transport
-/// error. Nothing is thrown.
+/// An implementation checks certificates, follows redirects to http and https addresses only and
+/// none from https to http, and sends the request's own header fields to no other origin (scheme,
+/// host and port) than the one they were meant for, those that describe the body (Content-*) aside.
+/// A header field that holds CR, LF or NUL, an address that cannot be parsed, and what is too large
+/// for the memory fail like a transport error. Nothing is thrown.
+///
+/// A request to which no answer came is sent again only where that is safe (RFC 9110, section
+/// 9.2.2): GET, HEAD, PUT and DELETE once, when the connection had been kept open and was found
+/// closed; others only when none of their bytes was written or the server said that it did not
+/// process them.
 class QUARNET_EXPORT HttpClient {
 public:
   /// Called exactly once for each asynchronous send, on a background thread, also when the process
