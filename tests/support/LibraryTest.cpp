@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <stdexcept>
 
 namespace quarnet::test {
 
@@ -15,14 +16,20 @@ std::vector<std::string> RecordingLog::lines() const {
   return lines_;
 }
 
+std::vector<std::string> RecordingLog::take() {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(lines_, {});
+}
+
 std::size_t RecordingLog::count(std::string_view line) const {
   const std::lock_guard lock(mutex_);
   return static_cast<std::size_t>(std::count(lines_.begin(), lines_.end(), line));
 }
 
-void RecordingLog::clear() {
-  const std::lock_guard lock(mutex_);
-  lines_.clear();
+std::filesystem::path makeFolder(const std::filesystem::path& parent) {
+  std::string name = parent / "quarnet-test-XXXXXX";
+  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder can be made: " + name);
+  return name;
 }
 
 sandbox::Server& server() {
@@ -35,9 +42,7 @@ sandbox::Server& server() {
 }
 
 void LibraryTest::SetUp() {
-  std::string name = std::filesystem::temp_directory_path() / "quarnet-test-XXXXXX";
-  ASSERT_NE(mkdtemp(name.data()), nullptr);
-  folder_ = name;
+  folder_ = makeFolder();
   server().behave();
   server().clearReceived();
   restart();

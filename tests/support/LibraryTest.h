@@ -17,14 +17,20 @@ class RecordingLog final : public platform::Log {
 public:
   void write(Line line) override;
   std::vector<std::string> lines() const;
+  /// The lines so far, which are forgotten then.
+  std::vector<std::string> take();
   /// How often exactly this line was written.
   std::size_t count(std::string_view line) const;
-  void clear();
+  void clear() { take(); }
 
 private:
   mutable std::mutex mutex_;
   std::vector<std::string> lines_;
 };
+
+/// Makes a folder for one test, which is to remove it.
+std::filesystem::path
+makeFolder(const std::filesystem::path& parent = std::filesystem::temp_directory_path());
 
 /// Stands still until it is moved.
 class FixedClock final : public platform::Clock {

@@ -1,9 +1,7 @@
 #include "tests/platform/store/StoreTest.h"
 
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 using namespace quarnet::platform;
 using quarnet::Text;
@@ -136,15 +134,12 @@ TEST_F(SqliteUserDefaultsTest, ForkedChildAndParentBothGoOn) {
   const fs::path path = root / "store.sqlite";
   SqliteUserDefaults store(path);
   saveGeneration(store, 1);
-  const pid_t child = fork();
-  if (child == 0) {
+  const pid_t child = inChild([&] {
     const bool restored = storedGeneration(store) == 1;
     saveGeneration(store, 2);
-    _exit(restored && storedGeneration(store) == 2 ? 0 : 1);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
+    return restored && storedGeneration(store) == 2 ? 0 : 1;
+  });
+  EXPECT_EQ(statusOf(child), 0);
   EXPECT_EQ(storedGeneration(store), 2);
   saveGeneration(store, 3);
   EXPECT_EQ(generationIn(path), 3);

@@ -1,15 +1,13 @@
 #include "tests/platform/store/StoreTest.h"
 
+#include <atomic>
 #include <csignal>
-#include <fcntl.h>
 #include <functional>
 #include <random>
 #include <set>
-#include <spawn.h>
 #include <sqlite3.h>
-#include <sys/wait.h>
+#include <sys/mman.h>
 #include <thread>
-#include <unistd.h>
 
 using namespace quarnet::platform;
 using namespace std::chrono_literals;
@@ -26,51 +24,34 @@ protected:
       : StoreTest(access("/dev/shm", W_OK) == 0 ? "/dev/shm" : fs::temp_directory_path()) {}
 };
 
-/// The saver program at work, with the numbers of the saves that have returned.
+/// A process that saves record after record.
 class Saver {
 public:
-  Saver(const std::string& path, long first, long count,
-        std::vector<std::string> environment = {}) {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) abort();
-    output_ = ends[0];
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-    std::string texts[] = {SAVER, path, std::to_string(first), std::to_string(count)};
-    char* arguments[] = {texts[0].data(), texts[1].data(), texts[2].data(), texts[3].data(),
-                         nullptr};
-    std::vector<char*> variables;
-    for (std::string& variable : environment)
-      variables.push_back(variable.data());
-    variables.push_back(nullptr);
-    EXPECT_EQ(posix_spawn(&process_, SAVER, &actions, nullptr, arguments, variables.data()), 0);
-    posix_spawn_file_actions_destroy(&actions);
-    close(ends[1]);
+  Saver(const fs::path& path, long first, long count) {
+    process_ = inChild([&] {
+      SqliteUserDefaults store(path);
+      for (long generation = first; generation < first + count; ++generation) {
+        saveGeneration(store, generation);
+        *last_ = generation;
+      }
+      return 0;
+    });
   }
+  ~Saver() { munmap(last_, sizeof(*last_)); }
 
-  ~Saver() { close(output_); }
-
-  /// Waits for the next number and gives the last one known; unchanged at the end of the output.
-  bool readOne() { return read(output_, &last_, sizeof(last_)) == sizeof(last_); }
-
-  void stop() { kill(process_, SIGKILL); }
-
-  /// Waits for the end and gives the status.
-  int wait() {
-    while (readOne()) {
-    }
-    int status = 0;
-    waitpid(process_, &status, 0);
-    return status;
+  void waitForFirst() const {
+    while (last() == 0)
+      std::this_thread::sleep_for(100us);
   }
-
-  long last() const { return last_; }
+  /// The number of the last save that has returned; 0 before the first.
+  long last() const { return *last_; }
+  void stop() const { kill(process_, SIGKILL); }
+  int wait() const { return statusOf(process_); }
 
 private:
+  std::atomic<long>* last_ = static_cast<std::atomic<long>*>(
+      mmap(nullptr, sizeof(*last_), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
   pid_t process_ = 0;
-  int output_ = -1;
-  long last_ = 0;
 };
 
 TEST_F(StoreKillTest, KilledAtAnyInstantLeavesOneWholeSave) {
@@ -88,11 +69,11 @@ TEST_F(StoreKillTest, KilledAtAnyInstantLeavesOneWholeSave) {
       generation = 0;
     }
     Saver saver(path, generation + 1, 1'000'000);
-    if (round % 10 != 0) saver.readOne();
-    const auto span = round % 10 != 0 ? aSave * 3 / 2 : aSave * 2 + 10ms;
+    if (round % 10 != 0) saver.waitForFirst();
+    const auto span = round % 10 != 0 ? aSave * 3 / 2 : aSave * 4;
     std::this_thread::sleep_for(span * (random() % 1'000) / 1'000);
     saver.stop();
-    ASSERT_EQ(saver.wait(), SIGKILL);
+    ASSERT_EQ(saver.wait(), -SIGKILL);
     const long found = generationIn(path);
     const long reported = std::max(saver.last(), generation);
     ASSERT_GE(found, reported) << "round " << round;
@@ -107,7 +88,7 @@ TEST_F(StoreKillTest, ProcessesShareTheFileAndReadOnlyWholeSaves) {
   const fs::path path = root / "in" / "store.sqlite";
   Saver one(path, 10'001, 1'000), other(path, 20'001, 1'000);
   SqliteUserDefaults store(path);
-  one.readOne();
+  one.waitForFirst();
   std::set<long> seen;
   for (long found = 0, round = 0; round < 2'000 || (found != 11'000 && found != 21'000); ++round) {
     seen.insert(found = storedGeneration(store));
@@ -120,12 +101,18 @@ TEST_F(StoreKillTest, ProcessesShareTheFileAndReadOnlyWholeSaves) {
 }
 
 TEST_F(StoreFaultTest, DefaultPlaceIsTheProgramsFolderInTheUsersData) {
-  Saver saver("", 1, 1, {"XDG_DATA_HOME=" + root.string()});
-  EXPECT_EQ(saver.wait(), 0);
-  EXPECT_EQ(generationIn(root / "quarnet_store_saver" / "quarnet.sqlite"), 1);
-  Saver homeless("", 1, 1, {"HOME=/proc/nowhere"});
-  const int status = homeless.wait();
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
+  const auto logLinesWith = [this](const char* variable, const fs::path& value) {
+    return statusOf(inChild([&] {
+      unsetenv("XDG_DATA_HOME");
+      setenv(variable, value.c_str(), 1);
+      SqliteUserDefaults store("");
+      saveGeneration(store, 1);
+      return static_cast<int>(log->lines().size());
+    }));
+  };
+  EXPECT_EQ(logLinesWith("XDG_DATA_HOME", root), 0);
+  EXPECT_EQ(generationIn(root / "quarnet_store_tests" / "quarnet.sqlite"), 1);
+  EXPECT_EQ(logLinesWith("HOME", "/proc/nowhere"), 1);
 }
 
 /// Something in the way of a save into in/s: shell commands that put it there and take it away, and
@@ -258,15 +245,12 @@ TEST_F(StoreFaultTest, RootsFileMayBeReadByAll) {
   saveGeneration(*std::make_unique<SqliteUserDefaults>(path), 1);
   for (const fs::path& opened : {root, path})
     fs::permissions(opened, fs::perms(0755));
-  const pid_t child = fork();
-  if (child == 0) {
-    if (setresuid(65534, 65534, 65534) != 0) _exit(2);
+  const pid_t child = inChild([&] {
+    if (setresuid(65534, 65534, 65534) != 0) return 2;
     SqliteUserDefaults store(path);
-    _exit(storedGeneration(store) == 1 ? 0 : 1);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
+    return storedGeneration(store) == 1 ? 0 : 1;
+  });
+  EXPECT_EQ(statusOf(child), 0);
 }
 
 } // namespace

@@ -1,44 +1,64 @@
 #pragma once
 
-#include "tests/platform/store/Generation.h"
+#include "tests/support/LibraryTest.h"
 
-#include "quarnet/platform/Platform.h"
-#include "quarnet/platform/sqlite/SqliteUserDefaults.h"
-
+#include <array>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
-#include <mutex>
 #include <sstream>
-#include <vector>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
-class RecordingLog final : public quarnet::platform::Log {
-public:
-  void write(Line line) override {
-    const std::lock_guard lock(mutex_);
-    lines_.push_back(text(line));
-  }
+/// A record of five texts that all carry one number, long enough to lie on several pages.
+inline constexpr std::array<std::string_view, 5> kRecordKeys = {
+    "access_token", "refresh_token", "expires_in", "scope", "expires_systime"};
 
-  /// The lines since the last call.
-  std::vector<std::string> take() {
-    const std::lock_guard lock(mutex_);
-    return std::exchange(lines_, {});
-  }
+inline std::string generationText(long generation) {
+  return std::to_string(generation) + ":" +
+         std::string(1000 + generation % 7 * 900, static_cast<char>('a' + generation % 26));
+}
 
-private:
-  std::mutex mutex_;
-  std::vector<std::string> lines_;
-};
+inline void saveGeneration(quarnet::platform::UserDefaults& store, long generation) {
+  for (const std::string_view key : kRecordKeys)
+    store.setValue(key, generationText(generation));
+  store.synchronize();
+}
+
+/// The number that all five texts carry; 0 when all are absent, -1 for a mix, -2 when they cannot
+/// be read.
+inline long storedGeneration(quarnet::platform::UserDefaults& store) {
+  const auto texts = store.values(kRecordKeys);
+  if (!texts) return -2;
+  const quarnet::Text& first = texts->front();
+  const long generation = first ? std::atol(first->c_str()) : 0;
+  for (const quarnet::Text& text : *texts) {
+    if (text != (first ? quarnet::Text(generationText(generation)) : first)) return -1;
+  }
+  return generation;
+}
+
+/// Runs the work in a process of its own, whose status is its outcome.
+template <class Work>
+pid_t inChild(const Work& work) {
+  const pid_t child = fork();
+  if (child == 0) _exit(work());
+  return child;
+}
+
+/// Waits for the process's end; gives its status, negative for the signal that ended it.
+inline int statusOf(pid_t child) {
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
 
 /// A folder of its own for each test, with the log caught; nothing in it may log unasked.
 class StoreTest : public testing::Test {
 protected:
-  explicit StoreTest(const fs::path& parent = fs::temp_directory_path()) {
-    std::string name = (parent / "quarnet-store-XXXXXX").string();
-    root = mkdtemp(name.data());
+  explicit StoreTest(const fs::path& parent = fs::temp_directory_path())
+      : root(quarnet::test::makeFolder(parent)) {
     quarnet::platform::Platform::install({.log = log});
   }
 
@@ -47,11 +67,12 @@ protected:
     fs::remove_all(root);
   }
 
-  long generationIn(const fs::path& path) {
+  static long generationIn(const fs::path& path) {
     quarnet::platform::SqliteUserDefaults store(path);
     return storedGeneration(store);
   }
 
-  fs::path root;
-  std::shared_ptr<RecordingLog> log = std::make_shared<RecordingLog>();
+  const fs::path root;
+  const std::shared_ptr<quarnet::test::RecordingLog> log =
+      std::make_shared<quarnet::test::RecordingLog>();
 };
