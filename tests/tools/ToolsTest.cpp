@@ -1,165 +1,134 @@
 // `quarnet` as a user runs it, against a sandbox in this process.
 
-#include "sandbox/Server.h"
-#include "tests/tools/Program.h"
-
-#include "quarnet/quarnet.h"
+#include "tests/support/LibraryTest.h"
 
 #include <chrono>
+#include <cstdlib>
+#include <fstream>
 #include <gmock/gmock.h>
-#include <simdjson.h>
+#include <sstream>
+#include <sys/wait.h>
 
 namespace quarnet::test {
 namespace {
 
+using sandbox::Misbehaviour;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Matcher;
 using ::testing::Not;
 
-constexpr auto kNothingListens = "127.0.0.1:9";
-
-class ToolsTest : public ::testing::Test {
+class ToolsTest : public LibraryTest {
 protected:
-  void SetUp() override {
-    std::string name = std::filesystem::temp_directory_path() / "quarnet-test-XXXXXX";
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    folder_ = name;
-    environment_ = {{"HOME", folder_},
-                    {"QUARNET_API_HOST", server_.host()},
-                    {"QUARNET_CA_FILE", sandbox::Server::caFile()},
-                    {"QUARNET_CLIENT_ID", "demo-client"},
-                    {"QUARNET_CLIENT_SECRET", "demo-secret"},
-                    {"QUARNET_STORE", folder_ / "store.sqlite"}};
-  }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
+  struct Outcome {
+    int exitCode = -1;
+    std::string out;
+    std::string err;
+  };
 
-  Outcome run(const std::vector<std::string>& arguments, const std::string& input = {}) const {
-    return runQuarnet(folder_, arguments, environment_, input);
-  }
-  sandbox::Tokens signIn() {
-    sandbox::Tokens tokens = server_.issueTokens("profile");
-    EXPECT_EQ(run({"token", "import", "-"}, tokens.json()).exitCode, 0);
-    return tokens;
-  }
-  std::string url(const std::string& path) const { return "https://" + server_.host() + path; }
-  Text stored(std::string_view key) const {
-    return platform::SqliteUserDefaults(folder_ / "store.sqlite").value(key);
+  /// Runs the program as a shell does in the test's folder, with these words behind its name; $API
+  /// is the server there, and `environment_` is added to the little that the program gets.
+  Outcome run(const std::string& words, const std::string& input = {}) const {
+    makeFile("in", input);
+    std::ostringstream command;
+    command << "cd " << folder_ << "; API=" << apiUrl("") << "; exec env -i "
+            << R"(${TSAN_OPTIONS:+TSAN_OPTIONS="$TSAN_OPTIONS"} )" // a sanitizer keeps its options
+            << "HOME=. QUARNET_STORE=store.sqlite QUARNET_API_HOST=" << server().host()
+            << " QUARNET_CA_FILE=" << sandbox::Server::caFile()
+            << " QUARNET_CLIENT_ID=demo-client QUARNET_CLIENT_SECRET=demo-secret " << environment_
+            << " " QUARNET_PROGRAM " " << words << " <in >out 2>err";
+    const int status = std::system(command.str().c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contents("out"), contents("err")};
   }
 
-  sandbox::Server server_;
-  std::filesystem::path folder_;
-  std::map<std::string, std::string> environment_;
-  simdjson::dom::parser parser_;
+  std::string contents(const char* file) const {
+    std::ostringstream text;
+    text << std::ifstream(folder_ / file, std::ios::binary).rdbuf();
+    return text.str();
+  }
+
+  std::string environment_;
 };
 
 TEST_F(ToolsTest, ACallShowsItsAnswerAndTellsItsErrorByTheExitStatus) {
   signIn();
-  const std::string picture = folder_ / "사진 1.png";
-  std::filesystem::copy_file(sandbox::Server::caFile(), picture);
+  makeFile("사진 1.png", "x");
+  server().misbehave("/v1/odd.json", Misbehaviour::body("{\"t\":\"\x01\\\"\n\t한글\"}"));
+  server().misbehave("/v1/binary.json", Misbehaviour::utf8());
   const struct {
-    std::vector<std::string> arguments;
+    std::string words;
     int exitCode;
     std::string out;
     std::string err;
   } cases[] = {
-      {{"get", url("/v1/a"), "-p", "q=[1,2] 한글&=x", "-p", "[flag]"},
-       0,
-       R"("parameters":{"[flag]":null,"q":"[1,2] 한글&=x"})",
+      {"get $API/v1/a -p 'q=[1,2] 한글&=x' -p '[flag]'", 0,
+       R"("parameters":{"[flag]":null,"q":"[1,2] 한글&=x"})", ""},
+      {"DELETE $API/v1/a -p id=7", 0, R"("parameters":{"id":"7"})", ""},
+      {R"(POST $API/v1/a --payload '{"name":"김하늘"}')", 0, "김하늘", ""},
+      {"0 $API/v1/a --payload '' --request-type XML --response-type xml", 0, "<method>PUT</method>",
        ""},
-      {{"DELETE", url("/v1/a"), "-p", "id=7"}, 0, R"("parameters":{"id":"7"})", ""},
-      {{"POST", url("/v1/a"), "--payload", R"({"name":"김하늘"})"}, 0, "김하늘", ""},
-      {{"0", url("/v1/a"), "--payload", "", "--request-type", "XML", "--response-type", "xml"},
-       0,
-       "<method>PUT</method>",
+      {"PUT $API/v1/a --upload '사진 1.png' --upload-key photo", 0,
+       R"("field":"photo","filename":"사진 1.png")", ""},
+      {"PUT $API/v1/a --client-id stranger", 1, "invalid_client", "the server answered 401"},
+      {"GET $API/missing/a", 1, "not_found", "the server answered 404"},
+      {"GET $API/missing/a --async", 1, "", R"(the call failed (404): {"error":"not_found")"},
+      {"GET https://127.0.0.1:9/v1/a", 1, "", "no answer: "},
+      {"4 $API/v1/a", 1, "", "HttpMethod is null"},
+      {"GET ''", 1, "", "Url is null or empty"},
+      {"GET $API/v1/odd --json", 0,
+       R"({"statusCode":"200","resultMessage":"{\"t\":\"\u0001\\\"\n\u0009한글\"}","error":null})"
+       "\n",
        ""},
-      {{"PUT", url("/v1/a"), "--upload", picture, "--upload-key", "photo"},
-       0,
-       R"("field":"photo","filename":"사진 1.png")",
-       ""},
-      {{"GET", url("/missing/a")}, 1, "not_found", "the server answered 404"},
-      {{"GET", std::string("https://") + kNothingListens + "/v1/a"}, 1, "", "no answer: "},
-      {{"4", url("/v1/a")}, 1, "", "HttpMethod is null"},
-      {{"GET", ""}, 1, "", "Url is null or empty"},
+      {"GET $API/v1/binary --json", 1, R"("resultMessage":null,"error":null})", "not UTF-8"},
+      {"PUT $API/missing --json", 1,
+       R"("error":{"domain":"vornelAPIError","code":1,"description":null}})", "404"},
   };
   for (const auto& one : cases) {
-    std::vector<std::string> arguments = {"request"};
-    arguments.insert(arguments.end(), one.arguments.begin(), one.arguments.end());
-    const Outcome outcome = run(arguments);
-    EXPECT_EQ(outcome.exitCode, one.exitCode) << outcome.err;
+    SCOPED_TRACE(one.words);
+    const Outcome outcome = run("request " + one.words);
+    EXPECT_EQ(outcome.exitCode, one.exitCode);
     EXPECT_THAT(outcome.out, HasSubstr(one.out));
-    EXPECT_THAT(outcome.err, one.err.empty() ? ::testing::IsEmpty()
-                                             : ::testing::Matcher<std::string>(HasSubstr(one.err)));
+    EXPECT_THAT(outcome.err,
+                one.err.empty() ? IsEmpty() : Matcher<std::string>(HasSubstr(one.err)));
   }
-}
-
-TEST_F(ToolsTest, AnOutcomeIsOneLineOfJson) {
-  signIn();
-  const std::string text = "{\"t\":\"\x01\\\"\n\t한글\"}";
-  server_.misbehave("/v1/odd.json", sandbox::Misbehaviour::parse("body", text));
-  const Outcome odd = run({"request", "GET", url("/v1/odd"), "--json"});
-  EXPECT_EQ(odd.exitCode, 0);
-  ASSERT_EQ(odd.lines().size(), 1U);
-  simdjson::dom::element line = parser_.parse(odd.out);
-  EXPECT_EQ(std::string_view(line["resultMessage"]), text);
-  EXPECT_EQ(std::string_view(line["statusCode"]), "200");
-  EXPECT_TRUE(line["error"].is_null());
-
-  server_.misbehave("/v1/binary.json", sandbox::Misbehaviour::utf8());
-  line = parser_.parse(run({"request", "GET", url("/v1/binary"), "--json"}).out);
-  EXPECT_TRUE(line["resultMessage"].is_null());
-
-  line = parser_.parse(run({"request", "PUT", url("/missing"), "--json"}).out);
-  EXPECT_EQ(std::string_view(line["error"]["domain"]), "vornelAPIError");
-  EXPECT_EQ(std::int64_t(line["error"]["code"]), 1);
-  EXPECT_TRUE(line["error"]["description"].is_null());
-
-  environment_.erase("QUARNET_CLIENT_ID");
-  const Outcome unknown = run({"request", "GET", url("/v1/a"), "--json"});
+  environment_ = "QUARNET_CLIENT_ID=";
+  const Outcome unknown = run("request GET $API/v1/a --json");
   EXPECT_EQ(unknown.exitCode, 1);
-  EXPECT_THAT(unknown.err, AllOf(HasSubstr("--client-id"), HasSubstr("QUARNET_CLIENT_ID")));
-  line = parser_.parse(unknown.out);
-  EXPECT_TRUE(line["statusCode"].is_null());
-  EXPECT_EQ(std::string_view(line["error"]["domain"]), "VornelError005");
+  EXPECT_THAT(unknown.out, HasSubstr(R"({"statusCode":null,"resultMessage":null,"error":{)"
+                                     R"("domain":"VornelError005")"));
+  EXPECT_THAT(unknown.err, HasSubstr("give --client-id or set QUARNET_CLIENT_ID"));
 }
 
 TEST_F(ToolsTest, AsynchronousCallsReportEveryCallbackAndSumUp) {
   signIn();
-  const Outcome many = run({"request", "POST", url("/v1/a"), "--payload", "x", "--async",
-                            "--repeat", "50", "--in-flight", "8", "--json"});
-  EXPECT_EQ(many.exitCode, 0) << many.err;
-  ASSERT_EQ(many.lines().size(), 50U);
-  for (const std::string& text : many.lines()) {
-    const simdjson::dom::element line = parser_.parse(text);
-    EXPECT_EQ(std::string_view(line["operation"]), "finished");
-    EXPECT_EQ(std::string_view(line["RC"]), "200");
-    EXPECT_EQ(std::string_view(line["RM"]), "");
-  }
+  server().misbehave("/v1/a.json", Misbehaviour::body("ok"));
+  const Outcome many =
+      run("request POST $API/v1/a --payload x --async --repeat 50 --in-flight 8 --json");
+  std::string lines;
+  for (int i = 0; i < 50; ++i)
+    lines += R"({"operation":"finished","RC":"200","RM":"","RD":"ok"})"
+             "\n";
+  EXPECT_EQ(many.exitCode, 0);
+  EXPECT_EQ(many.out, lines);
   EXPECT_THAT(many.err, AllOf(HasSubstr("finished 50, failed 0"), HasSubstr("p99")));
-
-  const Outcome missing = run({"request", "GET", url("/missing"), "--async"});
-  EXPECT_EQ(missing.exitCode, 1);
-  EXPECT_THAT(missing.err, AllOf(HasSubstr("(404)"), HasSubstr("not_found")));
 }
 
 TEST_F(ToolsTest, WhatAPersonWouldNotSeeOtherwiseIsTold) {
   signIn();
-  server_.misbehave("/v1/binary.json", sandbox::Misbehaviour::utf8());
-  server_.misbehave("/oauth/get_param_enc_key", sandbox::Misbehaviour::reset());
+  server().misbehave("/v1/binary.json", Misbehaviour::utf8());
+  server().misbehave("/oauth/get_param_enc_key", Misbehaviour::reset());
   const struct {
-    std::vector<std::string> call;
+    std::string call;
     int exitCode;
     std::string err;
-  } cases[] = {
-      {{"PUT", url("/v1/binary")}, 1, "the answer is not UTF-8 text and cannot be shown"},
-      {{"GET", url("/v1/a"), "-p", "a=b"},
-       0,
-       "note: the parameters were not sent: no key to encrypt them with could be had"},
-      {{"POST", url("/v1/a"), "-p", "a=b"}, 0, "note: PUT and POST do not send parameters"}};
+  } cases[] = {{"PUT $API/v1/binary", 1, "the answer is not UTF-8 text and cannot be shown"},
+               {"GET $API/v1/a -p a=b", 0,
+                "note: the parameters were not sent: no key to encrypt them with could be had"},
+               {"POST $API/v1/a -p a=b", 0, "note: PUT and POST do not send parameters"}};
   for (const auto& one : cases) {
-    for (const std::string mode : {"--upload-key=x", "--async"}) {
-      std::vector<std::string> arguments = {"request", mode};
-      arguments.insert(arguments.end(), one.call.begin(), one.call.end());
-      const Outcome outcome = run(arguments);
+    for (const std::string mode : {"", " --async"}) {
+      const Outcome outcome = run("request " + one.call + mode);
       EXPECT_EQ(outcome.exitCode, one.exitCode) << mode;
       EXPECT_EQ(outcome.err, "quarnet: " + one.err + "\n") << mode;
     }
@@ -170,162 +139,136 @@ TEST_F(ToolsTest, TextsFromOutsideCannotCommandTheTerminal) {
   const std::string command = R"(\u001b]0;x\u0007\u007f\u009b31m\u0085é)";
   const std::string answer =
       R"({"access_token":"A","refresh_token":"R","scope":")" + command + "\"}";
-  EXPECT_EQ(run({"token", "import", "-"}, answer).exitCode, 0);
-  EXPECT_THAT(run({"token"}).out, HasSubstr("scope             ]0;x   31m é\n"));
-  server_.misbehave("/oauth/token", sandbox::Misbehaviour::parse(
-                                        "body", R"({"error":"e","error_description":")" + command +
-                                                    R"(","refresh_token":"SECRET"})"));
-  const Outcome reissue = run({"reissue"});
+  EXPECT_EQ(run("token import -", answer).exitCode, 0);
+  EXPECT_THAT(run("token").out, HasSubstr("scope             ]0;x   31m é\n"));
+  server().misbehave("/oauth/token", Misbehaviour::body(R"({"error":"e","refresh_token":"SECRET",)"
+                                                        R"("error_description":")" +
+                                                        command + "\"}"));
+  const Outcome reissue = run("reissue");
   EXPECT_THAT(reissue.err, AllOf(HasSubstr("400: e ( ]0;x   31m é)\n"), Not(HasSubstr("SECRET"))));
   const std::string plain(294, 'a');
-  const std::string key =
-      "\x1b\xc2\x9b\xff\xc2" + plain + "한글"; // too long by its last characters
-  EXPECT_EQ(run({"request", "GET", url("/"), "-p", key, "-p", key}).err,
+  // Too long by its last characters.
+  const std::string key = " -p '\x1b\xc2\x9b\xff\xc2" + plain + "한글'";
+  EXPECT_EQ(run("request GET $API/" + key + key).err,
             "quarnet: the parameter   \ufffd\ufffd" + plain + " ... is given twice\n");
 }
 
 TEST_F(ToolsTest, StoredTokensAreMaskedUnlessAskedFor) {
-  const sandbox::Tokens tokens = signIn();
-  const Outcome masked = run({"token"});
+  signIn();
+  const auto secrets = AllOf(HasSubstr(*record_.accessToken()), HasSubstr(*record_.refreshToken()));
+  const auto noSecret =
+      AllOf(Not(HasSubstr(*record_.accessToken())), Not(HasSubstr(*record_.refreshToken())));
+  const Outcome masked = run("token");
   EXPECT_EQ(masked.exitCode, 0);
   EXPECT_THAT(masked.out,
-              AllOf(HasSubstr("access_token"), HasSubstr("3600"), HasSubstr("profile"),
-                    Not(HasSubstr(tokens.accessToken)), Not(HasSubstr(tokens.refreshToken))));
-  EXPECT_THAT(run({"token", "--reveal"}).out,
-              AllOf(HasSubstr(tokens.accessToken), HasSubstr(tokens.refreshToken)));
-  const Outcome logged = run({"request", "GET", url("/v1/a"), "-p", "k=v", "--log", "redacted"});
-  EXPECT_THAT(logged.err,
+              AllOf(HasSubstr("access_token"), HasSubstr("3600"), HasSubstr("profile"), noSecret));
+  EXPECT_THAT(run("token --reveal").out, secrets);
+  EXPECT_THAT(run("request GET $API/v1/a -p k=v --log redacted").err,
               AllOf(HasSubstr("HTTPHeaderFields"), HasSubstr("encryptedString : "),
-                    Not(HasSubstr("encryptedString : *")), Not(HasSubstr(tokens.accessToken)),
-                    Not(HasSubstr(tokens.refreshToken))));
+                    Not(HasSubstr("encryptedString : *")), noSecret));
 }
 
 TEST_F(ToolsTest, WhatIsNoTokenAnswerIsNotImported) {
-  const sandbox::Tokens tokens = signIn();
+  signIn();
   for (const std::string answer :
        {"", "<html>", "[]", "{}", "-- -", "-----BEGIN CERTIFICATE-----", R"({"x":01})",
         R"({"a":1e999})", R"({"access_token":""})", R"({"access_token":null})",
         R"-({"access_token":"(null)"})-", R"({"error":"invalid_grant","access_token":"x"})",
         R"({"access_token":"x")"}) {
-    const Outcome outcome = run({"token", "import", "-"}, answer);
+    const Outcome outcome = run("token import -", answer);
     EXPECT_EQ(outcome.exitCode, 1) << answer;
     EXPECT_THAT(outcome.err, HasSubstr("nothing was imported")) << answer;
   }
-  EXPECT_EQ(run({"token", "import", folder_ / "none.json"}).exitCode, 1);
-  EXPECT_EQ(stored("access_token"), tokens.accessToken);
+  EXPECT_EQ(run("token import none.json").exitCode, 1);
+  EXPECT_EQ(stored("access_token"), record_.accessToken());
 
-  std::filesystem::create_directory(folder_ / "occupied");
-  const Outcome unsaved =
-      run({"token", "import", "-", "--store", folder_ / "occupied"}, tokens.json());
+  const Outcome unsaved = run("token import - --store .", R"({"access_token":"A"})");
   EXPECT_EQ(unsaved.exitCode, 1);
   EXPECT_THAT(unsaved.err, HasSubstr("cannot be saved"));
 }
 
 TEST_F(ToolsTest, AReissueSavesNewTokensOrLeavesTheOldOnes) {
-  EXPECT_THAT(run({"reissue"}).err, HasSubstr("no refresh token is stored"));
-  const sandbox::Tokens tokens = signIn();
-  EXPECT_EQ(run({"reissue"}).exitCode, 0);
+  EXPECT_THAT(run("reissue").err, HasSubstr("no refresh token is stored"));
+  signIn();
+  EXPECT_EQ(run("reissue").exitCode, 0);
   const Text reissued = stored("access_token");
-  EXPECT_NE(reissued, tokens.accessToken);
-  EXPECT_TRUE(server_.tokenIsLive(*reissued));
+  EXPECT_NE(reissued, record_.accessToken());
+  EXPECT_TRUE(server().tokenIsLive(*reissued));
 
-  const Outcome refused = run({"reissue", "--client-secret", "wrong"});
+  const Outcome refused = run("reissue --client-secret wrong");
   EXPECT_EQ(refused.exitCode, 1);
   EXPECT_THAT(refused.err, AllOf(HasSubstr("invalid_client"), Not(HasSubstr("(null)"))));
-  EXPECT_THAT(run({"reissue", "--api-host", kNothingListens}).err, HasSubstr("no answer: "));
+  EXPECT_THAT(run("reissue --api-host 127.0.0.1:9").err, HasSubstr("no answer: "));
   EXPECT_EQ(stored("access_token"), reissued);
 
-  server_.misbehave("/oauth/token",
-                    sandbox::Misbehaviour::parse("body", R"({"error":"no access_token"})"));
-  const Outcome fooled = run({"reissue"});
+  server().misbehave("/oauth/token", Misbehaviour::body(R"({"error":"no access_token"})"));
+  const Outcome fooled = run("reissue");
   EXPECT_EQ(fooled.exitCode, 1);
   EXPECT_THAT(fooled.err, HasSubstr("replaced by an answer without tokens"));
 }
 
 TEST_F(ToolsTest, ALogoutEndsWithAClearReasonAndTellsWhatIsStored) {
   const struct {
-    bool asynchronous;
-    std::string misbehaviour;
+    const char* words;
+    Misbehaviour answer; // the server's own, without a delay
     int exitCode;
     std::string err;
     bool keepsTokens;
   } cases[] = {
-      {false, "", 0, "", false},
-      {false, "body:no", 1, "the server answered 200", true},
-      {false, "reset", 1, "no answer: ", true},
-      {true, "", 0, "", false},
-      {true, "body:no", 1, "did not confirm; the server answered 200", false},
-      {true, "reset", 1, "tokens stay stored; no answer: ", true},
-      {true, "empty", 1, "the server answered 200 with nothing", true}, // without any callback
+      {"logout", {}, 0, "", false},
+      {"logout", Misbehaviour::body("no"), 1, "the server answered 200", true},
+      {"logout", Misbehaviour::reset(), 1, "no answer: ", true},
+      {"logout --async", {}, 0, "", false},
+      {"logout --async", Misbehaviour::body("no"), 1, "did not confirm; the server answered 200",
+       false},
+      {"logout --async", Misbehaviour::reset(), 1, "tokens stay stored; no answer: ", true},
+      // Without any callback.
+      {"logout --async", Misbehaviour::empty(), 1, "the server answered 200 with nothing", true},
   };
-  EXPECT_THAT(run({"logout"}).err, HasSubstr("nobody is signed in"));
+  EXPECT_THAT(run("logout").err, HasSubstr("nobody is signed in"));
   for (const auto& one : cases) {
-    const sandbox::Tokens tokens = signIn();
-    server_.behave();
-    if (const auto colon = one.misbehaviour.find(':'); !one.misbehaviour.empty()) {
-      server_.misbehave("/oauth/expireToken",
-                        sandbox::Misbehaviour::parse(
-                            one.misbehaviour.substr(0, colon),
-                            colon == std::string::npos ? "" : one.misbehaviour.substr(colon + 1)));
-    }
+    SCOPED_TRACE(std::string(one.words) + ": " + one.err);
+    signIn();
+    server().behave();
+    server().misbehave("/oauth/expireToken", one.answer);
     const auto start = std::chrono::steady_clock::now();
-    const Outcome outcome = one.asynchronous ? run({"logout", "--async"}) : run({"logout"});
+    const Outcome outcome = run(one.words);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
-    EXPECT_EQ(outcome.exitCode, one.exitCode) << one.misbehaviour;
+    EXPECT_EQ(outcome.exitCode, one.exitCode);
     EXPECT_THAT(outcome.err, HasSubstr(one.err));
-    EXPECT_EQ(stored("access_token"), one.keepsTokens ? tokens.accessToken : "");
+    EXPECT_EQ(stored("access_token"), one.keepsTokens ? record_.accessToken() : "");
   }
 }
 
 TEST_F(ToolsTest, ALoginThatCannotShowItsWindowSaysWhatIsMissing) {
   const bool hasWindow = QUARNET_HAS_WINDOW;
-  const struct {
-    std::string display;
-    std::string err;
-  } cases[] = {{"", "neither WAYLAND_DISPLAY nor DISPLAY is set"},
-               {":4711", "the display :4711 (DISPLAY) cannot be opened"}};
-  for (const auto& one : cases) {
-    environment_["DISPLAY"] = one.display;
-    const Outcome outcome = run({"login"});
+  const std::pair<const char*, std::string> cases[] = {
+      {"", "neither WAYLAND_DISPLAY nor DISPLAY is set"},
+      {"DISPLAY=:4711", "the display :4711 (DISPLAY) cannot be opened"}};
+  for (const auto& [display, err] : cases) {
+    environment_ = display;
+    const Outcome outcome = run("login");
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_EQ(outcome.out, "");
-    EXPECT_THAT(outcome.err, HasSubstr(hasWindow ? one.err : "built without GTK"));
+    EXPECT_THAT(outcome.err, HasSubstr(hasWindow ? err : "built without GTK"));
   }
-  EXPECT_EQ(server_.requestCount(), 0U);
 }
 
 TEST_F(ToolsTest, WrongUsageIsToldAndNothingIsSent) {
-  const std::vector<std::vector<std::string>> cases = {
-      {},
-      {"frobnicate"},
-      {"request"},
-      {"request", "FETCH", url("/v1/a")},
-      {"request", "-1", url("/v1/a")},
-      {"request", "GET", url("/v1/a"), "-p", "a=1", "-p", "a=2"},
-      {"request", "GET", url("/v1/a"), "--response-type", "yaml"},
-      {"request", "GET", url("/v1/a"), "--repeat", "2"},
-      {"request", "GET", url("/v1/a"), "--async", "--in-flight", "0"},
-      {"request", "PUT", url("/v1/a"), "--upload", folder_ / "none"},
-      {"request", "PUT", url("/v1/a"), "--payload", "x", "--payload-file", "-"},
-      {"request", "GET", url("/v1/a"), "--api-host", "https://api.example.org"},
-      {"token", "--ca-file", folder_ / "none"},
-      {"token", "--log", "loud"},
-  };
-  for (const auto& arguments : cases) {
-    const Outcome outcome = run(arguments);
-    EXPECT_EQ(outcome.exitCode, 2) << ::testing::PrintToString(arguments);
-    EXPECT_NE(outcome.err, "") << ::testing::PrintToString(arguments);
+  for (const std::string words :
+       {"", "frobnicate", "request", "request FETCH $API/v1/a", "request -1 $API/v1/a",
+        "request GET $API/v1/a -p a=1 -p a=2", "request GET $API/v1/a --response-type yaml",
+        "request GET $API/v1/a --repeat 2", "request GET $API/v1/a --async --in-flight 0",
+        "request PUT $API/v1/a --upload none", "request PUT $API/v1/a --payload x --payload-file -",
+        "request GET $API/v1/a --api-host https://api.example.org", "token --ca-file none",
+        "token --log loud"}) {
+    const Outcome outcome = run(words);
+    EXPECT_EQ(outcome.exitCode, 2) << words;
+    EXPECT_NE(outcome.err, "") << words;
   }
-  EXPECT_EQ(server_.requestCount(), 0U);
-  EXPECT_EQ(run({"--help"}).exitCode, 0);
-  EXPECT_EQ(run({"--version"}).out, "quarnet 1.0.0\n");
-}
-
-TEST_F(ToolsTest, AnOptionWinsOverItsVariable) {
-  signIn();
-  environment_["QUARNET_CLIENT_ID"] = "stranger";
-  EXPECT_THAT(run({"request", "PUT", url("/v1/a")}).out, HasSubstr("invalid_client"));
-  EXPECT_EQ(run({"request", "PUT", url("/v1/a"), "--client-id", "demo-client"}).exitCode, 0);
+  EXPECT_TRUE(server().received().empty());
+  EXPECT_EQ(run("--help").exitCode, 0);
+  EXPECT_EQ(run("--version").out, "quarnet 1.0.0\n");
 }
 
 } // namespace
