@@ -5,22 +5,6 @@ namespace {
 
 using AuthorizationPages = LoginTest;
 
-TEST_F(AuthorizationPages, AddressesCarryTheConfigurationEscapedWeakly) {
-  manager_.setClientId("app 1");
-  manager_.setScope(std::nullopt);
-  manager_.setClientSecret("s&t=\"한\"");
-  manager_.setCode("a+b/?;%");
-  manager_.setRedirect_uri("https://h/<p>?q=1");
-  EXPECT_EQ(client_->getOAuthorizationUrl(),
-            apiUrl("/oauth/authorize?client_id=app%201&response_type=code&scope=(null)"
-                   "&redirect_uri=https://h/%3Cp%3E?q=1"));
-  const std::string url =
-      apiUrl("/oauth/token?client_id=app%201&scope=(null)&redirect_uri=https://h/%3Cp%3E?q=1"
-             "&client_secret=s&t=%22%ED%95%9C%22&code=a+b/?;%25&grant_type=authorization_code");
-  EXPECT_EQ(client_->getOAccessTokenUrl(), url);
-  EXPECT_EQ(log_->lines().back(), "OAuth AccessToken URL : " + url);
-}
-
 TEST_F(AuthorizationPages, OnlyThePortalPageLeavesAndAFailureStaysOpen) {
   const std::string portal = server().host() + "/sso/openPage.do";
   const std::vector<std::string> leaving = {"https://" + portal + "?",

@@ -56,27 +56,5 @@ TEST_F(LoginLogout, TheScreenOpensWithoutATokenOrWhenItIsRefused) {
   EXPECT_EQ(overlays(), opened + 1);
 }
 
-TEST_F(LoginLogout, TheBlockingLogoutClearsOnlyWhatTheServerConfirmed) {
-  const auto held = [&] {
-    return std::vector{record_.accessToken(),    record_.refreshToken(),   record_.expiresIn(),
-                       record_.scope(),          record_.expiresSystime(), stored("access_token"),
-                       stored("refresh_token"),  stored("expires_in"),     stored("scope"),
-                       stored("expires_systime")};
-  };
-  signIn();
-  const auto before = held();
-  server().misbehave("/oauth/expireToken", Misbehaviour::body("refused"));
-  manager_.logout();
-  EXPECT_EQ(log_->lines().back(), "Logout failed");
-  EXPECT_EQ(held(), before);
-
-  server().behave();
-  signIn();
-  const Text until = record_.expiresSystime();
-  manager_.logout();
-  EXPECT_EQ(log_->lines().back(), "Logout Success");
-  EXPECT_THAT(held(), ElementsAre("", "", "0", "profile", until, "", "", "0", "profile", until));
-}
-
 } // namespace
 } // namespace quarnet::test

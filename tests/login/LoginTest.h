@@ -26,9 +26,7 @@ protected:
   }
 
   static void useToolkit(std::shared_ptr<platform::Toolkit> toolkit) {
-    platform::Platform services = platform::Platform::current();
-    services.toolkit = std::move(toolkit);
-    platform::Platform::install(std::move(services));
+    use(&platform::Platform::toolkit, std::move(toolkit));
   }
 
   /// Opens a login screen and gives its page, the authorization page on its way.

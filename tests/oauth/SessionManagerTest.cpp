@@ -2,7 +2,6 @@
 #include "tests/support/LibraryTest.h"
 
 #include <gmock/gmock.h>
-#include <thread>
 
 namespace quarnet::test {
 namespace {
@@ -13,10 +12,12 @@ using ::testing::StartsWith;
 
 class SessionManager : public LibraryTest {
 protected:
-  /// Both tokens, "(none)" for an absent one; first the record's, then the store's.
-  std::vector<std::string> tokens() const {
-    return {record_.accessToken().value_or("(none)"), record_.refreshToken().value_or("(none)"),
-            stored("access_token").value_or("(none)"), stored("refresh_token").value_or("(none)")};
+  /// The record's fields, then the store's.
+  std::vector<Text> session() const {
+    std::vector<Text> all = fields();
+    const std::vector<Text> kept = storedFields();
+    all.insert(all.end(), kept.begin(), kept.end());
+    return all;
   }
 
   /// Runs an asynchronous revocation until it has written this last line, or for a while when it is
@@ -45,13 +46,6 @@ protected:
 };
 
 TEST_F(SessionManager, IsOneAndRunningInitAgainResetsTheDefaults) {
-  OAuthInfoManager* seen[2] = {};
-  std::thread one([&] { seen[0] = &OAuthInfoManager::sharedInstance(); });
-  std::thread two([&] { seen[1] = &OAuthInfoManager::sharedInstance(); });
-  one.join();
-  two.join();
-  EXPECT_EQ(seen[0], seen[1]);
-
   manager_.setResponse_type("token");
   manager_.setRedirect_uri("https://h/");
   manager_.setGrant_type("x");
@@ -70,38 +64,48 @@ TEST_F(SessionManager, IsOneAndRunningInitAgainResetsTheDefaults) {
 }
 
 TEST_F(SessionManager, AddressesEscapeOnlyWhatNoUrlMayHold) {
-  const std::string host = "https://" + server().host();
   manager_.setClientId("app 1");
-  manager_.setClientSecret("s+t&한");
+  manager_.setClientSecret("s+t&\"한");
   manager_.setScope(std::nullopt);
+  manager_.setRedirect_uri("https://h/<p>?q=1");
+  manager_.setCode("a+b/?;%");
   record_.setRefreshToken("r#");
-  const std::string reissue =
-      host + "/oauth/token?client_id=app%201&client_secret=s+t&%ED%95%9C&redirect_uri=about:blank"
-             "&grant_type=refresh_token&scope=(null)&refresh_token=r%23";
-  EXPECT_EQ(manager_.getAccessTokenReissueURL(), reissue);
-  EXPECT_EQ(log_->lines().back(), "OAuth RefreshToken URL : " + reissue);
-  record_.setAccessToken("");
-  EXPECT_EQ(manager_.getRevokeTokenUrl(), host + "/oauth/expireToken?client_id=app%201&token=");
-  record_.setAccessToken(std::nullopt);
+  OAuthClient& screen = *manager_.oAuthClient();
+  const std::string uri = "&redirect_uri=https://h/%3Cp%3E?q=1";
+  const std::string secret = "&client_secret=s+t&%22%ED%95%9C";
+  const std::tuple<std::string, std::string, std::string> cases[] = {
+      {screen.getOAuthorizationUrl(), "OAuth Athorization URL : ",
+       "/oauth/authorize?client_id=app%201&response_type=code&scope=(null)" + uri},
+      {screen.getOAccessTokenUrl(), "OAuth AccessToken URL : ",
+       "/oauth/token?client_id=app%201&scope=(null)" + uri + secret +
+           "&code=a+b/?;%25&grant_type=authorization_code"},
+      {manager_.getAccessTokenReissueURL(), "OAuth RefreshToken URL : ",
+       "/oauth/token?client_id=app%201" + secret + uri +
+           "&grant_type=refresh_token&scope=(null)&refresh_token=r%23"},
+      {manager_.getRevokeTokenUrl(),
+       "OAuth RevokeToken URL : ", "/oauth/expireToken?client_id=app%201&token=(null)"}};
+  for (const auto& [address, line, expected] : cases) {
+    EXPECT_EQ(address, apiUrl(expected));
+    EXPECT_EQ(log_->count(line + address), 1U);
+  }
   manager_.setClientId(std::nullopt);
-  const std::string revoke = host + "/oauth/expireToken?client_id=(null)&token=(null)";
-  EXPECT_EQ(manager_.getRevokeTokenUrl(), revoke);
-  EXPECT_EQ(log_->lines().back(), "OAuth RevokeToken URL : " + revoke);
+  record_.setAccessToken("");
+  EXPECT_EQ(manager_.getRevokeTokenUrl(), apiUrl("/oauth/expireToken?client_id=(null)&token="));
 }
 
 TEST_F(SessionManager, ReissuingReplacesBothTokens) {
   signIn();
-  const auto before = tokens();
+  const auto before = fields();
   EXPECT_TRUE(manager_.reissueAccessToken());
   EXPECT_NE(record_.accessToken(), before[0]);
   EXPECT_NE(record_.refreshToken(), before[1]);
-  EXPECT_EQ(stored("access_token"), record_.accessToken());
+  EXPECT_EQ(storedFields(), fields());
   EXPECT_TRUE(server().tokenIsLive(*record_.accessToken()));
 
-  const auto after = tokens();
+  const Text after = record_.accessToken();
   record_.setRefreshToken(before[1]); // used already
   EXPECT_FALSE(manager_.reissueAccessToken());
-  EXPECT_EQ(record_.accessToken(), after[0]);
+  EXPECT_EQ(record_.accessToken(), after);
   EXPECT_THAT(log_->lines().back(), StartsWith("reissueAccessToken : "));
 }
 
@@ -116,27 +120,37 @@ TEST_F(SessionManager, OnlyAWholeAnswerWithTheMarkerCountsAsATokenAnswer) {
     SCOPED_TRACE(static_cast<int>(refusal.kind));
     server().behave();
     signIn(); // what breaks on the way has used the refresh token up
-    const auto before = tokens();
+    const auto before = session();
     server().misbehave("/oauth/token", refusal);
     EXPECT_FALSE(manager_.reissueAccessToken());
-    EXPECT_EQ(tokens(), before);
+    EXPECT_EQ(session(), before);
   }
   server().behave();
   server().misbehave("/oauth/token", Misbehaviour::body(R"({"error":"no access_token here"})"));
   EXPECT_TRUE(manager_.reissueAccessToken());
-  EXPECT_EQ(tokens(), std::vector<std::string>(4, "(null)"));
+  EXPECT_EQ(record_.accessToken(), "(null)");
+  EXPECT_EQ(storedFields(), fields());
 }
 
-TEST_F(SessionManager, TheBlockingRevocationChangesNothingHere) {
+TEST_F(SessionManager, OnlyTheBlockingLogoutClearsAndOnlyWhatTheServerConfirmed) {
   signIn();
-  const auto before = tokens();
+  const auto before = session();
   EXPECT_TRUE(manager_.revokeTokenToServer());
-  EXPECT_FALSE(server().tokenIsLive(before[0]));
-  EXPECT_FALSE(manager_.revokeTokenToServer());
-  EXPECT_EQ(tokens(), before);
+  EXPECT_FALSE(server().tokenIsLive(*before[0]));
   server().misbehave("/oauth/expireToken", Misbehaviour::reset());
   EXPECT_FALSE(manager_.revokeTokenToServer());
   EXPECT_EQ(log_->lines().back(), "revokeTokenToServer : ");
+  server().behave();
+  manager_.logout(); // the token is revoked already
+  EXPECT_EQ(log_->lines().back(), "Logout failed");
+  EXPECT_EQ(session(), before);
+
+  signIn();
+  const Text until = record_.expiresSystime();
+  manager_.logout();
+  EXPECT_EQ(log_->lines().back(), "Logout Success");
+  EXPECT_THAT(fields(), ElementsAre("", "", "0", "profile", until));
+  EXPECT_EQ(storedFields(), fields());
 }
 
 TEST_F(SessionManager, TheAsynchronousRevocationClearsOnAnyAnswer) {
@@ -155,12 +169,12 @@ TEST_F(SessionManager, TheAsynchronousRevocationClearsOnAnyAnswer) {
     SCOPED_TRACE(one.body.value_or("its own"));
     listen(one.finishedIsSet, one.failedIsSet);
     signIn();
+    const Text until = record_.expiresSystime();
     server().behave();
     if (one.body) server().misbehave("/oauth/expireToken", Misbehaviour::body(*one.body));
     revoke(manager_.getRevokeTokenUrl(), "revokeTokenToServer : ", one.heard.size());
-    EXPECT_EQ(tokens(), std::vector<std::string>(4));
-    EXPECT_EQ(record_.expiresIn(), "0");
-    EXPECT_EQ(stored("scope"), "profile");
+    EXPECT_THAT(fields(), ElementsAre("", "", "0", "profile", until));
+    EXPECT_EQ(storedFields(), fields());
     EXPECT_THAT(log_->lines(), ElementsAre("Logout Success", StartsWith("revokeTokenToServer : ")));
     if (app_.heard.empty()) continue;
     EXPECT_EQ(app_.heard[0].finished, one.heard[0].first);
@@ -172,7 +186,7 @@ TEST_F(SessionManager, TheAsynchronousRevocationClearsOnAnyAnswer) {
 TEST_F(SessionManager, ARevocationWithoutAnAnswerKeepsTheTokensAndSaysWhy) {
   listen(true, true);
   signIn();
-  const auto before = tokens();
+  const auto before = session();
   const std::string url = manager_.getRevokeTokenUrl();
   const struct {
     std::string url;
@@ -199,7 +213,7 @@ TEST_F(SessionManager, ARevocationWithoutAnAnswerKeepsTheTokensAndSaysWhy) {
       EXPECT_NE(result.at("RM"), "");
     }
   }
-  EXPECT_EQ(tokens(), before);
+  EXPECT_EQ(session(), before);
 }
 
 } // namespace

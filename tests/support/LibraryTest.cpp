@@ -6,26 +6,6 @@
 
 namespace quarnet::test {
 
-void RecordingLog::write(Line line) {
-  const std::lock_guard lock(mutex_);
-  lines_.push_back(text(line));
-}
-
-std::vector<std::string> RecordingLog::lines() const {
-  const std::lock_guard lock(mutex_);
-  return lines_;
-}
-
-std::vector<std::string> RecordingLog::take() {
-  const std::lock_guard lock(mutex_);
-  return std::exchange(lines_, {});
-}
-
-std::size_t RecordingLog::count(std::string_view line) const {
-  const std::lock_guard lock(mutex_);
-  return static_cast<std::size_t>(std::count(lines_.begin(), lines_.end(), line));
-}
-
 std::filesystem::path makeFolder(const std::filesystem::path& parent) {
   std::string name = parent / "quarnet-test-XXXXXX";
   if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder can be made: " + name);
@@ -91,6 +71,16 @@ std::string LibraryTest::apiUrl(std::string_view path) {
 
 Text LibraryTest::stored(std::string_view key) const {
   return platform::SqliteUserDefaults(storeFile()).value(key);
+}
+
+std::vector<Text> LibraryTest::fields() const {
+  return {record_.accessToken(), record_.refreshToken(), record_.expiresIn(), record_.scope(),
+          record_.expiresSystime()};
+}
+
+std::vector<Text> LibraryTest::storedFields() const {
+  return {stored("access_token"), stored("refresh_token"), stored("expires_in"), stored("scope"),
+          stored("expires_systime")};
 }
 
 std::string LibraryTest::makeFile(std::string_view name, std::string_view content) const {

@@ -4,10 +4,12 @@
 
 #include "quarnet/quarnet.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace quarnet::test {
@@ -15,12 +17,24 @@ namespace quarnet::test {
 /// Keeps every line.
 class RecordingLog final : public platform::Log {
 public:
-  void write(Line line) override;
-  std::vector<std::string> lines() const;
+  void write(Line line) override {
+    const std::lock_guard lock(mutex_);
+    lines_.push_back(text(line));
+  }
+  std::vector<std::string> lines() const {
+    const std::lock_guard lock(mutex_);
+    return lines_;
+  }
   /// The lines so far, which are forgotten then.
-  std::vector<std::string> take();
+  std::vector<std::string> take() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(lines_, {});
+  }
   /// How often exactly this line was written.
-  std::size_t count(std::string_view line) const;
+  std::size_t count(std::string_view line) const {
+    const std::lock_guard lock(mutex_);
+    return static_cast<std::size_t>(std::count(lines_.begin(), lines_.end(), line));
+  }
   void clear() { take(); }
 
 private:
@@ -52,6 +66,13 @@ protected:
 
   /// Installs the services anew, as after a restart of the process on the same store.
   void restart();
+  /// Puts another service in the place of one.
+  template <class Service>
+  static void use(Service platform::Platform::*place, std::type_identity_t<Service> service) {
+    platform::Platform services = platform::Platform::current();
+    services.*place = std::move(service);
+    platform::Platform::install(std::move(services));
+  }
   /// Puts live tokens into the record and saves them.
   void signIn();
   /// An address of the sandbox without its suffix.
@@ -59,6 +80,10 @@ protected:
   std::string storeFile() const { return folder_ / "store.sqlite"; }
   /// What the store holds under the key, read by another connection.
   Text stored(std::string_view key) const;
+  /// accessToken, refreshToken, expiresIn, scope, expiresSystime of the record.
+  std::vector<Text> fields() const;
+  /// The same, read from the store by another connection.
+  std::vector<Text> storedFields() const;
   /// Makes a file in the test's folder.
   std::string makeFile(std::string_view name, std::string_view content) const;
 
