@@ -9,7 +9,8 @@
 namespace quarnet::platform {
 namespace {
 
-constexpr int kLongestSleepInMilliseconds = 60'000;
+constexpr std::chrono::milliseconds kLongestSleep{60'000};
+constexpr std::chrono::milliseconds kBetweenReminders{500};
 
 } // namespace
 
@@ -24,8 +25,9 @@ struct EventLoop::Flight {
 
 EventLoop::EventLoop(TrustStore& trust, std::size_t maximumBodySize, WorkerPool& workers)
     : trust_(trust), maximumBodySize_(maximumBodySize), workers_(workers),
-      multi_(curl_multi_init(), curl_multi_cleanup) {
-  if (!multi_) throw std::bad_alloc();
+      multi_(curl_multi_init(), curl_multi_cleanup),
+      reminder_(curl_easy_init(), curl_easy_cleanup) {
+  if (!multi_ || !reminder_) throw std::bad_alloc();
   curl_multi_setopt(multi_.get(), CURLMOPT_MAX_HOST_CONNECTIONS, long{kMaximumOnWirePerOrigin});
   curl_multi_setopt(multi_.get(), CURLMOPT_MAX_TOTAL_CONNECTIONS, long{kMaximumOnWire});
   curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, long{kMaximumOnWire});
@@ -69,11 +71,28 @@ void EventLoop::run() {
     const bool admitted = admit();
     workers_.run(std::exchange(completed_, {}));
     // What was just admitted wants to be started before anything is waited for.
-    if (!admitted) {
-      curl_multi_poll(multi_.get(), nullptr, 0, kLongestSleepInMilliseconds, nullptr);
-    }
+    if (!admitted) sleep();
   }
   abandonAll();
+}
+
+void EventLoop::sleep() {
+  const bool isIdle = flights_.size() == idle_.size();
+  const auto limit = isIdle ? kLongestSleep : kBetweenReminders;
+  curl_multi_poll(multi_.get(), nullptr, 0, static_cast<int>(limit.count()), nullptr);
+  const auto now = std::chrono::steady_clock::now();
+  if (isIdle || now - lastReminder_ < kBetweenReminders) return;
+  lastReminder_ = now;
+  remindOfWaiting();
+}
+
+// libcurl 7.88 may forget requests that wait for a connection to share, until their time is up.
+// Each handle that leaves makes it look at the first of them.
+void EventLoop::remindOfWaiting() {
+  for (std::size_t i = idle_.size(); i < flights_.size(); ++i) {
+    curl_multi_add_handle(multi_.get(), reminder_.get());
+    curl_multi_remove_handle(multi_.get(), reminder_.get());
+  }
 }
 
 bool EventLoop::isEnding() {

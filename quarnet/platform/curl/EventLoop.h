@@ -47,6 +47,8 @@ private:
   void addFlight();
   void put(Flight& flight);
   void collect();
+  void sleep();
+  void remindOfWaiting();
   void land(Flight& flight, HttpResult result);
   void complete(Submission submission, HttpResult result);
   void abandonAll();
@@ -55,9 +57,12 @@ private:
   const std::size_t maximumBodySize_;
   WorkerPool& workers_;
   std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> multi_;
+  /// Never sends anything.
+  std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> reminder_;
 
   // Of the loop's thread alone.
   Goaways goaways_;
+  std::chrono::steady_clock::time_point lastReminder_;
   std::vector<std::unique_ptr<Flight>> flights_;
   std::vector<Flight*> idle_;
   /// Where sends have left the wire since the queue was last told.
