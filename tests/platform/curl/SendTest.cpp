@@ -305,7 +305,7 @@ TEST(SendTest, TheSchemeBelongsToTheOriginAndNothingGoesOnInClear) {
   EXPECT_EQ(client.sendSynchronously(request).body, "token: ");
   request.url = "https://127.0.0.1:" + port + "/down";
   EXPECT_EQ(problemOf(client.sendSynchronously(request)),
-            "A redirect from https to http is not followed: http://127.0.0.1:" + port + "/told");
+            "A redirect from https to http is not followed");
 }
 
 TEST(SendTest, RedirectsComeToAnEnd) {
