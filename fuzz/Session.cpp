@@ -18,8 +18,7 @@ using namespace platform;
 
 namespace {
 
-// No host can hold it: that of a page may be logged.
-const std::string kSecret = "secret/of/the/fuzz";
+const std::string kSecret = "secret-of-the-fuzz";
 
 struct World final : HttpClient, MainThread, Log {
   std::shared_ptr<HeadlessToolkit> screen = std::make_shared<HeadlessToolkit>();
@@ -71,6 +70,7 @@ std::shared_ptr<World> newWorld() {
 } // namespace
 
 void answers(std::string tokenAnswer) {
+  if (tokenAnswer.find(kSecret) != std::string::npos) return; // a host and a scope may be logged
   const auto world = newWorld();
   world->status = flag(tokenAnswer) ? 200 : 404;
   const std::string keyAnswer = piece(tokenAnswer);
@@ -104,6 +104,7 @@ void answers(std::string tokenAnswer) {
 }
 
 void pages(std::string input) {
+  if (input.find(kSecret) != std::string::npos) return; // a host and a scope may be logged
   const auto world = newWorld();
   OAuthInfoManager::sharedInstance().login();
   world->settle();

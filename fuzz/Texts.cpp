@@ -48,7 +48,7 @@ void texts(std::string text) {
   expect(sandbox::percentDecoded(*addingPercentEscapes(text)) == text);
   bool isEscaped = true;
   for (std::size_t at = text.find('%'); at != text.npos; at = text.find('%', at + 1))
-    isEscaped = isEscaped && sandbox::percentDecoded(text.substr(at, 3)).size() == 1;
+    isEscaped &= at + 2 < text.size() && sandbox::percentDecoded(text.substr(at, 3)).size() == 1;
   expect(replacingPercentEscapes(text) ==
          (isEscaped ? utf8Text(sandbox::percentDecoded(text)) : Text()));
 
