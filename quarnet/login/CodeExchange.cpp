@@ -1,5 +1,6 @@
 // The exchange of the authorization code for tokens.
 
+#include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
@@ -23,13 +24,23 @@ void OAuthClient::readUrl(const std::string& url) {
 }
 
 void OAuthClient::exchangeAnswered(const platform::HttpResult& answer) {
+  withinMemory([&] { report(answer); },
+               [this] {
+                 log("Error = ", kNotEnoughMemory);
+                 deliver(registration_, &CallbackTriple::failed,
+                         resultDictionary("", kNotEnoughMemory, ""));
+               });
+}
+
+void OAuthClient::report(const platform::HttpResult& answer) {
   if (!answer.body.empty() && !answer.error) {
     // The status is not looked at: a refusal, too, is taken for a token answer and ends the login.
-    const Text text = utf8Text(answer.body);
+    Text text = utf8Text(answer.body);
     setResult(text);
     log("result : ", formatted(text));
-    parseData(answer.body);
-    deliver(registration_, &CallbackTriple::finished, resultDictionary("", "", text));
+    ResultDictionary result = resultDictionary("", "", std::move(text));
+    takeAndClose(answer.body);
+    deliver(registration_, &CallbackTriple::finished, std::move(result));
   } else if (!answer.error) {
     log("Nothing was downloaded.");
   } else {
@@ -40,14 +51,17 @@ void OAuthClient::exchangeAnswered(const platform::HttpResult& answer) {
 }
 
 void OAuthClient::parseData(const Data& answer) {
+  withinMemory([&] { takeAndClose(answer); }, [] { log("Error = ", kNotEnoughMemory); });
+}
+
+void OAuthClient::takeAndClose(const Data& answer) {
   OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
-  OAuthInfo& record = manager.oAuthInfo();
-  log("accessToken : ", formatted(record.accessToken()));
-  takeTokenAnswer(answer);
-  log("accessToken : ", formatted(record.accessToken()));
-  log("Exfire Time : ", plainPiece(formatted(record.expiresIn())));
+  log("accessToken : ", formatted(manager.oAuthInfo().accessToken()));
+  const OAuthInfo::Fields taken = takeTokenAnswer(answer);
+  log("accessToken : ", formatted(taken.accessToken));
+  log("Exfire Time : ", plainPiece(formatted(taken.expiresIn)));
   manager.saveOAuthInfo();
-  record.writeToLog();
+  manager.oAuthInfo().writeToLog();
   // Posted before the application's callback, and so seen before it.
   Platform::current().mainThread->post([screen = shared_from_this()] { screen->closeLoginView(); });
 }

@@ -123,7 +123,8 @@ public:
   void readUrl(const std::string& url);
 
   /// Takes a token endpoint's answer (RFC 6749, section 5.1) into the token record, saves it and
-  /// has the screen closed on the main thread.
+  /// has the screen closed on the main thread. One that is too large for the memory changes
+  /// nothing.
   void parseData(const Data& answer);
 
 private:
@@ -165,6 +166,9 @@ private:
   void showAuthorizationError(const std::string& url);
   /// Runs on a background thread.
   void exchangeAnswered(const platform::HttpResult& answer);
+  // These two throw std::bad_alloc, and nothing has been taken then.
+  void report(const platform::HttpResult& answer);
+  void takeAndClose(const Data& answer);
 
   Part<platform::WebView> loginView_;
   Part<platform::View> viewBlock_;

@@ -1,5 +1,6 @@
 #include "quarnet/oauth/OAuthInfo.h"
 
+#include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/core/Wipe.h"
 #include "quarnet/platform/LogPieces.h"
@@ -85,9 +86,12 @@ std::string OAuthInfo::getWholeInfo() const {
 
 void OAuthInfo::writeToLog() const {
   if (!platform::isLogOn()) return;
-  const Fields now = fields();
-  platform::log("OAuth Info");
-  platform::writeLine(wholeInfo(now));
+  const auto write = [this] {
+    const Fields now = fields();
+    platform::log("OAuth Info");
+    platform::writeLine(wholeInfo(now));
+  };
+  withinMemory(write, [] {}); // the tokens matter more than the line
 }
 
 OAuthInfo::Fields OAuthInfo::fields() const {

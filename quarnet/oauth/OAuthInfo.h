@@ -72,7 +72,6 @@ private:
   friend class OAuthClient;
   friend class OAuthInfoManager;
   friend class TokenRecordStore;
-  friend void takeTokenAnswer(const Data& answer);
 
   /// Overwrites its texts at its end.
   struct __attribute__((visibility("hidden"))) Fields {
@@ -90,6 +89,7 @@ private:
     Text scope;
     Text expiresSystime;
   };
+  friend Fields takeTokenAnswer(const Data& answer);
 
   OAuthInfo() = default;
   static OAuthInfo& makeShared();

@@ -154,7 +154,8 @@ public:
   Dictionary getOAuthInfoDictionary();
 
   /// Takes over and saves a token endpoint's JSON answer (RFC 6749, section 5.1). A member that is
-  /// missing overwrites its field with "(null)".
+  /// missing overwrites its field with "(null)". An answer that is too large for the memory changes
+  /// nothing.
   void setOAuthInfoWithJSON(const Data& answer);
 
   /// The address that reissues the access token (RFC 6749, section 6).
@@ -195,9 +196,11 @@ private:
 
   Text read(Text Fields::*field) const;
   void write(Text Fields::*field, Text value);
+  /// Throws std::bad_alloc, and nothing has changed then.
+  void takeAndSave(const Data& answer);
   void revocationAnswered(platform::HttpResult result);
   /// Drops the tokens, since the server has answered the revocation, and tells who is registered.
-  void endSession(const Text& answer);
+  void endSession(Text answer);
 
   mutable std::mutex mutex_;
   Fields fields_;

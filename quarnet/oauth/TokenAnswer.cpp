@@ -28,7 +28,7 @@ std::string expiryInstant(std::string_view expiresIn) {
 
 } // namespace
 
-void takeTokenAnswer(const Data& answer) {
+OAuthInfo::Fields takeTokenAnswer(const Data& answer) {
   const std::optional<Json> json = Json::parse(answer);
   const auto copied = [&](std::string_view name) {
     return std::string(formatted(memberText(json, name)));
@@ -39,7 +39,9 @@ void takeTokenAnswer(const Data& answer) {
   taken.expiresIn = copied(VORNEL_OAUTH_END_EXPIRES_IN);
   taken.scope = copied(VORNEL_OAUTH_END_SCOPE);
   taken.expiresSystime = expiryInstant(*taken.expiresIn);
+  OAuthInfo::Fields copy = taken;
   TokenRecordStore::take(std::move(taken));
+  return copy;
 }
 
 } // namespace quarnet

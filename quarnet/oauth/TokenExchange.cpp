@@ -1,6 +1,7 @@
 // The session manager's exchanges with the token and revocation endpoints after the first login.
 
 #include "quarnet/core/Constants.h"
+#include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/oauth/TokenRecordStore.h"
@@ -21,6 +22,11 @@ namespace {
 Data get(std::string url) {
   HttpResult result = Platform::current().httpClient->sendSynchronously({.url = std::move(url)});
   return result.error ? Data() : std::move(result.body);
+}
+
+bool noMemory() {
+  log("Error = ", kNotEnoughMemory);
+  return false;
 }
 
 /// A text that is absent because it is not UTF-8 contains nothing.
@@ -47,23 +53,34 @@ std::string OAuthInfoManager::getRevokeTokenUrl() {
 }
 
 bool OAuthInfoManager::reissueAccessToken() {
-  const Data answer = get(getAccessTokenReissueURL());
-  const Text text = utf8Text(answer);
-  log("reissueAccessToken : ", formatted(text));
-  // The marker decides, not the status: an error report that mentions it counts as a token answer.
-  if (!contains(text, "access_token")) return false;
-  setOAuthInfoWithJSON(answer);
-  return true;
+  const auto reissue = [this] {
+    const Data answer = get(getAccessTokenReissueURL());
+    const Text text = utf8Text(answer);
+    log("reissueAccessToken : ", formatted(text));
+    // The marker decides, not the status: an error report that mentions it counts as a token
+    // answer.
+    if (!contains(text, "access_token")) return false;
+    takeAndSave(answer);
+    return true;
+  };
+  return withinMemory(reissue, [] { return noMemory(); });
 }
 
 bool OAuthInfoManager::revokeTokenToServer() {
-  const Text text = utf8Text(get(getRevokeTokenUrl()));
-  log("revokeTokenToServer : ", formatted(text));
-  return contains(text, "success");
+  const auto revoke = [this] {
+    const Text text = utf8Text(get(getRevokeTokenUrl()));
+    log("revokeTokenToServer : ", formatted(text));
+    return contains(text, "success");
+  };
+  return withinMemory(revoke, [] { return noMemory(); });
 }
 
 void OAuthInfoManager::revokeTokenToServerAsynch() {
-  readUrl(getRevokeTokenUrl());
+  withinMemory([this] { readUrl(getRevokeTokenUrl()); },
+               [this] {
+                 deliver(registration_, &CallbackTriple::failed,
+                         resultDictionary("", kNotEnoughMemory, ""));
+               });
 }
 
 void OAuthInfoManager::readUrl(const std::string& url) {
@@ -83,7 +100,7 @@ void OAuthInfoManager::revocationAnswered(HttpResult result) {
   }
 }
 
-void OAuthInfoManager::endSession(const Text& answer) {
+void OAuthInfoManager::endSession(Text answer) {
   // Any answer ends the session here, a refusal included; only the blocking logout waits for
   // "success".
   log("Logout Success");
@@ -91,9 +108,9 @@ void OAuthInfoManager::endSession(const Text& answer) {
   log("revokeTokenToServer : ", formatted(answer));
   // Who has no finished operation is not told of a refusal either: this is meant.
   if (!_finishedSelector()) return;
-  deliver(registration_,
-          contains(answer, "success") ? &CallbackTriple::finished : &CallbackTriple::failed,
-          resultDictionary("", "", answer));
+  const auto operation =
+      contains(answer, "success") ? &CallbackTriple::finished : &CallbackTriple::failed;
+  deliver(registration_, operation, resultDictionary("", "", std::move(answer)));
 }
 
 } // namespace quarnet

@@ -1,6 +1,7 @@
 #include "quarnet/oauth/TokenRecordStore.h"
 
 #include "quarnet/core/Constants.h"
+#include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/platform/Platform.h"
 
 #include <iterator>
@@ -20,24 +21,25 @@ platform::UserDefaults& store() {
 
 void TokenRecordStore::take(OAuthInfo::Fields taken) {
   const std::lock_guard lock(meeting);
+  toStore(taken); // first, since it may throw
   OAuthInfo::sharedInstance().replaceTokens(taken);
-  toStore();
 }
 
 void TokenRecordStore::clear() {
   {
     const std::lock_guard lock(meeting);
     OAuthInfo::sharedInstance().clearTokens();
-    toStore();
+    toStore(OAuthInfo::sharedInstance().fields());
   }
   store().synchronize();
 }
 
 void TokenRecordStore::save() {
-  {
+  const auto set = [] {
     const std::lock_guard lock(meeting);
-    toStore();
-  }
+    toStore(OAuthInfo::sharedInstance().fields());
+  };
+  withinMemory(set, [] { platform::log("user defaults cannot be saved : ", kNotEnoughMemory); });
   store().synchronize();
 }
 
@@ -58,9 +60,8 @@ void TokenRecordStore::restore() {
   OAuthInfo::sharedInstance().restoreTokens(tokens);
 }
 
-/// Sets the record's fields in the store; the lock is held.
-void TokenRecordStore::toStore() {
-  const OAuthInfo::Fields record = OAuthInfo::sharedInstance().fields();
+/// Sets the record's fields in the store, all or none; the lock is held. Throws std::bad_alloc.
+void TokenRecordStore::toStore(const OAuthInfo::Fields& record) {
   const platform::UserDefaults::Entry entries[] = {
       {VORNEL_HEADER_ACCESS_TOKEN, record.accessToken},
       {VORNEL_HEADER_REFRESH_TOKEN, record.refreshToken},

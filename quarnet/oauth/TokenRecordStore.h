@@ -13,7 +13,8 @@ namespace quarnet {
 class TokenRecordStore {
 public:
   /// Takes tokens over: into the record and among the texts that the next save() writes, in one
-  /// step. From then on a restore() finds them.
+  /// step. From then on a restore() finds them. Throws std::bad_alloc, and nothing has changed
+  /// then.
   static void take(OAuthInfo::Fields taken);
 
   /// Drops the tokens as OAuthInfo::clearTokens() says, and saves.
@@ -28,7 +29,7 @@ public:
   static void restore();
 
 private:
-  static void toStore();
+  static void toStore(const OAuthInfo::Fields& record);
 };
 
 } // namespace quarnet

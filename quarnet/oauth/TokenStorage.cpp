@@ -2,6 +2,7 @@
 // store.
 
 #include "quarnet/core/Constants.h"
+#include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/oauth/TokenAnswer.h"
@@ -49,10 +50,13 @@ Dictionary OAuthInfoManager::getOAuthInfoDictionary() {
 }
 
 void OAuthInfoManager::setOAuthInfoWithJSON(const Data& answer) {
-  const OAuthInfo& record = oAuthInfo();
-  takeTokenAnswer(answer);
-  log("ExtTime : ", plainPiece(formatted(record.expiresIn())));
-  record.writeToLog();
+  withinMemory([&] { takeAndSave(answer); }, [] { log("Error = ", kNotEnoughMemory); });
+}
+
+void OAuthInfoManager::takeAndSave(const Data& answer) {
+  const OAuthInfo::Fields taken = takeTokenAnswer(answer);
+  log("ExtTime : ", plainPiece(formatted(taken.expiresIn)));
+  oAuthInfo().writeToLog();
   saveOAuthInfo();
 }
 

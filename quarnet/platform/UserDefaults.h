@@ -10,9 +10,10 @@
 
 namespace quarnet::platform {
 
-/// The application's persistent texts by key. Safe from any thread; throws nothing. What cannot be
-/// read or written is one line in the log, written while no lock is held, so that a log may use the
-/// store; what cannot be written stays readable in this process.
+/// The application's persistent texts by key. Safe from any thread; throws nothing, setValues()
+/// excepted, which throws std::bad_alloc for texts that are too large and sets none then. What
+/// cannot be read or written is one line in the log, written while no lock is held, so that a log
+/// may use the store; what cannot be written stays readable in this process.
 class QUARNET_EXPORT UserDefaults {
 public:
   /// What to set; an absent text removes the entry. Both live only as long as the call.

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Registration.h"
 #include "quarnet/request/APIRequest.h"
-#include "quarnet/request/NotEnoughMemory.h"
 
 #include <mutex>
 

@@ -2,13 +2,13 @@
 
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/Json.h"
+#include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/core/Wipe.h"
 #include "quarnet/oauth/OAuthInfo.h"
 #include "quarnet/platform/Platform.h"
 #include "quarnet/request/APIRequest.h"
 #include "quarnet/request/Cipher.h"
-#include "quarnet/request/NotEnoughMemory.h"
 
 #include <algorithm>
 

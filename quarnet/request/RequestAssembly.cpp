@@ -2,6 +2,7 @@
 
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/Global.h"
+#include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/StringUtil.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/core/Wipe.h"
@@ -11,7 +12,6 @@
 #include "quarnet/platform/glib/UniqueString.h"
 #include "quarnet/request/APIRequest.h"
 #include "quarnet/request/Multipart.h"
-#include "quarnet/request/NotEnoughMemory.h"
 
 #include <algorithm>
 #include <mutex>

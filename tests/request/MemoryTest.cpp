@@ -1,6 +1,8 @@
 #include "tests/support/Callbacks.h"
 #include "tests/support/LibraryTest.h"
 
+#include "quarnet/login/OAuthClient.h"
+
 #include <fstream>
 #include <sys/resource.h>
 
@@ -101,12 +103,17 @@ TEST_F(Memory, NoOperationThrowsForWantOfIt) {
   std::optional<Error> error;
   Text url = "set", enc = "set";
   std::optional<Data> cipherText = "set";
+  const Data answer = "{\"access_token\":\"" + *text + "\"}";
+  const Text token = record_.accessToken();
   {
     const MemoryLimit limit(kLimit);
     url = request_.urlConverter(bundle);
     enc = request_.encryptParamSwapKeyError(text, nullptr, &error);
     cipherText = request_.AES256EncryptWithKeyIvectorData("key", "iv", *text);
+    manager_.setOAuthInfoWithJSON(answer);
+    manager_.oAuthClient()->parseData(answer);
   }
+  EXPECT_EQ(record_.accessToken(), token);
   EXPECT_FALSE(url || enc || cipherText);
   EXPECT_EQ(error, kNotEnough);
 }

@@ -1,5 +1,6 @@
 #include "quarnet/platform/sqlite/SqliteUserDefaults.h"
 
+#include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Wipe.h"
 #include "quarnet/platform/Platform.h"
 #include "quarnet/platform/glib/DataFolder.h"
@@ -57,24 +58,31 @@ public:
     {
       const std::lock_guard lock(mutex_);
       std::vector<Text> found(keys.size());
-      const bool isKnown = arePending(keys) || read(keys, found, failure);
+      const auto find = [&] {
+        const bool isKnown = arePending(keys) || read(keys, found, failure);
+        if (isKnown) overlayPending(keys, found);
+        return isKnown;
+      };
+      const bool isKnown = withinMemory(find, [&] {
+        file_.reset();
+        failure = described("not enough memory");
+        return false;
+      });
       patience_ = isKnown ? kPatience : kPatienceAgain;
-      if (isKnown) {
-        overlayPending(keys, found);
-        return found;
-      }
+      if (isKnown) return found;
     }
     log("user defaults cannot be read : ", harmless(failure));
     return std::nullopt;
   }
 
   void setValues(std::span<const Entry> entries) {
+    DefaultsDatabase::Changes changes;
+    for (const auto& [key, value] : entries)
+      changes[std::string(key)] = value ? Text(*value) : std::nullopt;
     const std::lock_guard lock(mutex_);
-    for (const auto& [key, value] : entries) {
-      Text& entry = pending_[std::string(key)];
-      wipe(entry);
-      entry = value ? Text(*value) : std::nullopt;
-    }
+    changes.merge(pending_);
+    forgetPending(); // what was set anew
+    pending_.swap(changes);
   }
 
   void synchronize() {
@@ -192,7 +200,7 @@ SqliteUserDefaults::values(std::span<const std::string_view> keys) noexcept {
   return implementation_->values(keys);
 }
 
-void SqliteUserDefaults::setValues(std::span<const Entry> entries) noexcept {
+void SqliteUserDefaults::setValues(std::span<const Entry> entries) {
   implementation_->setValues(entries);
 }
 

@@ -30,7 +30,8 @@ namespace quarnet::platform {
 /// texts that values() gave.
 ///
 /// A child made by fork() opens the file anew, provided that no other thread was inside the store
-/// at that instant. Memory that runs out here ends the process.
+/// at that instant. Texts that are too large for the memory
+/// count as not read.
 class QUARNET_EXPORT SqliteUserDefaults final : public UserDefaults {
 public:
   /// `path` is the file; empty for "<user's data folder>/<program's name>/quarnet.sqlite".
@@ -38,7 +39,7 @@ public:
   ~SqliteUserDefaults() override;
 
   std::optional<std::vector<Text>> values(std::span<const std::string_view> keys) noexcept override;
-  void setValues(std::span<const Entry> entries) noexcept override;
+  void setValues(std::span<const Entry> entries) override;
   void synchronize() noexcept override;
 
 private:

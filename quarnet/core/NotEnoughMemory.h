@@ -7,7 +7,7 @@
 
 namespace quarnet {
 
-inline constexpr const char* kNotEnoughMemory = "Not enough memory for the call";
+inline constexpr char kNotEnoughMemory[] = "Not enough memory for the call";
 
 /// What becomes of a call that is too large for the memory.
 inline Error notEnoughMemory() {
