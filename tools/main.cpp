@@ -5,12 +5,14 @@
 #include "tools/ReissueCommand.h"
 #include "tools/RequestCommand.h"
 #include "tools/Settings.h"
+#include "tools/Terminal.h"
 #include "tools/TokenCommand.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <new>
 #include <vector>
 
 namespace {
@@ -43,8 +45,13 @@ int runProgram(int argc, char** argv) {
   } catch (const CLI::ParseError& outcome) {
     return report(program, outcome);
   }
-  for (const auto& command : commands) {
-    if (command->chosen()) return command->run();
+  try {
+    for (const auto& command : commands) {
+      if (command->chosen()) return command->run();
+    }
+  } catch (const std::bad_alloc&) {
+    tell("there is not enough memory for this");
+    return kFailed;
   }
   return kWrongUsage;
 }
