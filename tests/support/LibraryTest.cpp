@@ -69,6 +69,13 @@ std::string LibraryTest::apiUrl(std::string_view path) {
   return "https://" + server().host() + std::string(path);
 }
 
+RequestBundle LibraryTest::bundleOf(HttpMethod method, std::string_view path) {
+  RequestBundle bundle;
+  bundle.setUrl(apiUrl(path));
+  bundle.setHttpMethod(method);
+  return bundle;
+}
+
 Text LibraryTest::stored(std::string_view key) const {
   return platform::SqliteUserDefaults(storeFile()).value(key);
 }

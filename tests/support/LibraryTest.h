@@ -77,6 +77,8 @@ protected:
   void signIn();
   /// An address of the sandbox without its suffix.
   static std::string apiUrl(std::string_view path);
+  /// A call to that address of the sandbox.
+  static RequestBundle bundleOf(HttpMethod method, std::string_view path = "/v1/a");
   std::string storeFile() const { return folder_ / "store.sqlite"; }
   /// What the store holds under the key, read by another connection.
   Text stored(std::string_view key) const;
