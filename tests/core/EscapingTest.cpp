@@ -6,8 +6,7 @@
 #include <iterator>
 #include <limits>
 
-// All of these are compared with plainer code by the inputs in fuzz/seeds/texts; what those leave
-// open is here.
+// What the inputs in fuzz/seeds/texts, which are compared with plainer code, leave open.
 
 namespace quarnet {
 namespace {

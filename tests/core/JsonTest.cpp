@@ -11,13 +11,6 @@ Text memberOf(const std::string& document, std::string_view name = "v") {
   return json ? memberText(json, name) : Text("invalid");
 }
 
-std::string repeated(std::string_view text, std::size_t count) {
-  std::string all;
-  while (count-- > 0)
-    all += text;
-  return all;
-}
-
 // What is valid, and what strings hold, the inputs in fuzz/seeds/json ask another reader.
 TEST(Json, PrintsEveryKindOfValueAsText) {
   const std::pair<std::string, std::string> cases[] = {
@@ -55,8 +48,11 @@ TEST(Json, FindsTheLastMemberOfANameAtItsOwnLevel) {
 
 TEST(Json, TakesAnySizeAndDepthInLittleMemory) {
   constexpr std::size_t kCount = std::size_t{1} << 20;
-  const std::string nested = repeated("[", kCount) + repeated("]", kCount);
-  const std::string flat = "[" + repeated("0,", kCount) + "0]";
+  const std::string nested = std::string(kCount, '[') + std::string(kCount, ']');
+  std::string flat = "[0";
+  for (std::size_t i = 0; i < kCount; ++i)
+    flat += ",0";
+  flat += ']';
   for (const std::string& value : {nested, flat}) {
     const std::string document = "{\"w\":" + value + ",\"v\":1}";
     rusage before{}, after{};
