@@ -2,12 +2,19 @@
 
 #include "quarnet/request/APIRequestState.h"
 
+#include <utility>
+
 namespace quarnet {
 
 APIRequest::APIRequest() : state_(std::make_shared<State>()) {}
 APIRequest::~APIRequest() = default;
-APIRequest::APIRequest(APIRequest&&) noexcept = default;
-APIRequest& APIRequest::operator=(APIRequest&&) noexcept = default;
+APIRequest::APIRequest(APIRequest&& other) noexcept : APIRequest() {
+  state_.swap(other.state_);
+}
+APIRequest& APIRequest::operator=(APIRequest&& other) noexcept {
+  state_ = std::exchange(other.state_, std::make_shared<State>());
+  return *this;
+}
 
 template <class Use>
 auto APIRequest::guarded(Use use) const {

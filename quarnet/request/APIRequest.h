@@ -35,6 +35,7 @@ public:
   /// A call that is under way is completed and delivered all the same, so a target that dies with
   /// its request is to be taken back before.
   ~APIRequest();
+  /// One that was moved from is as new.
   APIRequest(APIRequest&&) noexcept;
   APIRequest& operator=(APIRequest&&) noexcept;
 

@@ -148,7 +148,9 @@ TEST_F(Call, OfADroppedRequestIsToldToWhoIsRegisteredLast) {
     shortLived.setDelegateFinishedFailed(&app_, &Callbacks::finished, &Callbacks::failed);
     RequestBundle bundle = bundleOf(HttpMethod::GET);
     shortLived.aSyncRequestHTTPMethod(bundle, HttpMethod::POST);
-    shortLived.setDelegateFinishedFailed(&other, &Callbacks::finished, &Callbacks::failed);
+    APIRequest moved = std::move(shortLived);
+    EXPECT_EQ(shortLived._target(), nullptr); // and may be used again
+    moved.setDelegateFinishedFailed(&other, &Callbacks::finished, &Callbacks::failed);
   }
   EXPECT_TRUE(other.waitFor(1));
   EXPECT_TRUE(other.heard[0].finished);
