@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <mutex>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace quarnet::platform {
@@ -113,8 +114,9 @@ private:
   bool read(std::span<const std::string_view> keys, std::vector<Text>& found,
             std::string& failure) {
     if (!hasFile()) {
-      // Nothing was ever saved.
-      if (access(path().c_str(), F_OK) != 0 && errno == ENOENT) return true;
+      // Nothing was ever saved; of what lies behind a link that leads nowhere, nobody knows.
+      struct stat there {};
+      if (lstat(path().c_str(), &there) != 0 && errno == ENOENT) return true;
       if (!openFile(patience_, failure)) return false;
     }
     if (file_->read(keys, found, patience_)) return true;
