@@ -26,17 +26,17 @@ void TokenRecordStore::take(OAuthInfo::Fields taken) {
 }
 
 void TokenRecordStore::clear() {
-  {
-    const std::lock_guard lock(meeting);
-    OAuthInfo::sharedInstance().clearTokens();
-    toStore(OAuthInfo::sharedInstance().fields());
-  }
-  store().synchronize();
+  saveAfter([] { OAuthInfo::sharedInstance().clearTokens(); });
 }
 
 void TokenRecordStore::save() {
-  const auto set = [] {
+  saveAfter([] {});
+}
+
+void TokenRecordStore::saveAfter(void (*change)()) {
+  const auto set = [change] {
     const std::lock_guard lock(meeting);
+    change();
     toStore(OAuthInfo::sharedInstance().fields());
   };
   withinMemory(set, [] { platform::log("user defaults cannot be saved : ", kNotEnoughMemory); });

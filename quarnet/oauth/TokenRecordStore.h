@@ -29,6 +29,7 @@ public:
   static void restore();
 
 private:
+  static void saveAfter(void (*change)());
   static void toStore(const OAuthInfo::Fields& record);
 };
 

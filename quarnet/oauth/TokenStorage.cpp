@@ -41,7 +41,8 @@ Dictionary OAuthInfoManager::getOAuthInfoDictionary() {
   const std::string_view keys[] = {VORNEL_HEADER_ACCESS_TOKEN, VORNEL_HEADER_REFRESH_TOKEN};
   auto values = Platform::current().userDefaults->values(keys);
   Dictionary stored;
-  for (std::size_t i = 0; values && i < values->size(); ++i) {
+  if (!values || values->size() != std::size(keys)) return stored;
+  for (std::size_t i = 0; i < std::size(keys); ++i) {
     Text& value = (*values)[i];
     if (!value) break; // without an access token the refresh token is not shown either
     stored[std::string(keys[i])] = std::move(*value);

@@ -7,7 +7,7 @@ namespace quarnet::platform {
 /// 2001-01-01 00:00:00 UTC, in seconds since 1970-01-01 00:00:00 UTC.
 inline constexpr double kReferenceDate = 978'307'200.0;
 
-/// Tells the time. Safe from any thread.
+/// Tells the time. Safe from any thread; throws nothing.
 class QUARNET_EXPORT Clock {
 public:
   virtual ~Clock() = default;

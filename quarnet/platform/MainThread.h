@@ -6,7 +6,7 @@
 
 namespace quarnet::platform {
 
-/// Delivers calls to the application's main thread.
+/// Delivers calls to the application's main thread. Throws nothing, whatever a call does.
 class QUARNET_EXPORT MainThread {
 public:
   virtual ~MainThread() = default;

@@ -108,6 +108,7 @@ public:
     std::vector<Text> found;
     for (const std::string_view key : keys)
       found.push_back(texts_[std::string(key)]);
+    found.resize(found.size() + surplus, "x");
     return found;
   }
   void setValues(std::span<const Entry> entries) override {
@@ -119,6 +120,7 @@ public:
   void synchronize() override {}
 
   std::function<void()> beforeSetting; // once
+  std::size_t surplus = 0;
 
 private:
   std::mutex mutex_;
@@ -139,6 +141,15 @@ protected:
   }
   std::shared_ptr<MemoryDefaults> store_ = std::make_shared<MemoryDefaults>();
 };
+
+TEST_F(TokenRaces, AStoreWithoutRoomAndOneThatGivesTooMuchHarmNobody) {
+  manager_.setOAuthInfoWithJSON(answerOf("A"));
+  store_->surplus = 1;
+  EXPECT_TRUE(manager_.getOAuthInfoDictionary().empty());
+  store_->beforeSetting = [] { throw std::bad_alloc(); };
+  EXPECT_NO_THROW(manager_.setOAuthInfoWithJSON(answerOf("B")));
+  EXPECT_EQ(record_.accessToken(), "A");
+}
 
 TEST_F(TokenRaces, ARestoreNeitherMixesTokensNorPutsOldOnesBack) {
   std::atomic<bool> isOver = false;
