@@ -10,14 +10,7 @@ using platform::RedactingLog;
 using sandbox::Misbehaviour;
 using ::testing::HasSubstr;
 
-class LogTest : public LoginTest {
-protected:
-  static void useRedacted(std::shared_ptr<Log> log) {
-    platform::Platform services = platform::Platform::current();
-    services.log = std::make_shared<RedactingLog>(std::move(log));
-    platform::Platform::install(std::move(services));
-  }
-};
+using LogTest = LoginTest;
 
 class RudeLog final : public Log {
 public:
@@ -32,7 +25,7 @@ public:
 
 TEST_F(LogTest, MayThrowAndCallTheLibraryAsMayACallback) {
   const auto rude = std::make_shared<RudeLog>();
-  useRedacted(rude);
+  use(&platform::Platform::log, std::make_shared<RedactingLog>(rude));
   std::filesystem::create_directory(storeFile());
   testing::internal::CaptureStderr();
   record_.setAccessToken("a");
@@ -51,7 +44,7 @@ TEST_F(LogTest, MayThrowAndCallTheLibraryAsMayACallback) {
 }
 
 TEST_F(LogTest, OnlyWhatIsMarkedAsHarmlessOrMissingIsShown) {
-  useRedacted(log_);
+  use(&platform::Platform::log, std::make_shared<RedactingLog>(log_));
   const std::string secret = "a";
   platform::log("name : ", secret, ", ", platform::harmless(secret), secret.c_str(), std::string(),
                 std::string("(null)"), std::string_view("(null) "));
@@ -62,7 +55,7 @@ TEST_F(LogTest, ARedactedSessionShowsNoSecretAndAllElse) {
   // "Zq7" is in every secret, behind all that could be taken for its end.
   const std::string secret =
       R"('x'Zq7%22x%22Zq7","scope":"Zq7\"Zq7\\u0022&scope=Zq7#?Zq7, Accept: Zq7; {"a":	"Zq7"})";
-  useRedacted(log_);
+  use(&platform::Platform::log, std::make_shared<RedactingLog>(log_));
 
   // A reissue that is refused, and a sign-in.
   record_.setAccessToken(secret);
