@@ -108,7 +108,6 @@ public:
   Service& service() { return service_; }
   const tcp::endpoint& endpoint() const { return endpoint_; }
   std::size_t open() const { return open_; }
-  std::size_t peak() const { return peak_; }
   std::uint64_t accepted() const { return accepted_; }
 
 private:
@@ -138,10 +137,7 @@ private:
         continue;
       }
       ++accepted_;
-      const std::size_t open = ++open_;
-      std::size_t peak = peak_;
-      while (open > peak && !peak_.compare_exchange_weak(peak, open)) {
-      }
+      ++open_;
       asio::post(worker.context, [this, &worker, socket = std::move(socket)]() mutable {
         start(worker, std::move(socket));
       });
@@ -166,7 +162,6 @@ private:
   tcp::acceptor acceptor_;
   Service service_;
   std::atomic<std::size_t> open_{0};
-  std::atomic<std::size_t> peak_{0};
   std::atomic<std::uint64_t> accepted_{0};
   std::mutex stopMutex_;
 };
@@ -219,9 +214,6 @@ std::uint64_t Server::requestCount() const {
 
 std::size_t Server::openConnections() const {
   return impl_->open();
-}
-std::size_t Server::peakConnections() const {
-  return impl_->peak();
 }
 std::uint64_t Server::acceptedConnections() const {
   return impl_->accepted();

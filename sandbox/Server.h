@@ -58,7 +58,6 @@ public:
   std::uint64_t requestCount() const;
 
   std::size_t openConnections() const;
-  std::size_t peakConnections() const;
   std::uint64_t acceptedConnections() const;
 
 private:
