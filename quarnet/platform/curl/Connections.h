@@ -2,7 +2,7 @@
 
 #include "quarnet/platform/curl/Background.h"
 #include "quarnet/platform/curl/CurlHttpClient.h"
-#include "quarnet/platform/curl/Transfer.h"
+#include "quarnet/platform/curl/Sender.h"
 
 #include <memory>
 #include <mutex>
@@ -12,18 +12,17 @@
 
 namespace quarnet::platform {
 
-/// All that a client has open: handles that wait for the next synchronous send with their
-/// connections kept alive, and the threads of the asynchronous ones. Of one process; safe from any
-/// thread of it.
+/// All that a client has open: senders that wait for the next synchronous send, and the threads of
+/// the asynchronous ones. Of one process; safe from any thread of it.
 class Connections {
 public:
   explicit Connections(const CurlHttpClientOptions& options);
 
-  /// A handle for one synchronous send to `url`: the last one that was there, whose connection may
+  /// A sender for one synchronous send to `url`: the last one that was there, whose connection may
   /// still be open, or a new one.
-  std::unique_ptr<Transfer> take(std::string_view url);
-  /// Keeps the handle for the next send to where `url` lies.
-  void giveBack(std::unique_ptr<Transfer> transfer, std::string_view url);
+  std::unique_ptr<Sender> take(std::string_view url);
+  /// Keeps the sender for the next send to where `url` lies.
+  void giveBack(std::unique_ptr<Sender> sender, std::string_view url);
 
   /// The client's threads, made with the first call. Throws std::system_error when none can be
   /// made.
@@ -36,7 +35,7 @@ public:
 private:
   struct Idle {
     std::string origin;
-    std::unique_ptr<Transfer> transfer;
+    std::unique_ptr<Sender> sender;
   };
 
   const std::size_t maximumBodySize_;

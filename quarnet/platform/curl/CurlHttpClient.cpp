@@ -38,13 +38,10 @@ CurlHttpClient::~CurlHttpClient() = default;
 
 HttpResult CurlHttpClient::sendSynchronously(const HttpRequest& request) noexcept {
   Connections& connections = implementation_->connections();
-  std::unique_ptr<Transfer> transfer = connections.take(request.url);
-  bool goesOn = transfer->begin(request);
-  while (goesOn)
-    goesOn = transfer->advance(curl_easy_perform(transfer->easy()));
-  HttpResult result = transfer->takeResult();
+  std::unique_ptr<Sender> sender = connections.take(request.url);
+  HttpResult result = sender->send(request);
   // What failed may have no connection, and must not push out what has.
-  if (!result.error) connections.giveBack(std::move(transfer), request.url);
+  if (!result.error) connections.giveBack(std::move(sender), request.url);
   return result;
 }
 

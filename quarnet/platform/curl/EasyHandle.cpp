@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <climits>
 #include <new>
-#include <utility>
 
 namespace quarnet::platform {
 namespace {
@@ -39,22 +38,29 @@ std::string pathWithQuery(CURLU* address) {
 
 } // namespace
 
-EasyHandle::EasyHandle(TrustStore& trust)
-    : address_(curl_url(), curl_url_cleanup), easy_(curl_easy_init(), curl_easy_cleanup) {
-  if (!easy_ || !address_) throw std::bad_alloc();
+EasyHandle::EasyHandle(TrustStore& trust, CURLSH* share)
+    : trust_(trust), share_(share), address_(curl_url(), curl_url_cleanup),
+      easy_(nullptr, curl_easy_cleanup) {
+  if (!address_) throw std::bad_alloc();
+}
+
+void EasyHandle::renew() {
+  easy_.reset(curl_easy_init());
+  if (!easy_) throw std::bad_alloc();
+  errorText_[0] = '\0';
   CURL* easy = get();
+  curl_easy_setopt(easy, CURLOPT_SHARE, share_);
   curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_.data());
   curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
   curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
   // A time-out in the middle of a name look-up would else wait for the resolver all the same.
   curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
-  trust.applyTo(easy);
+  trust_.applyTo(easy);
 }
 
 Text EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
                          std::chrono::milliseconds timeout, bool mayUseHttp2) {
-  errorText_[0] = '\0';
   headers_.assign(request, hop);
   const std::size_t headSize = hop.url.size() + headers_.size();
   if (headSize > kMaximumHead) {
@@ -68,43 +74,39 @@ Text EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
   setMethod(hop, body);
   setAddress(hop.url);
   curl_easy_setopt(get(), CURLOPT_HTTPHEADER, headers_.get());
-  setRare(CURLOPT_TIMEOUT_MS, limit, rare_.timeout);
-  const bool offersHttp2 = mayUseHttp2 && !isLarge && isEncrypted(hop.url);
-  setRare<long>(CURLOPT_HTTP_VERSION, offersHttp2 ? CURL_HTTP_VERSION_2TLS : CURL_HTTP_VERSION_1_1,
-                rare_.httpVersion);
+  curl_easy_setopt(get(), CURLOPT_TIMEOUT_MS, limit);
+  offersHttp2_ = mayUseHttp2 && !isLarge && isEncrypted(hop.url);
+  curl_easy_setopt(get(), CURLOPT_HTTP_VERSION,
+                   offersHttp2_ ? CURL_HTTP_VERSION_2TLS : CURL_HTTP_VERSION_1_1);
   // The same for the server, and another one for libcurl 7.88: it would put a request that may
   // share a connection of HTTP/2 on one of HTTP/1.1 where another request is under way.
-  const long unshared = offersHttp2 ? 0 : CURL_SSLVERSION_MAX_TLSv1_3;
-  setRare(CURLOPT_SSLVERSION, CURL_SSLVERSION_TLSv1_2 | unshared, rare_.tlsVersions);
+  const long unshared = offersHttp2_ ? 0 : CURL_SSLVERSION_MAX_TLSv1_3;
+  curl_easy_setopt(get(), CURLOPT_SSLVERSION, CURL_SSLVERSION_TLSv1_2 | unshared);
   // Waits for the connection that is being made, to share it when HTTP/2 comes of it.
-  setRare(CURLOPT_PIPEWAIT, offersHttp2, rare_.offersHttp2);
-  setRare(CURLOPT_UPLOAD_BUFFERSIZE, headSize > kSmallHead ? kLargeUploadBuffer : kUploadBuffer,
-          rare_.uploadBuffer);
+  curl_easy_setopt(get(), CURLOPT_PIPEWAIT, long{offersHttp2_});
+  curl_easy_setopt(get(), CURLOPT_UPLOAD_BUFFERSIZE,
+                   headSize > kSmallHead ? kLargeUploadBuffer : kUploadBuffer);
   return std::nullopt;
-}
-
-template <typename Value>
-void EasyHandle::setRare(CURLoption option, Value value, Value& last) {
-  if (std::exchange(last, value) != value) curl_easy_setopt(get(), option, long{value});
 }
 
 // Handed over in parts: an address in one piece would be taken apart, put together again and its
 // query copied, the last two by libcurl's printf, at some sixty instructions a character.
 void EasyHandle::setAddress(const std::string& url) {
-  if (url == url_) return;
-  url_.clear();
-  // What cannot be parsed is left to libcurl to refuse in its own words, and an IPv6 zone is lost
-  // on the way. Over http there may be a proxy, which wants the whole address.
-  const bool isParsed = curl_url_set(address_.get(), CURLUPART_URL, url.c_str(), 0) == CURLUE_OK &&
-                        !partOf(address_.get(), CURLUPART_ZONEID, 0);
-  const std::string target = isParsed && isEncrypted(url) ? pathWithQuery(address_.get()) : "";
+  if (url != url_) {
+    url_.clear();
+    // What cannot be parsed is left to libcurl to refuse in its own words, and an IPv6 zone is lost
+    // on the way. Over http there may be a proxy, which wants the whole address.
+    isParsed_ = curl_url_set(address_.get(), CURLUPART_URL, url.c_str(), 0) == CURLUE_OK &&
+                !partOf(address_.get(), CURLUPART_ZONEID, 0);
+    target_ = isParsed_ && isEncrypted(url) ? pathWithQuery(address_.get()) : "";
+    url_ = url;
+  }
   const bool isSet =
       curl_easy_setopt(get(), CURLOPT_URL, url.c_str()) == CURLE_OK &&
-      curl_easy_setopt(get(), CURLOPT_CURLU, isParsed ? address_.get() : nullptr) == CURLE_OK &&
-      curl_easy_setopt(get(), CURLOPT_REQUEST_TARGET, target.empty() ? nullptr : target.c_str()) ==
-          CURLE_OK;
+      curl_easy_setopt(get(), CURLOPT_CURLU, isParsed_ ? address_.get() : nullptr) == CURLE_OK &&
+      (target_.empty() ||
+       curl_easy_setopt(get(), CURLOPT_REQUEST_TARGET, target_.c_str()) == CURLE_OK);
   if (!isSet) throw std::bad_alloc();
-  url_ = url;
 }
 
 void EasyHandle::setMethod(const Hop& hop, const Data* body) {
@@ -124,10 +126,7 @@ void EasyHandle::setMethod(const Hop& hop, const Data* body) {
     curl_easy_setopt(get(), CURLOPT_HTTPGET, 1L);
     customMethod = hop.method.c_str();
   }
-  const bool wasCustom = std::exchange(rare_.customMethod, customMethod != nullptr);
-  if (wasCustom || rare_.customMethod) {
-    curl_easy_setopt(get(), CURLOPT_CUSTOMREQUEST, customMethod);
-  }
+  if (customMethod != nullptr) curl_easy_setopt(get(), CURLOPT_CUSTOMREQUEST, customMethod);
 }
 
 } // namespace quarnet::platform

@@ -12,15 +12,19 @@
 
 namespace quarnet::platform {
 
-/// A libcurl handle that is used for one request after the other. What never changes is set when it
-/// is made; a request sets the rest. Redirects are not followed here.
+/// A libcurl handle, a new one for each hop. Redirects are not followed here.
 class EasyHandle {
 public:
-  /// `trust` must outlive the handle.
-  explicit EasyHandle(TrustStore& trust);
+  /// What `share` holds outlives the single hop. `trust` and `share` must outlive the handle.
+  EasyHandle(TrustStore& trust, CURLSH* share);
 
-  /// Sets the handle up for one hop of `request`, which must stay as it is until the transfer has
-  /// ended. HTTP/2 is offered to the server where it does good, if `mayUseHttp2`. Returns why
+  /// Puts a new libcurl handle in the place of the last one. libcurl keeps things of an answer or a
+  /// failure for a handle's whole life: 7.88 uses memory that it freed when the next answer's first
+  /// field begins with a blank, and counts of failures decide about the next request.
+  void renew();
+
+  /// Sets the new handle up for one hop of `request`, which must stay as it is until the transfer
+  /// has ended. HTTP/2 is offered to the server where it does good, if `mayUseHttp2`. Returns why
   /// the request cannot be sent, or absent. Throws std::bad_alloc.
   Text prepare(const HttpRequest& request, const Hop& hop, std::chrono::milliseconds timeout,
                bool mayUseHttp2);
@@ -28,32 +32,24 @@ public:
   CURL* get() const { return easy_.get(); }
 
   /// Whether the hop's connection may become one of HTTP/2.
-  bool offersHttp2() const { return rare_.offersHttp2; }
+  bool offersHttp2() const { return offersHttp2_; }
 
   /// What libcurl said about the last failure; may be empty.
   const char* errorText() const { return errorText_.data(); }
 
 private:
-  /// What changes seldom, as libcurl has it.
-  struct Rare {
-    long timeout = 0;
-    long httpVersion = CURL_HTTP_VERSION_NONE;
-    long tlsVersions = CURL_SSLVERSION_DEFAULT;
-    long uploadBuffer = 0;
-    bool offersHttp2 = false;
-    bool customMethod = false;
-  };
-
   void setAddress(const std::string& url);
   void setMethod(const Hop& hop, const Data* body);
-  template <typename Value>
-  void setRare(CURLoption option, Value value, Value& last);
 
+  TrustStore& trust_;
+  CURLSH* const share_;
   std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> address_;
   std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_;
-  /// The address in force, as text.
+  /// What address_ holds, as text, and what of it is the request's target.
   std::string url_;
-  Rare rare_;
+  std::string target_;
+  bool isParsed_ = false;
+  bool offersHttp2_ = false;
   HeaderList headers_;
   std::array<char, CURL_ERROR_SIZE> errorText_{};
 };

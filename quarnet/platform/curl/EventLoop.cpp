@@ -15,8 +15,8 @@ constexpr std::chrono::milliseconds kBetweenReminders{500};
 } // namespace
 
 struct EventLoop::Flight {
-  Flight(TrustStore& trust, std::size_t maximumBodySize, Goaways& goaways)
-      : transfer(trust, maximumBodySize, &goaways) {}
+  Flight(TrustStore& trust, std::size_t maximumBodySize, CURLSH* share, Goaways& goaways)
+      : transfer(trust, maximumBodySize, share, &goaways) {}
 
   Transfer transfer;
   Submission submission;
@@ -136,7 +136,7 @@ void EventLoop::launch(SendQueue::Next next) {
 }
 
 void EventLoop::addFlight() {
-  flights_.push_back(std::make_unique<Flight>(trust_, maximumBodySize_, goaways_));
+  flights_.push_back(std::make_unique<Flight>(trust_, maximumBodySize_, share_.get(), goaways_));
   idle_.push_back(flights_.back().get());
 }
 

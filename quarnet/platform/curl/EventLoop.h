@@ -3,6 +3,7 @@
 #include "quarnet/platform/HttpClient.h"
 #include "quarnet/platform/curl/Goaways.h"
 #include "quarnet/platform/curl/SendQueue.h"
+#include "quarnet/platform/curl/Share.h"
 #include "quarnet/platform/curl/Transfer.h"
 #include "quarnet/platform/glib/WorkerPool.h"
 
@@ -56,6 +57,7 @@ private:
   TrustStore& trust_;
   const std::size_t maximumBodySize_;
   WorkerPool& workers_;
+  Share share_;
   std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> multi_;
   /// Never sends anything.
   std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> reminder_;

@@ -30,13 +30,11 @@ std::optional<unsigned> numberIn(std::string_view line, std::string_view beginni
 
 } // namespace
 
-Transfer::Transfer(TrustStore& trust, std::size_t maximumBodySize, Goaways* goaways)
-    : trust_(trust), maximumBodySize_(maximumBodySize), goaways_(goaways) {
-  makeHandle();
-}
+Transfer::Transfer(TrustStore& trust, std::size_t maximumBodySize, CURLSH* share, Goaways* goaways)
+    : trust_(trust), maximumBodySize_(maximumBodySize), goaways_(goaways), handle_(trust, share) {}
 
-void Transfer::makeHandle() {
-  handle_.emplace(trust_);
+void Transfer::renewHandle() {
+  handle_.renew();
   curl_easy_setopt(easy(), CURLOPT_HEADERFUNCTION, onHeader);
   curl_easy_setopt(easy(), CURLOPT_HEADERDATA, this);
   curl_easy_setopt(easy(), CURLOPT_WRITEFUNCTION, onBody);
@@ -49,7 +47,6 @@ void Transfer::makeHandle() {
   // times. This keeps it from that, over HTTP as well; what the server refused is not concerned.
   repeatsOnlyWhatWasRefused_ =
       curl_easy_setopt(easy(), CURLOPT_RTSP_REQUEST, long{CURL_RTSPREQ_RECEIVE}) == CURLE_OK;
-  isWorn_ = false;
 }
 
 bool Transfer::begin(const HttpRequest& request) noexcept {
@@ -82,7 +79,6 @@ bool Transfer::advance(CURLcode code) noexcept {
     // libcurl lets an answer pass whose head was cut off or never came.
     if (code == CURLE_OK && !result_.response) code = CURLE_PARTIAL_FILE;
     if (code != CURLE_OK) {
-      isWorn_ = true;
       return maySendAgain(failedAttempt(code)) ? sendAgain() : fail(code, describe(code));
     }
     const char* next = nullptr;
@@ -126,14 +122,13 @@ bool Transfer::prepareHop() {
   if ((redirects_ > 0 || resends_ > 0) && left.count() <= 0) {
     return fail(CURLE_OPERATION_TIMEDOUT, "The time was up before the request could be sent again");
   }
-  if (isWorn_) makeHandle();
-  curl_easy_setopt(easy(), CURLOPT_VERBOSE, 0L);
+  renewHandle();
   refusal_ = CURLE_OK;
   starts_ = 0;
   stream_ = 0;
   // Some servers end an HTTP/2 connection after a few requests and refuse the others on it.
   const bool mayUseHttp2 = goaways_ != nullptr && resends_ <= kMaximumResends / 2;
-  if (Text problem = handle_->prepare(*request_, hop_, left, mayUseHttp2)) {
+  if (Text problem = handle_.prepare(*request_, hop_, left, mayUseHttp2)) {
     return fail(CURLE_BAD_FUNCTION_ARGUMENT, std::move(*problem));
   }
   return true;
@@ -182,7 +177,7 @@ std::string Transfer::describe(CURLcode code) const {
   if (refusal_ == CURLE_OUT_OF_MEMORY) return "Not enough memory for the answer";
   if (code == CURLE_SSL_CACERT_BADFILE && trust_.problem()) return *trust_.problem();
   if (starts_ > 1) return "The connection ended before an answer came";
-  const char* text = handle_->errorText();
+  const char* text = handle_.errorText();
   if (*text != '\0') return text;
   if (code != CURLE_PARTIAL_FILE || result_.response) return curl_easy_strerror(code);
   return "The connection was closed in the middle of the answer's head";
@@ -197,7 +192,7 @@ int Transfer::onStart(void* transfer, char* farAddress, char*, int farPort, int 
     self.connection_ = {farAddress, farPort, nearPort};
     if (self.isOnNewConnection()) self.goaways_->begin(self.connection_);
     // Not earlier, since libcurl writes a lot.
-    curl_easy_setopt(self.easy(), CURLOPT_VERBOSE, long{self.handle_->offersHttp2()});
+    curl_easy_setopt(self.easy(), CURLOPT_VERBOSE, long{self.handle_.offersHttp2()});
   }
   return CURL_PREREQFUNC_OK;
 }

@@ -12,14 +12,15 @@ namespace quarnet::platform {
 /// it.
 ///
 ///     bool goesOn = transfer.begin(request);
-///     while (goesOn) goesOn = transfer.advance(curl_easy_perform(transfer.easy()));
+///     while (goesOn) goesOn = transfer.advance(code of performing transfer.easy());
 ///     return transfer.takeResult();
 class Transfer {
 public:
   /// With `goaways`, the transfer is one of many of a multi handle, and they share an HTTP/2
   /// connection where the server offers it; one that has its connection to itself, without
-  /// `goaways`, is cheaper over HTTP/1.1. `trust` and `goaways` must outlive the transfer.
-  Transfer(TrustStore& trust, std::size_t maximumBodySize, Goaways* goaways);
+  /// `goaways`, is cheaper over HTTP/1.1. `share` holds what outlives a hop. All must outlive the
+  /// transfer.
+  Transfer(TrustStore& trust, std::size_t maximumBodySize, CURLSH* share, Goaways* goaways);
   Transfer(const Transfer&) = delete;
   Transfer& operator=(const Transfer&) = delete;
 
@@ -27,13 +28,13 @@ public:
   /// is taken. False when nothing is to be sent, because the result is there already.
   bool begin(const HttpRequest& request) noexcept;
 
-  /// Takes note of how libcurl ended. True when easy(), which may be another handle now, is set up
-  /// for another hop or attempt, false when the result is there.
+  /// Takes note of how libcurl ended. True when easy(), which is another handle now, is set up for
+  /// another hop or attempt, false when the result is there.
   bool advance(CURLcode code) noexcept;
 
   HttpResult takeResult();
 
-  CURL* easy() const { return handle_->get(); }
+  CURL* easy() const { return handle_.get(); }
 
 private:
   using Clock = std::chrono::steady_clock;
@@ -45,7 +46,7 @@ private:
   void receiveHeaderLine(std::string_view line);
   bool receiveBody(std::string_view piece) noexcept;
 
-  void makeHandle();
+  void renewHandle();
   bool follow(std::string url);
   bool sendAgain();
   bool prepareHop();
@@ -57,10 +58,7 @@ private:
   TrustStore& trust_;
   const std::size_t maximumBodySize_;
   Goaways* const goaways_;
-  std::optional<EasyHandle> handle_;
-  /// Whether the handle failed: libcurl keeps counts and marks of failures for a handle's whole
-  /// life, and they must not decide about another attempt.
-  bool isWorn_ = false;
+  EasyHandle handle_;
   /// Whether libcurl starts a request over on its own only when the server refused it.
   bool repeatsOnlyWhatWasRefused_ = false;
   const HttpRequest* request_ = nullptr;
