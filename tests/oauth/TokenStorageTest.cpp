@@ -100,22 +100,17 @@ TEST_F(TokenStorage, TheDictionaryStopsAtTheFirstAbsentToken) {
             (Dictionary{{"access_token", "A"}, {"refresh_token", "R"}}));
 }
 
-/// In memory, with something to happen whenever texts are set.
-class MemoryDefaults final : public platform::UserDefaults {
+/// In memory, as what is saved nowhere, with something to happen whenever texts are set.
+class HookedDefaults final : public platform::UserDefaults {
 public:
   std::optional<std::vector<Text>> values(std::span<const std::string_view> keys) override {
-    const std::lock_guard lock(mutex_);
-    std::vector<Text> found;
-    for (const std::string_view key : keys)
-      found.push_back(texts_[std::string(key)]);
-    found.resize(found.size() + surplus, "x");
+    auto found = store_.values(keys);
+    found->resize(found->size() + surplus, "x");
     return found;
   }
   void setValues(std::span<const Entry> entries) override {
     if (const auto happens = std::exchange(beforeSetting, nullptr)) happens();
-    const std::lock_guard lock(mutex_);
-    for (const auto& [key, value] : entries)
-      texts_[std::string(key)] = value ? Text(*value) : std::nullopt;
+    store_.setValues(entries);
   }
   void synchronize() override {}
 
@@ -123,8 +118,7 @@ public:
   std::size_t surplus = 0;
 
 private:
-  std::mutex mutex_;
-  std::map<std::string, Text> texts_;
+  platform::SqliteUserDefaults store_{"/nowhere/store"};
 };
 
 std::string answerOf(const std::string& name) {
@@ -139,7 +133,7 @@ protected:
     use(&platform::Platform::userDefaults, store_);
     use(&platform::Platform::log, std::make_shared<platform::NullLog>());
   }
-  std::shared_ptr<MemoryDefaults> store_ = std::make_shared<MemoryDefaults>();
+  std::shared_ptr<HookedDefaults> store_ = std::make_shared<HookedDefaults>();
 };
 
 TEST_F(TokenRaces, AStoreWithoutRoomAndOneThatGivesTooMuchHarmNobody) {
