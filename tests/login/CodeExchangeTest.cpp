@@ -79,26 +79,13 @@ TEST_F(CodeExchange, EveryAnswerHasItsOutcome) {
   EXPECT_EQ(app_.onWrongThread, 0);
 }
 
-TEST_F(CodeExchange, IsSilentWhereNobodyIsToBeTold) {
+TEST_F(CodeExchange, AnEmptyAnswerIsNone) {
   server().misbehave("/oauth/token", Misbehaviour::empty());
   open()->finish(completionUrl("any"));
   EXPECT_TRUE(waitForLog("Nothing was downloaded."));
   Callbacks::letPass();
   EXPECT_FALSE(closing());
   EXPECT_EQ(record_.accessToken(), std::nullopt);
-
-  server().behave();
-  for (const CallbackTriple& nobody :
-       {CallbackTriple{nullptr, &Callbacks::finished, &Callbacks::failed},
-        CallbackTriple{&app_, nullptr, &Callbacks::failed}}) {
-    client_->loginFinishedFailed(nobody);
-    toolkit_->advance(500ms);
-    toolkit_->webView()->finish(completionUrl(server().issueCode()));
-    EXPECT_TRUE(platform::GlibMainThread::runUntil([&] { return closing(); }, 10s));
-    EXPECT_TRUE(server().tokenIsLive(*record_.accessToken()));
-    toolkit_->advance(500ms);
-  }
-  Callbacks::letPass();
   EXPECT_TRUE(app_.heard.empty());
 }
 

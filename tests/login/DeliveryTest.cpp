@@ -86,6 +86,8 @@ protected:
     call();
     letPass();
     EXPECT_EQ(leaver.heard, 1);
+    call(); // nobody is to be told
+    letPass();
   }
 };
 

@@ -4,7 +4,6 @@
 #include "sandbox/Server.h"
 #include "tests/support/Callbacks.h"
 
-#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QTimer>
 #include <algorithm>
@@ -15,8 +14,6 @@ using namespace quarnet;
 int main(int argc, char** argv) {
   constexpr std::size_t kCalls = 500;
   const QCoreApplication qt(argc, argv);
-  std::printf("Qt %s, event dispatcher %s\n", qVersion(),
-              QAbstractEventDispatcher::instance()->metaObject()->className());
 
   sandbox::Server server;
   platform::Platform::install({.httpClient = std::make_shared<platform::CurlHttpClient>(
