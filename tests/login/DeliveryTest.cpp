@@ -42,14 +42,7 @@ class Delivery : public LoginTest {
 protected:
   void SetUp() override {
     LoginTest::SetUp();
-    use({.httpClient = std::make_shared<ReadyAnswer>(), .mainThread = nullptr});
-  }
-
-  void use(platform::Platform replacements) {
-    replacements.userDefaults = platform::Platform::current().userDefaults;
-    replacements.log = log_;
-    replacements.toolkit = toolkit_;
-    platform::Platform::install(std::move(replacements));
+    use(&platform::Platform::httpClient, std::make_shared<ReadyAnswer>());
   }
 
   /// What holds of everything that an application registers with.
@@ -133,7 +126,7 @@ TEST_F(Delivery, ComesWhenTheTokensAreSavedAndTheScreenCloses) {
   mainThread->look = [&] {
     posts.emplace_back(record_.accessToken(), stored("access_token"), closing());
   };
-  use({.httpClient = std::make_shared<ReadyAnswer>(), .mainThread = mainThread});
+  use(&platform::Platform::mainThread, mainThread);
   open();
   client_->readUrl("https://h/");
   EXPECT_THAT(posts, ElementsAre(Moment("success", "success", false), // the closing
