@@ -46,10 +46,6 @@ protected:
     return log_->count(line) > 0;
   }
 
-  std::string authorizationUrl() const {
-    return apiUrl("/oauth/authorize?client_id=demo-client&response_type=code&scope=profile"
-                  "&redirect_uri=about:blank");
-  }
   static std::string completionUrl(const std::string& code) {
     return apiUrl("/oauth/access_complete_mobile?code=" + code + "&state=1");
   }
