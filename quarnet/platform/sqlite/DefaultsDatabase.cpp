@@ -162,7 +162,13 @@ bool DefaultsDatabase::trustsJournals() {
   const char* const file = sqlite3_db_filename(connection_.get(), "main");
   for (const char* const journal : {sqlite3_filename_journal(file), sqlite3_filename_wal(file)}) {
     std::string refusal;
-    if (findPrivateFile(journal, refusal)) continue;
+    struct stat link {};
+    // SQLite never makes a link there, and what one leads to is not to be touched.
+    if (lstat(journal, &link) == 0 && S_ISLNK(link.st_mode)) {
+      refusal = "this is a link";
+    } else if (findPrivateFile(journal, refusal)) {
+      continue;
+    }
     ownReason_ = std::string(journal) + ": " + refusal;
     return false;
   }
