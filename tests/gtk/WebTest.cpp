@@ -106,7 +106,7 @@ TEST_F(WebTest, EveryNavigationIsJudgedRedirectsIncluded) {
 TEST_F(WebTest, WhatDoesNotLoadIsReportedAndNeverFinishes) {
   pages_ = {{"/archive", answer("PK", "Content-Type: application/zip\r\n")},
             {"/nothing", "HTTP/1.1 204 No Content\r\nContent-Type: application/zip\r\n\r\n"}};
-  const std::string gone = WireServer(nullptr).url();
+  const std::string gone = WireServer([](int) {}).url();
   show();
   const std::pair<std::string, const char*> cases[] = {
       {gone + "?access_complete_mobile&code=abc", ""},

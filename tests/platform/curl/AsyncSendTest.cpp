@@ -1,136 +1,85 @@
+#include "Calls.h"
 #include "WireServer.h"
 #include "sandbox/Server.h"
 
-#include "quarnet/platform/curl/CurlHttpClient.h"
-
-#include <condition_variable>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <map>
-#include <optional>
 
 namespace quarnet::test {
 namespace {
 
 using namespace std::chrono_literals;
 using platform::CurlHttpClient;
-using platform::HttpRequest;
-using platform::HttpResult;
-using sandbox::Misbehaviour;
+using testing::ElementsAre;
+using testing::Pair;
 
-std::shared_ptr<const HttpRequest> post(std::string url, std::chrono::milliseconds timeout = 60s) {
-  HttpRequest request;
-  request.url = std::move(url);
-  request.method = "POST";
-  request.body = std::make_shared<Data>("body");
-  request.timeout = timeout;
-  return std::make_shared<HttpRequest>(std::move(request));
+std::string fine(const std::string&) {
+  return answer("fine");
 }
 
-/// Counts how often each of so many sends has completed.
-class Completions {
-public:
-  explicit Completions(std::size_t sends) : counts_(sends) {}
+std::string silent(const std::string&) {
+  return WireServer::kSilence;
+}
 
-  CurlHttpClient::Completion at(std::size_t index) {
-    return [this, index](const HttpResult& result) {
-      const std::lock_guard lock(mutex_);
-      ++counts_[index];
-      ++outcomes_[result.error ? *result.error->description : result.body];
-      ++completed_;
-      changed_.notify_all();
-    };
-  }
-
-  /// Waits until `count` sends have completed.
-  bool wait(std::size_t count, std::chrono::seconds limit = 60s) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, limit, [&] { return completed_ >= count; });
-  }
-
-  bool eachOnce() {
-    const std::lock_guard lock(mutex_);
-    return std::count(counts_.begin(), counts_.end(), 1) == std::ssize(counts_);
-  }
-
-  int outcome(const std::string& text) {
-    const std::lock_guard lock(mutex_);
-    return outcomes_[text];
-  }
-
-private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::vector<int> counts_;
-  std::map<std::string, int> outcomes_;
-  std::size_t completed_ = 0;
-};
-
-std::size_t threadCount() {
+std::ptrdiff_t threadCount() {
   const std::filesystem::directory_iterator threads("/proc/self/task");
-  return static_cast<std::size_t>(std::distance(begin(threads), end(threads)));
+  return std::distance(begin(threads), end(threads));
 }
 
 TEST(AsyncSendTest, TenThousandCallsNeedFewThreadsAndConnections) {
-  constexpr std::size_t kCalls = 10'000;
   sandbox::Server server;
-  server.misbehave("*", Misbehaviour::body("fine"));
-  Completions completions(kCalls);
+  server.misbehave("*", sandbox::Misbehaviour::body("fine"));
+  Calls calls;
   CurlHttpClient client({.caFile = sandbox::Server::caFile()});
-  const std::size_t threads = threadCount();
-  const auto request = post("https://" + server.host() + "/x");
-  for (std::size_t i = 0; i < kCalls; ++i)
-    client.sendAsynchronously(request, completions.at(i));
-  ASSERT_TRUE(completions.wait(1));
+  const auto threads = threadCount();
+  calls.send(client, requestFor("POST", "https://" + server.host() + "/x", "body", 60s), 10'000);
+  ASSERT_TRUE(calls.wait(60s, 1));
   EXPECT_LE(threadCount(), threads + 4);
-  ASSERT_TRUE(completions.wait(kCalls));
-  EXPECT_TRUE(completions.eachOnce());
-  EXPECT_EQ(completions.outcome("fine"), static_cast<int>(kCalls));
+  ASSERT_TRUE(calls.wait());
+  EXPECT_THAT(calls.outcomes(), ElementsAre(Pair("fine", 10'000)));
   EXPECT_LE(server.acceptedConnections(), 64U);
 }
 
 TEST(AsyncSendTest, DestroyingTheClientFailsWhatIsUnderWay) {
-  WireServer server([](const std::string&) { return WireServer::kSilence; });
-  Completions completions(300);
+  WireServer server(silent);
+  Calls calls;
   {
     CurlHttpClient client;
-    for (std::size_t i = 0; i < 300; ++i)
-      client.sendAsynchronously(post(server.url()), completions.at(i));
+    calls.send(client, requestFor("POST", server.url()), 300);
   }
-  EXPECT_TRUE(completions.eachOnce());
-  EXPECT_EQ(completions.outcome("The HTTP client was destroyed"), 300);
+  EXPECT_THAT(calls.outcomes(), ElementsAre(Pair("The HTTP client was destroyed", 300)));
 }
 
 TEST(AsyncSendTest, ACompletionMayDestroyItsClient) {
-  WireServer server([](const std::string&) { return answer("fine"); });
-  Completions completions(1);
+  WireServer server(fine);
+  Calls calls;
   auto client = std::make_shared<CurlHttpClient>();
   CurlHttpClient& sender = *client;
   sender.sendAsynchronously(
-      post(server.url()),
-      [client = std::move(client), done = completions.at(0)](const HttpResult& result) mutable {
+      requestFor("POST", server.url()),
+      [client = std::move(client), done = calls.next()](const auto& result) mutable {
         client.reset();
         done(result);
       });
-  EXPECT_TRUE(completions.wait(1, 10s));
+  EXPECT_TRUE(calls.wait(10s));
 }
 
 TEST(AsyncSendTest, ASlowCompletionHoldsUpNoTransfer) {
-  WireServer server([](const std::string&) { return answer("fine"); });
+  WireServer server(fine);
   CurlHttpClient client;
-  Completions completions(101);
+  Calls calls;
   std::atomic<bool> release = false;
-  client.sendAsynchronously(post(server.url()), [&, done = completions.at(0)](HttpResult result) {
-    while (!release)
-      std::this_thread::sleep_for(1ms);
-    done(result);
-  });
-  for (std::size_t i = 1; i <= 100; ++i)
-    client.sendAsynchronously(post(server.url()), completions.at(i));
-  EXPECT_TRUE(completions.wait(100, 10s));
+  client.sendAsynchronously(requestFor("POST", server.url()),
+                            [&, done = calls.next()](const auto& result) {
+                              release.wait(false);
+                              done(result);
+                            });
+  calls.send(client, requestFor("POST", server.url()), 100);
+  EXPECT_TRUE(calls.wait(10s, 100));
   release = true;
-  EXPECT_TRUE(completions.wait(101, 10s));
+  release.notify_all();
+  EXPECT_TRUE(calls.wait(10s));
 }
 
 TEST(AsyncSendTest, TheClockOfACallStartsWhenItGoesOnTheWire) {
@@ -139,14 +88,14 @@ TEST(AsyncSendTest, TheClockOfACallStartsWhenItGoesOnTheWire) {
     std::this_thread::sleep_for(100ms);
     return answer("fine");
   });
+  WireServer hanging(silent);
   CurlHttpClient client;
-  Completions completions(641);
-  for (std::size_t i = 0; i < 640; ++i)
-    client.sendAsynchronously(post(server.url(), 700ms), completions.at(i));
-  WireServer silent([](const std::string&) { return WireServer::kSilence; });
-  client.sendAsynchronously(post(silent.url(), 100ms), completions.at(640));
-  EXPECT_TRUE(completions.wait(641, 10s));
-  EXPECT_EQ(completions.outcome("fine"), 640);
+  Calls calls, late;
+  calls.send(client, requestFor("POST", server.url(), {}, 700ms), 640);
+  late.send(client, requestFor("POST", hanging.url(), {}, 100ms));
+  EXPECT_TRUE(late.wait(10s));
+  EXPECT_TRUE(calls.wait(10s));
+  EXPECT_THAT(calls.outcomes(), ElementsAre(Pair("fine", 640)));
 }
 
 TEST(AsyncSendTest, ASlowCallHoldsUpNeitherItsHostNorAnother) {
@@ -155,15 +104,13 @@ TEST(AsyncSendTest, ASlowCallHoldsUpNeitherItsHostNorAnother) {
     return answer("fine");
   };
   WireServer hanging(slowly), server(slowly);
-  Completions slow(193), quick(10);
+  Calls slow, quick;
   CurlHttpClient client;
-  for (std::size_t i = 0; i < 192; ++i)
-    client.sendAsynchronously(post(hanging.url()), slow.at(i));
-  client.sendAsynchronously(post(server.url()), slow.at(192));
-  for (std::size_t i = 0; i < 10; ++i)
-    client.sendAsynchronously(post(server.url("/quick")), quick.at(i));
-  EXPECT_TRUE(quick.wait(10, 1s));
-  EXPECT_FALSE(slow.wait(1, 0s));
+  slow.send(client, requestFor("POST", hanging.url()), 192);
+  slow.send(client, requestFor("POST", server.url()));
+  quick.send(client, requestFor("POST", server.url("/quick")), 10);
+  EXPECT_TRUE(quick.wait(1s));
+  EXPECT_FALSE(slow.wait(0s, 1));
 }
 
 } // namespace

@@ -1,103 +1,133 @@
-#include "FaultyLine.h"
+#include "Calls.h"
 #include "Nginx.h"
 #include "WireServer.h"
 
-#include "quarnet/platform/curl/CurlHttpClient.h"
-
 #include <array>
 #include <gtest/gtest.h>
-#include <latch>
-#include <map>
+#include <poll.h>
 #include <random>
 #include <set>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace quarnet::test {
 namespace {
 
-using namespace std::chrono_literals;
 using platform::CurlHttpClient;
-using platform::HttpRequest;
 using platform::HttpResult;
 
-std::shared_ptr<HttpRequest> requestFor(std::string url, std::string method) {
-  auto request = std::make_shared<HttpRequest>();
-  request->url = std::move(url);
-  request->method = std::move(method);
-  request->timeout = 20s;
-  if (request->method == "POST" || request->method == "PUT") {
-    request->body = std::make_shared<Data>(2'000, 'b');
+/// Hands on the bytes of a client and a server until a random one of them, mostly.
+class FaultyLine {
+public:
+  FaultyLine(std::uint16_t serverPort, unsigned seed) : serverPort_(serverPort), random_(seed) {}
+
+  void operator()(int client) {
+    const Fault fault = nextFault();
+    const int server = connectToLoopback(serverPort_);
+    carry(client, server, fault);
+    const linger abortive{1, 0};
+    for (const int end : {client, server}) {
+      if (fault.isReset) setsockopt(end, SOL_SOCKET, SO_LINGER, &abortive, sizeof(abortive));
+    }
+    close(server);
   }
-  return request;
-}
 
-std::string addressOf(const std::string& scheme, std::uint16_t port) {
-  return scheme + "://127.0.0.1:" + std::to_string(port);
-}
+private:
+  struct Fault {
+    int counted = 0;              ///< whose bytes are counted: the client's or the server's
+    std::size_t after = SIZE_MAX; ///< that many bytes get through before the end
+    bool isReset = false;         ///< both ends see a reset, not an orderly end
+    std::chrono::milliseconds delay{0};
+  };
 
-/// Most connections end at some byte in the one or the other direction.
-std::function<FaultyLine::Fault()> randomFaults(unsigned seed) {
-  return [random = std::mt19937(seed)]() mutable -> FaultyLine::Fault {
-    if (random() % 4 == 0) return {};
-    return {.towardsServer = random() % 2 == 0,
-            .after = random() % 20'000,
-            .isReset = random() % 2 == 0,
-            .delay = std::chrono::milliseconds(random() % 8 == 0 ? 2 : 0)};
+  Fault nextFault() {
+    const std::lock_guard lock(mutex_);
+    if (random_() % 4 == 0) return {};
+    return {.counted = random_() % 2 == 0,
+            .after = random_() % 20'000,
+            .isReset = random_() % 2 == 0,
+            .delay = std::chrono::milliseconds(random_() % 8 == 0 ? 2 : 0)};
+  }
+
+  static void carry(int client, int server, Fault fault) {
+    char piece[4096];
+    pollfd ends[] = {{client, POLLIN, 0}, {server, POLLIN, 0}};
+    while (fault.after > 0) {
+      poll(ends, 2, -1);
+      for (const int from : {0, 1}) {
+        if (ends[from].revents == 0) continue;
+        const bool isCounted = from == fault.counted && fault.after != SIZE_MAX;
+        const std::size_t most = isCounted ? std::min(fault.after, sizeof(piece)) : sizeof(piece);
+        const ssize_t size = recv(ends[from].fd, piece, most, 0);
+        if (size <= 0) return;
+        std::this_thread::sleep_for(fault.delay);
+        const auto got = static_cast<std::size_t>(size);
+        if (send(ends[1 - from].fd, piece, got, MSG_NOSIGNAL) < 0) return;
+        if (isCounted) fault.after -= got;
+      }
+    }
+  }
+
+  const std::uint16_t serverPort_;
+  std::mutex mutex_;
+  std::mt19937 random_;
+};
+
+/// Passes on as "whole" what nginx answers for the target.
+CurlHttpClient::Completion expecting(const std::string& target, CurlHttpClient::Completion done) {
+  return [=](HttpResult result) {
+    const bool isWhole =
+        target.starts_with("/large") ? result.body.size() == Nginx::kLarge : result.body == target;
+    EXPECT_TRUE(isWhole || result.error) << target;
+    if (!result.error) result.body = "whole";
+    done(std::move(result));
   };
 }
 
+void expectNoneTwice(const std::vector<Nginx::Arrival>& arrivals) {
+  std::map<std::string, int> counts;
+  for (const Nginx::Arrival& arrival : arrivals)
+    EXPECT_LE(++counts[arrival.target], arrival.method == "POST" ? 1 : 2) << arrival.target;
+}
+
 TEST(FaultsTest, ACallIsMadeOnceAndToldOnce) {
-  constexpr std::size_t kCalls = 1'000;
-  constexpr std::size_t kThreads = 4;
+  constexpr int kCalls = 1'000;
+  constexpr int kThreads = 4;
   constexpr std::array kMethods = {"GET", "POST", "PUT", "DELETE"};
   const unsigned seed = 20'010'101;
   SCOPED_TRACE("seed " + std::to_string(seed));
   Nginx server;
-  FaultyLine plain(server.httpPort(), randomFaults(seed));
-  FaultyLine encrypted(server.httpsPort(), randomFaults(seed + 1));
-  std::vector<std::atomic<int>> told(kCalls);
-  std::atomic<int> succeeded = 0;
-  std::latch all(kCalls);
-  const auto targetOf = [](std::size_t call) {
-    return (call % 7 == 0 ? "/large?" : "/") + std::to_string(call);
-  };
-  const auto note = [&](std::size_t call) {
-    return [&, call](const HttpResult& result) {
-      const bool isWhole =
-          call % 7 == 0 ? result.body.size() == Nginx::kLarge : result.body == targetOf(call);
-      EXPECT_TRUE(isWhole || result.error) << targetOf(call);
-      if (!result.error) ++succeeded;
-      if (++told[call] == 1) all.count_down();
-    };
-  };
+  FaultyLine faultsInClear(server.httpPort(), seed), faultsInSecret(server.httpsPort(), seed + 1);
+  WireServer plain(std::ref(faultsInClear)), encrypted(std::ref(faultsInSecret));
+  Calls calls;
   {
     CurlHttpClient client({.caFile = server.caFile()});
+    const auto call = [&](int i) {
+      const int kind = i / kThreads;
+      const std::string method = i % 7 == 0 ? "GET" : kMethods[kind % 4];
+      const std::string target = (i % 7 == 0 ? "/large?" : "/") + std::to_string(i);
+      const std::string url =
+          kind / 4 % 2 == 0 ? plain.url(target) : encrypted.url(target, "https");
+      const bool hasBody = method == "POST" || method == "PUT";
+      const auto sent = requestFor(method, url, hasBody ? Text(Data(2'000, 'b')) : std::nullopt);
+      const auto told = expecting(target, calls.next());
+      kind / 8 % 2 == 0 ? told(client.sendSynchronously(*sent))
+                        : client.sendAsynchronously(sent, told);
+    };
     std::vector<std::jthread> threads;
-    for (std::size_t thread = 0; thread < kThreads; ++thread) {
-      threads.emplace_back([&, thread] {
-        for (std::size_t i = thread; i < kCalls; i += kThreads) {
-          const std::size_t kind = i / kThreads;
-          const auto request =
-              requestFor((kind / 4 % 2 == 0 ? addressOf("http", plain.port())
-                                            : addressOf("https", encrypted.port())) +
-                             targetOf(i),
-                         i % 7 == 0 ? "GET" : kMethods[kind % 4]);
-          if (kind / 8 % 2 == 0) {
-            note(i)(client.sendSynchronously(*request));
-          } else {
-            client.sendAsynchronously(request, note(i));
-          }
-        }
+    for (int thread = 0; thread < kThreads; ++thread) {
+      threads.emplace_back([&call, thread] {
+        for (int i = thread; i < kCalls; i += kThreads)
+          call(i);
       });
     }
     threads.clear();
-    all.wait();
+    EXPECT_TRUE(calls.wait());
   }
-  EXPECT_EQ(std::count(told.begin(), told.end(), 1), std::ssize(told));
-  EXPECT_GT(succeeded, static_cast<int>(kCalls / 2));
-  EXPECT_LT(succeeded, static_cast<int>(kCalls));
-  std::map<std::string, int> counts;
-  for (const Nginx::Arrival& arrival : server.arrivals())
-    EXPECT_LE(++counts[arrival.target], arrival.method == "POST" ? 1 : 2) << arrival.target;
+  const int succeeded = calls.outcomes()["whole"];
+  EXPECT_GT(succeeded, kCalls / 2);
+  EXPECT_LT(succeeded, kCalls);
+  expectNoneTwice(server.arrivals());
 }
 
 TEST(FaultsTest, OverHttp2CallsShareAConnectionAndNoneIsLostWhenTheServerEndsIt) {
@@ -106,7 +136,7 @@ TEST(FaultsTest, OverHttp2CallsShareAConnectionAndNoneIsLostWhenTheServerEndsIt)
     std::size_t bodySize; // of each seventh; a large one goes over HTTP/1.1
     std::size_t mostConnections;
   } const cases[] = {{"100000", 0, 1}, {"100", 0, 500}, {"20", 0, 500}, {"100000", 100'000, 64}};
-  constexpr std::size_t kCalls = 2'000;
+  constexpr int kCalls = 2'000;
   for (const auto& tried : cases) {
     SCOPED_TRACE(tried.requestsAConnection);
     // Breaks off in the middle of its answer, and nginx then resets the stream.
@@ -115,30 +145,25 @@ TEST(FaultsTest, OverHttp2CallsShareAConnectionAndNoneIsLostWhenTheServerEndsIt)
     });
     Nginx server("keepalive_requests " + tried.requestsAConnection +
                  "; location /reset { proxy_pass " + origin.url() + "; }");
-    std::atomic<std::size_t> succeeded = 0;
-    std::latch all(kCalls + 1);
+    Calls calls;
     CurlHttpClient client({.caFile = server.caFile()});
-    client.sendAsynchronously(requestFor(server.httpsUrl() + "/reset", "POST"),
-                              [&](const HttpResult& result) {
-                                EXPECT_TRUE(result.error);
-                                all.count_down();
-                              });
-    for (std::size_t i = 0; i < kCalls; ++i) {
-      const std::string target = "/" + std::to_string(i);
-      const auto request = requestFor(server.httpsUrl() + target, i % 3 == 0 ? "GET" : "POST");
-      if (i % 7 == 1) request->body = std::make_shared<Data>(tried.bodySize, 'b');
-      client.sendAsynchronously(request, [&, target](const HttpResult& result) {
-        if (result.body == target) ++succeeded;
-        all.count_down();
-      });
+    const auto call = [&](const std::string& target, const std::string& method, const Text& body) {
+      client.sendAsynchronously(requestFor(method, server.httpsUrl() + target, body),
+                                expecting(target, calls.next()));
+    };
+    call("/reset", "POST", Data(2'000, 'b'));
+    for (int i = 0; i < kCalls; ++i) {
+      const bool isGet = i % 3 == 0;
+      const Text body = Data(i % 7 == 1 ? tried.bodySize : 2'000, 'b');
+      call("/" + std::to_string(i), isGet ? "GET" : "POST", isGet && i % 7 != 1 ? Text() : body);
     }
-    all.wait();
-    EXPECT_EQ(succeeded, kCalls);
+    EXPECT_TRUE(calls.wait());
+    EXPECT_EQ(calls.outcomes()["whole"], kCalls);
+    const auto arrivals = server.arrivals();
+    expectNoneTwice(arrivals);
     std::set<std::string> connections;
-    std::map<std::string, int> counts;
-    for (const Nginx::Arrival& arrival : server.arrivals()) {
+    for (const Nginx::Arrival& arrival : arrivals) {
       if (arrival.protocol == "HTTP/2.0") connections.insert(arrival.connection);
-      EXPECT_LE(++counts[arrival.target], arrival.method == "POST" ? 1 : 2) << arrival.target;
     }
     EXPECT_FALSE(connections.empty());
     EXPECT_LE(connections.size(), tried.mostConnections);

@@ -1,6 +1,6 @@
 #include "Nginx.h"
 
-#include "Loopback.h"
+#include "WireServer.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -63,9 +63,13 @@ Nginx::Nginx(const std::string& directives)
   }
 }
 
+Nginx::~Nginx() {
+  stop(SIGTERM);
+  std::filesystem::remove_all(folder_);
+}
+
 std::vector<Nginx::Arrival> Nginx::arrivals() {
-  kill(process_, SIGQUIT);
-  waitpid(std::exchange(process_, -1), nullptr, 0);
+  stop(SIGQUIT);
   std::vector<Arrival> arrivals;
   std::ifstream log(folder_ + "/access.log");
   for (Arrival one; log >> one.method >> one.target >> one.protocol >> one.connection;)
@@ -73,12 +77,10 @@ std::vector<Nginx::Arrival> Nginx::arrivals() {
   return arrivals;
 }
 
-void Nginx::stop() {
-  if (process_ > 0) {
-    kill(process_, SIGTERM);
-    waitpid(process_, nullptr, 0);
-  }
-  std::filesystem::remove_all(folder_);
+void Nginx::stop(int signal) {
+  if (process_ < 0) return;
+  kill(process_, signal);
+  waitpid(std::exchange(process_, -1), nullptr, 0);
 }
 
 } // namespace quarnet::test

@@ -15,7 +15,7 @@ public:
 
   /// `directives` are added to the configuration of its two servers. Throws std::runtime_error.
   explicit Nginx(const std::string& directives = {});
-  ~Nginx() { stop(); }
+  ~Nginx();
   Nginx(const Nginx&) = delete;
   Nginx& operator=(const Nginx&) = delete;
 
@@ -31,7 +31,7 @@ public:
   std::vector<Arrival> arrivals();
 
 private:
-  void stop();
+  void stop(int signal);
 
   std::string folder_;
   std::uint16_t httpPort_, httpsPort_;
