@@ -82,23 +82,20 @@ TEST_F(SignInTest, TokenEndpointNamesWhatIsWrong) {
   const Answer revocation =
       client_.get("/oauth/expireToken?client_id=demo-client&token=" + revoked.accessToken);
   EXPECT_EQ(revocation.body, "{\"result\":\"success\"}");
-  struct {
-    std::string query, error;
-    long status;
-  } const cases[] = {
-      {"", "invalid_request", 400},
-      {"grant_type=x", "unsupported_grant_type", 400},
-      {"grant_type=x&grant_type=y", "invalid_request", 400},
-      {"grant_type=refresh_token", "invalid_request", 400},
-      {"grant_type=refresh_token&refresh_token=" + revoked.refreshToken, "invalid_grant", 400},
+  const std::pair<std::string, std::string> cases[] = {
+      {"", "invalid_request"},
+      {"grant_type=x", "unsupported_grant_type"},
+      {"grant_type=x&grant_type=y", "invalid_request"},
+      {"grant_type=refresh_token", "invalid_request"},
+      {"grant_type=refresh_token&refresh_token=" + revoked.refreshToken, "invalid_grant"},
       {"grant_type=authorization_code&redirect_uri=about:blank&code=" +
            server_.issueCode("http://other/"),
-       "invalid_grant", 400},
+       "invalid_grant"},
   };
-  for (const auto& [query, error, status] : cases) {
+  for (const auto& [query, error] : cases) {
     const Answer answer = token(query);
     EXPECT_EQ(answer.member("error"), error) << query;
-    EXPECT_EQ(answer.status, status) << query;
+    EXPECT_EQ(answer.status, 400) << query;
   }
   EXPECT_EQ(client_.get("/oauth/token?client_id=demo-client&client_secret=no&grant_type=x").status,
             401);

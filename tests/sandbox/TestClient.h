@@ -54,6 +54,10 @@ private:
     for (const std::string& header : headers)
       list = curl_slist_append(list, header.c_str());
     CURL* const curl = curl_.get();
+    const auto append = +[](char* data, std::size_t, std::size_t size, std::string* text) {
+      text->append(data, size);
+      return size;
+    };
     curl_easy_reset(curl);
     if (body != nullptr) {
       curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE, static_cast<long>(body->size()));
@@ -63,11 +67,7 @@ private:
     curl_easy_setopt(curl, CURLOPT_HTTPHEADER, list);
     curl_easy_setopt(curl, CURLOPT_CAINFO, Server::caFile().c_str());
     curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, timeout);
-    curl_easy_setopt(
-        curl, CURLOPT_WRITEFUNCTION, +[](char* data, std::size_t, std::size_t size, void* text) {
-          static_cast<std::string*>(text)->append(data, size);
-          return size;
-        });
+    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, append);
     curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answer.body);
     answer.result = curl_easy_perform(curl);
     curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &answer.status);
