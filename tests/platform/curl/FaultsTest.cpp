@@ -158,7 +158,7 @@ TEST(FaultsTest, OverHttp2CallsShareAConnectionAndNoneIsLostWhenTheServerEndsIt)
       call("/" + std::to_string(i), isGet ? "GET" : "POST", isGet && i % 7 != 1 ? Text() : body);
     }
     EXPECT_TRUE(calls.wait());
-    EXPECT_EQ(calls.outcomes()["whole"], kCalls);
+    EXPECT_EQ(calls.outcomes()["whole"], kCalls) << testing::PrintToString(calls.outcomes());
     const auto arrivals = server.arrivals();
     expectNoneTwice(arrivals);
     std::set<std::string> connections;
