@@ -45,8 +45,7 @@ void Transfer::renewHandle() {
   curl_easy_setopt(easy(), CURLOPT_DEBUGDATA, this);
   // libcurl sends whatever was on a reused connection that died again, a POST too, and up to five
   // times. This keeps it from that, over HTTP as well; what the server refused is not concerned.
-  repeatsOnlyWhatWasRefused_ =
-      curl_easy_setopt(easy(), CURLOPT_RTSP_REQUEST, long{CURL_RTSPREQ_RECEIVE}) == CURLE_OK;
+  curl_easy_setopt(easy(), CURLOPT_RTSP_REQUEST, long{CURL_RTSPREQ_RECEIVE});
 }
 
 bool Transfer::begin(const HttpRequest& request) noexcept {
@@ -57,6 +56,7 @@ bool Transfer::begin(const HttpRequest& request) noexcept {
         Clock::now() + std::clamp<std::chrono::milliseconds>(request.timeout, 0ms, 24h * 24);
     redirects_ = 0;
     resends_ = 0;
+    wantsHttp1_ = false;
     result_ = {};
     if (Text problem = headProblem(request)) {
       return fail(CURLE_BAD_FUNCTION_ARGUMENT, std::move(*problem));
@@ -108,6 +108,7 @@ bool Transfer::follow(std::string url) {
   }
   hop_ = redirected(hop_, result_.response->statusCode, std::move(url));
   resends_ = 0;
+  wantsHttp1_ = false;
   result_ = {};
   return prepareHop();
 }
@@ -126,8 +127,9 @@ bool Transfer::prepareHop() {
   refusal_ = CURLE_OK;
   starts_ = 0;
   stream_ = 0;
+  wasRefused_ = false;
   // Some servers end an HTTP/2 connection after a few requests and refuse the others on it.
-  const bool mayUseHttp2 = goaways_ != nullptr && resends_ <= kMaximumResends / 2;
+  const bool mayUseHttp2 = goaways_ != nullptr && !wantsHttp1_ && resends_ <= kMaximumResends / 2;
   if (Text problem = handle_.prepare(*request_, hop_, left, mayUseHttp2)) {
     return fail(CURLE_BAD_FUNCTION_ARGUMENT, std::move(*problem));
   }
@@ -152,8 +154,7 @@ FailedAttempt Transfer::failedAttempt(CURLcode code) const {
                         code == CURLE_HTTP2,
       .wasReused = wasStartedOver || wasReused,
       .wasUntouched =
-          (wasStartedOver && repeatsOnlyWhatWasRefused_) ||
-          (goaways_ != nullptr && goaways_->refused(connection_, stream_)) ||
+          wasRefused_ || (goaways_ != nullptr && goaways_->refused(connection_, stream_)) ||
           (wasReused && nothingWasWritten && (code == CURLE_SEND_ERROR || code == CURLE_HTTP2)),
       .resends = resends_,
   };
@@ -204,6 +205,10 @@ int Transfer::onDebug(CURL*, curl_infotype type, char* text, std::size_t size, v
   if (type != CURLINFO_TEXT) return 0;
   const std::string_view line(text, size);
   if (const auto stream = numberIn(line, "Using", "Stream ID: ")) self.stream_ = *stream;
+  if (line.starts_with("REFUSED_STREAM")) self.wasRefused_ = true;
+  if (line.starts_with("Downgrades to HTTP/1.1")) self.wantsHttp1_ = true;
+  // libcurl starts over: what it reads while it looks for a connection may be about any of them.
+  if (self.wasRefused_ || self.wantsHttp1_) self.connection_ = {};
   // Said to whichever transfer reads from the connection, and spelt like this.
   if (const auto last = numberIn(line, "recveived GOAWAY", "last_stream=")) {
     self.goaways_->end(self.connection_, *last);

@@ -59,8 +59,6 @@ private:
   const std::size_t maximumBodySize_;
   Goaways* const goaways_;
   EasyHandle handle_;
-  /// Whether libcurl starts a request over on its own only when the server refused it.
-  bool repeatsOnlyWhatWasRefused_ = false;
   const HttpRequest* request_ = nullptr;
   Clock::time_point deadline_;
   Hop hop_;
@@ -69,6 +67,9 @@ private:
   int starts_ = 0;
   Goaways::Connection connection_;
   unsigned stream_ = 0;
+  /// Whether the server said that it did not process this attempt, and that it wants HTTP/1.1.
+  bool wasRefused_ = false;
+  bool wantsHttp1_ = false;
   /// How many further attempts the hop has had.
   int resends_ = 0;
   HttpResult result_;
