@@ -94,13 +94,10 @@ TEST_F(AnimationTest, CompletionComesOnceHoweverItEnds) {
     EXPECT_EQ(view_->frame(), kOpen);
   }
   allowAnimations(true);
-}
-
-TEST_F(AnimationTest, NothingToMoveEndsAtOnce) {
   bool ended = false;
   toolkit_->animate(500ms, nullptr, [&](bool) { ended = true; });
   EXPECT_FALSE(ended);
-  EXPECT_TRUE(GlibMainThread::runUntil([&] { return ended; }, 100ms));
+  EXPECT_TRUE(GlibMainThread::runUntil([&] { return ended; }, 100ms)) << "nothing to move";
 }
 
 } // namespace

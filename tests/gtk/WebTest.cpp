@@ -166,29 +166,27 @@ TEST_F(WebTest, OnlyTheNamedHostsCertificateIsAccepted) {
                            "subjectAltName=IP:127.0.0.1 -keyout /dev/null 2>/dev/null -out ";
   ASSERT_EQ(std::system((make + other).c_str()), 0);
   const struct {
-    const char* what;
     std::string file;
     std::vector<std::string> hosts;
-    bool loads;
+    std::size_t loads;
   } cases[] = {
-      {"nothing is vouched for", "", {}, false},
-      {"another certificate", other, {server.host()}, false},
-      {"no host", own, {}, false},
-      {"another port", own, {"127.0.0.1:443", "127.0.0.1"}, false},
-      {"no such file", other + ".missing", {server.host()}, false},
-      {"the server's own", own, {server.host()}, true},
+      {"", {}, 0},
+      {other, {server.host()}, 0},
+      {own, {}, 0},
+      {own, {"127.0.0.1:443", "127.0.0.1"}, 0},
+      {other + ".missing", {server.host()}, 0},
+      {own, {server.host()}, 1},
   };
-  for (const auto& [what, file, hosts, loads] : cases) {
-    SCOPED_TRACE(what);
+  for (const auto& [file, hosts, loads] : cases) {
+    SCOPED_TRACE(file);
     listener_ = {};
     show({.certificateFile = file, .certificateHosts = hosts});
     load("https://" + server.host() + "/");
-    EXPECT_EQ(listener_.finished.size(), loads ? 1u : 0u);
-    ASSERT_EQ(listener_.failed.size(), loads ? 0u : 1u);
-    if (!loads) {
-      EXPECT_THAT(listener_.failed[0].description, HasSubstr("인증서"));
-    }
-    EXPECT_EQ(server.requestCount(), loads ? 1u : 0u) << "nothing was sent to a server in doubt";
+    EXPECT_EQ(listener_.finished.size(), loads);
+    ASSERT_EQ(listener_.failed.size(), 1 - loads);
+    for (const WebLoadError& error : listener_.failed)
+      EXPECT_THAT(error.description, HasSubstr("인증서"));
+    EXPECT_EQ(server.requestCount(), loads) << "nothing was sent to a server in doubt";
     view_->removeFromSuperview();
   }
 }
@@ -231,6 +229,7 @@ TEST_F(WebTest, EscapeClosesAlsoFromWithinThePage) {
   press("Escape");
   EXPECT_TRUE(waitUntil([&] { return closed == 1; }));
   bar->removeFromSuperview();
+  EXPECT_NE(gtk_window_get_child(window_), entry_) << "the page is still there";
   press("Escape");
   settle();
   EXPECT_EQ(closed, 1) << "a bar that is gone hears no keys";
