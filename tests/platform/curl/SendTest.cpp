@@ -134,6 +134,16 @@ TEST(SendTest, AFailureSaysWhyAndKeepsWhatHadArrived) {
   }
 }
 
+TEST(SendTest, AnAnswerLargerThanATextCanBeFailsItsCall) {
+  WireServer server([](const std::string&) {
+    return "HTTP/1.1 200 OK\r\nContent-Length: 9223372036854775807\r\n\r\nx";
+  });
+  CurlHttpClient client({.maximumBodySize = SIZE_MAX});
+  for (const bool isAsynchronous : {false, true})
+    EXPECT_EQ(problemOf(sendEither(client, requestFor("GET", server.url()), isAsynchronous)),
+              "Not enough memory for the answer");
+}
+
 TEST(SendTest, WhatTheServerMayHaveSeenGoesAgainOnceAndAPostNever) {
   struct {
     std::string method;

@@ -1,36 +1,36 @@
-// Ends in the middle of its calls, with exit status 3: exiting HOST CA-FILE CALL METHOD WHEN END.
+// Ends in the middle of its calls, with exit status 3: of the library, exiting HOST CA-FILE CALL
+// METHOD WHEN END, or of the client below it, exiting HOST CA-FILE MODE. The client's completions
+// write their outcomes, each as one line.
 
 #include "tests/support/Callbacks.h"
 
 #include <cstdlib>
-#include <string>
+#include <fstream>
+#include <stdexcept>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace quarnet;
+using namespace quarnet::platform;
 using namespace std::chrono_literals;
 
 namespace {
+
+std::string host;
+/// Kept to the end of the process, as the library's own client is.
+CurlHttpClient* client = nullptr;
 
 struct Leaver {
   void leave(const ResultDictionary&) { std::exit(3); }
 };
 
-} // namespace
-
-int main(int, char** arguments) {
-  const std::string host = arguments[1], caFile = arguments[2], call = arguments[3],
-                    method = arguments[4], when = arguments[5], end = arguments[6];
-  // The last that exit() runs: threads that are left have time to use what is gone by then.
-  std::atexit([] { std::this_thread::sleep_for(100ms); });
-  configureHosts({.api = host});
-  platform::Platform::install({.httpClient = std::make_shared<platform::CurlHttpClient>(
-                                   platform::CurlHttpClientOptions{.caFile = caFile}),
-                               .log = std::make_shared<platform::NullLog>()});
-  OAuthInfo::sharedInstance().setClientId("demo-client");
-
+void callTheLibrary(const std::string& call, HttpMethod method, const std::string& when,
+                    const std::string& end) {
   const auto bundleOf = [=](const std::string& path) {
     RequestBundle bundle;
     bundle.setUrl("https://" + host + path);
-    bundle.setHttpMethod(method == "POST" ? HttpMethod::POST : HttpMethod::GET);
+    bundle.setHttpMethod(method);
     return bundle;
   };
   static test::Callbacks app;
@@ -58,5 +58,90 @@ int main(int, char** arguments) {
     request.aSyncRequest(last);
     app.waitFor(100);
   }
+}
+
+std::shared_ptr<HttpRequest> requestFor(const std::string& path) {
+  return std::make_shared<HttpRequest>(HttpRequest{.url = "http://" + host + path});
+}
+
+void report(const HttpResult& result) {
+  const std::string line = (result.error ? *result.error->description : result.body) + "\n";
+  if (write(STDOUT_FILENO, line.data(), line.size()) < 0) std::abort();
+}
+
+void limitMemoryTo(std::size_t more) {
+  std::size_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  const rlimit limit{pages * 4096 + more, RLIM_INFINITY};
+  setrlimit(RLIMIT_AS, &limit);
+}
+
+void sendWithLittleMemory() {
+  client->sendAsynchronously(requestFor("/ok"), report);
+  std::this_thread::sleep_for(200ms);
+  limitMemoryTo(40 << 20);
+  for (const char* path : {"/large", "/ok"}) {
+    report(client->sendSynchronously(*requestFor(path)));
+    std::atomic<bool> isTold = false;
+    client->sendAsynchronously(requestFor(path), [&](const HttpResult& result) {
+      report(result);
+      isTold = true;
+    });
+    while (!isTold)
+      std::this_thread::sleep_for(1ms);
+  }
+}
+
+void callTheClient(const std::string& mode) {
+  const auto silent = requestFor("/silent");
+  if (mode == "memory") return sendWithLittleMemory();
+  if (mode == "threads") {
+    limitMemoryTo(4 << 20); // too little for the stack of one
+    return client->sendAsynchronously(silent, report);
+  }
+  for (int i = 0; i < 100; ++i) {
+    client->sendAsynchronously(silent, [=](const HttpResult& result) {
+      if (mode == "slow" && i < 2) std::this_thread::sleep_for(700ms);
+      report(result);
+      if (mode == "resend") client->sendAsynchronously(silent, report);
+      if (mode == "slow" && i == 0) throw std::runtime_error("meant");
+    });
+  }
+  if (mode == "inCompletion") {
+    const auto elsewhere = requestFor("/ok"); // another host, where none of the others waits
+    elsewhere->url = "https://localhost" + host.substr(host.find(':')) + "/ok";
+    client->sendAsynchronously(elsewhere, [](const HttpResult&) { std::exit(3); });
+    pause();
+  }
+  if (mode == "fork") {
+    report(client->sendSynchronously(*requestFor("/ok")));
+    if (const pid_t child = fork(); child != 0) {
+      waitpid(child, nullptr, 0);
+    } else {
+      report(client->sendSynchronously(*requestFor("/ok")));
+      client->sendAsynchronously(silent, report);
+    }
+    report(client->sendSynchronously(*requestFor("/ok")));
+  }
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+  host = arguments[1];
+  client = new CurlHttpClient({.caFile = arguments[2], .maximumBodySize = SIZE_MAX});
+  // The last that exit() runs: threads that are left have time to use what is gone by then.
+  std::atexit([] { std::this_thread::sleep_for(100ms); });
+  if (count < 7) {
+    callTheClient(arguments[3]);
+    return 3;
+  }
+  configureHosts({.api = host});
+  Platform::install(
+      {.httpClient = std::shared_ptr<CurlHttpClient>(client), .log = std::make_shared<NullLog>()});
+  OAuthInfo::sharedInstance().setClientId("demo-client");
+  callTheLibrary(arguments[3],
+                 arguments[4] == std::string("POST") ? HttpMethod::POST : HttpMethod::GET,
+                 arguments[5], arguments[6]);
   return 3;
 }
