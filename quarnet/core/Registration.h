@@ -17,8 +17,15 @@ public:
     return triple_;
   }
 
+  /// How often the target was changed: another object may come to lie where a target lay.
+  std::size_t targetChanges() const {
+    const std::lock_guard lock(mutex_);
+    return targetChanges_;
+  }
+
   void set(const CallbackTriple& triple) {
     const std::lock_guard lock(mutex_);
+    if (triple.target != triple_.target) ++targetChanges_;
     triple_ = triple;
   }
 
@@ -26,12 +33,15 @@ public:
   template <class Value>
   void set(Value CallbackTriple::*part, std::type_identity_t<Value> value) {
     const std::lock_guard lock(mutex_);
+    const void* const target = triple_.target;
     triple_.*part = value;
+    if (triple_.target != target) ++targetChanges_;
   }
 
 private:
   mutable std::mutex mutex_;
   CallbackTriple triple_;
+  std::size_t targetChanges_ = 0;
 };
 
 } // namespace quarnet

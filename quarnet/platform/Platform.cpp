@@ -64,13 +64,15 @@ bool isLogOn() noexcept {
 
 void deliver(std::shared_ptr<const Registration> registration, Operation CallbackTriple::*operation,
              ResultDictionary result) {
+  const std::size_t changes = registration->targetChanges();
   const CallbackTriple told = registration->current();
   if (told.target == nullptr || !(told.*operation)) return;
-  Platform::current().mainThread->post([registration = std::move(registration), operation,
-                                        target = told.target, result = std::move(result)] {
-    const CallbackTriple now = registration->current();
-    if (now.target == target && now.*operation) (now.*operation)(target, result);
-  });
+  Platform::current().mainThread->post(
+      [registration = std::move(registration), operation, changes, result = std::move(result)] {
+        const CallbackTriple now = registration->current();
+        if (registration->targetChanges() != changes) return;
+        if (now.*operation) (now.*operation)(now.target, result);
+      });
 }
 
 } // namespace quarnet::platform

@@ -60,6 +60,10 @@ protected:
     listen(&app_);
     page.reset();
     letPass();
+    call();
+    registered.set_target(nullptr);
+    listen(&app_); // as another object would that was put where the first one lay
+    letPass();
     EXPECT_TRUE(app_.heard.empty()); // whoever came in its place did not ask
 
     call();
