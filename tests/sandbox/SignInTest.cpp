@@ -15,13 +15,13 @@ protected:
     return "transaction=" + between(page.body, "name=\"transaction\" value=\"", "\"");
   }
 
-  /// Goes through the pages; the address at which the sign-in ends.
+  /// Goes through the pages; where the sign-in ends.
   std::string signIn(const std::string& more) {
     const std::string transaction = begin(more);
     const Answer asked = client_.post("/oauth/authorize",
                                       transaction + "&username=demo&password=demo&action=signin");
-    EXPECT_NE(asked.location.find("/oauth/consent?" + transaction), std::string::npos);
-    return client_.post("/oauth/consent", transaction + "&action=allow").location;
+    EXPECT_NE(asked.target.find("/oauth/consent?" + transaction), std::string::npos);
+    return client_.post("/oauth/consent", transaction + "&action=allow").target;
   }
 
   Answer token(const std::string& pairs) {
@@ -34,8 +34,8 @@ protected:
 
 TEST_F(SignInTest, EndsWithACodeThatGivesTokensOnce) {
   const std::pair<std::string, std::string> ends[] = {
-      {"about:blank", "https://" + server_.host() + "/oauth/access_complete_mobile?code="},
-      {"http://app.example/cb?x=1", "http://app.example/cb?x=1&access_complete_mobile=1&code="},
+      {"about:blank", "/oauth/access_complete_mobile?code="},
+      {"https://" + server_.host() + "/cb?x=1", "/cb?x=1&access_complete_mobile=1&code="},
   };
   for (const auto& [redirectUri, end] : ends) {
     const std::string address = signIn("&scope=mail&redirect_uri=" + redirectUri);
@@ -57,23 +57,23 @@ TEST_F(SignInTest, NeedsTheRightPasswordAndTellsOfAWrongOne) {
   EXPECT_NE(page.body.find("value=\"&quot;&gt;&lt;b&gt;\""), std::string::npos);
   for (const Answer& early : {client_.get("/oauth/consent?" + transaction),
                               client_.post("/oauth/consent", transaction + "&action=allow")})
-    EXPECT_NE(early.location.find("error=invalid_request"), std::string::npos);
+    EXPECT_NE(early.target.find("error=invalid_request"), std::string::npos);
 }
 
 TEST_F(SignInTest, ReportsRefusalsInTheAddress) {
-  const std::string page = "https://" + server_.host() + "/oauth/error?error=";
+  const std::string page = "/oauth/error?error=";
   const std::pair<std::string, std::string> cases[] = {
       {"client_id=x&response_type=code&redirect_uri=http://evil/", page + "unauthorized_client&"},
       {"client_id=demo-client&response_type=token", page + "unsupported_response_type&"},
-      {"client_id=demo-client&response_type=token&redirect_uri=http://a/b",
-       "http://a/b?error=unsupported_response_type&"},
+      {"client_id=demo-client&response_type=token&redirect_uri=https://" + server_.host() + "/b",
+       "/b?error=unsupported_response_type&"},
       {"client_id=demo-client&response_type=code&redirect_uri=(null)", page + "invalid_request&"},
   };
   for (const auto& [query, address] : cases)
-    EXPECT_EQ(client_.get("/oauth/authorize?" + query).location.substr(0, address.size()), address);
+    EXPECT_EQ(client_.get("/oauth/authorize?" + query).target.substr(0, address.size()), address);
 
   for (const char* const path : {"/oauth/authorize", "/oauth/consent"})
-    EXPECT_EQ(client_.post(path, begin() + "&action=cancel").location,
+    EXPECT_EQ(client_.post(path, begin() + "&action=cancel").target,
               page + "access_denied&error_description=User%20denied%20the%20request.");
 }
 

@@ -2,10 +2,9 @@
 
 #include "sandbox/Server.h"
 
-#include <curl/curl.h>
-#include <memory>
+#include "quarnet/platform/curl/CurlHttpClient.h"
+
 #include <string>
-#include <vector>
 
 namespace quarnet::sandbox {
 
@@ -19,10 +18,10 @@ inline std::string between(const std::string& text, const std::string& from,
 }
 
 struct Answer {
-  CURLcode result = CURLE_OK;
   long status = 0;
   std::string body;
-  std::string location; ///< of a redirect, made absolute
+  std::string problem; ///< why it is not whole
+  std::string target;  ///< where the request ended after all redirects
 
   /// A text of the JSON in the body.
   std::string member(const std::string& name) const {
@@ -30,56 +29,39 @@ struct Answer {
   }
 };
 
-/// A client that trusts the sandbox, follows no redirect and keeps its connection between calls.
+/// The library's client, that trusts the sandbox.
 class TestClient {
 public:
-  explicit TestClient(const Server& server, const std::string& scheme = "https://")
-      : origin_(scheme + server.host()) {}
+  explicit TestClient(const Server& server, std::string scheme = "https://")
+      : server_(server), scheme_(std::move(scheme)) {}
 
-  Answer get(const std::string& pathAndQuery, const std::vector<std::string>& headers = {}) {
-    return perform(pathAndQuery, headers, nullptr);
+  Answer get(const std::string& target, platform::HeaderFields fields = {}) {
+    return perform({.url = target, .headerFields = std::move(fields)});
   }
-  Answer post(const std::string& path, const std::string& body,
-              const std::vector<std::string>& headers = {}) {
-    return perform(path, headers, &body);
+  Answer post(const std::string& target, const std::string& body,
+              platform::HeaderFields fields = {}) {
+    return perform({.url = target,
+                    .method = "POST",
+                    .headerFields = std::move(fields),
+                    .body = std::make_shared<Data>(body)});
   }
 
-  long timeout = 5000; ///< milliseconds
+  std::chrono::milliseconds timeout{5000};
 
 private:
-  Answer perform(const std::string& path, const std::vector<std::string>& headers,
-                 const std::string* body) {
-    Answer answer;
-    curl_slist* list = nullptr;
-    for (const std::string& header : headers)
-      list = curl_slist_append(list, header.c_str());
-    CURL* const curl = curl_.get();
-    const auto append = +[](char* data, std::size_t, std::size_t size, std::string* text) {
-      text->append(data, size);
-      return size;
-    };
-    curl_easy_reset(curl);
-    if (body != nullptr) {
-      curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE, static_cast<long>(body->size()));
-      curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body->c_str());
-    }
-    curl_easy_setopt(curl, CURLOPT_URL, (origin_ + path).c_str());
-    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, list);
-    curl_easy_setopt(curl, CURLOPT_CAINFO, Server::caFile().c_str());
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, timeout);
-    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, append);
-    curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answer.body);
-    answer.result = curl_easy_perform(curl);
-    curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &answer.status);
-    const char* location = nullptr;
-    curl_easy_getinfo(curl, CURLINFO_REDIRECT_URL, &location);
-    if (location != nullptr) answer.location = location;
-    curl_slist_free_all(list);
-    return answer;
+  Answer perform(platform::HttpRequest request) {
+    request.url = scheme_ + server_.host() + request.url;
+    request.timeout = timeout;
+    const auto result = client_.sendSynchronously(request);
+    return {.status = result.response ? result.response->statusCode : 0,
+            .body = result.body,
+            .problem = result.error ? *result.error->description : "",
+            .target = server_.received().back().target};
   }
 
-  std::string origin_;
-  std::unique_ptr<CURL, void (*)(CURL*)> curl_{curl_easy_init(), curl_easy_cleanup};
+  const Server& server_;
+  std::string scheme_;
+  platform::CurlHttpClient client_{{.caFile = Server::caFile()}};
 };
 
 } // namespace quarnet::sandbox

@@ -14,16 +14,6 @@
 #include <utility>
 
 namespace quarnet::test {
-namespace {
-
-bool isListening(std::uint16_t port) {
-  const int probe = connectToLoopback(port);
-  if (probe >= 0) close(probe);
-  return probe >= 0;
-}
-
-} // namespace
-
 Nginx::Nginx(const std::string& directives)
     : folder_(std::filesystem::temp_directory_path() / "nginx-XXXXXX"),
       httpPort_(freeLoopbackPort()), httpsPort_(freeLoopbackPort()) {
@@ -57,10 +47,12 @@ Nginx::Nginx(const std::string& directives)
     execlp("nginx", "nginx", "-p", folder_.c_str(), "-c", "nginx.conf", "-e", "error.log", nullptr);
     _exit(127);
   }
-  for (int i = 0; !isListening(httpPort_); ++i) {
+  int probe = -1;
+  for (int i = 0; (probe = connectToLoopback(httpPort_)) < 0; ++i) {
     if (i == 1000) throw std::runtime_error("nginx does not listen: see " + folder_);
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
+  close(probe);
 }
 
 Nginx::~Nginx() {
