@@ -21,6 +21,11 @@ constexpr std::size_t kSmallBody = 64 * 1024;
 constexpr long kUploadBuffer = 64L * 1024;
 constexpr long kLargeUploadBuffer = 2L * 1024 * 1024;
 
+// OpenSSL fails a write whole of which it has written the first records, of 16 KiB; less than that
+// is one record, which is of no use to the server without its end. There is room for what libcurl
+// adds, an address in escapes included.
+constexpr std::size_t kOneRecord = 5 * 1024;
+
 // Absent when the address has no such part.
 Text partOf(CURLU* address, CURLUPart which, unsigned flags) {
   char* text = nullptr;
@@ -68,7 +73,8 @@ Text EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
            " bytes; no more than " + std::to_string(kMaximumHead) + " can be sent";
   }
   const Data* body = hop.withContent ? request.body.get() : nullptr;
-  const bool isLarge = headSize > kSmallHead || (body != nullptr && body->size() > kSmallBody);
+  const std::size_t bodySize = body != nullptr ? body->size() : 0;
+  const bool isLarge = headSize > kSmallHead || bodySize > kSmallBody;
   // libcurl takes 0 for "no limit".
   const long limit = std::clamp<long>(timeout.count(), 1, INT_MAX);
   setMethod(hop, body);
@@ -76,6 +82,7 @@ Text EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
   curl_easy_setopt(get(), CURLOPT_HTTPHEADER, headers_.get());
   curl_easy_setopt(get(), CURLOPT_TIMEOUT_MS, limit);
   offersHttp2_ = mayUseHttp2 && !isLarge && isEncrypted(hop.url);
+  writesInParts_ = isEncrypted(hop.url) && headSize + bodySize > kOneRecord;
   curl_easy_setopt(get(), CURLOPT_HTTP_VERSION,
                    offersHttp2_ ? CURL_HTTP_VERSION_2TLS : CURL_HTTP_VERSION_1_1);
   // The same for the server, and another one for libcurl 7.88: it would put a request that may

@@ -34,6 +34,9 @@ public:
   /// Whether the hop's connection may become one of HTTP/2.
   bool offersHttp2() const { return offersHttp2_; }
 
+  /// Whether the first write of the hop may fail after a part of it was written.
+  bool writesInParts() const { return writesInParts_; }
+
   /// What libcurl said about the last failure; may be empty.
   const char* errorText() const { return errorText_.data(); }
 
@@ -50,6 +53,7 @@ private:
   std::string target_;
   bool isParsed_ = false;
   bool offersHttp2_ = false;
+  bool writesInParts_ = false;
   HeaderList headers_;
   std::array<char, CURL_ERROR_SIZE> errorText_{};
 };

@@ -145,7 +145,7 @@ FailedAttempt Transfer::failedAttempt(CURLcode code) const {
   curl_easy_getinfo(easy(), CURLINFO_PRETRANSFER_TIME_T, &sendingBegan);
   const bool wasStartedOver = starts_ > 1;
   const bool wasReused = starts_ > 0 && !isOnNewConnection();
-  const bool nothingWasWritten = requestSize == 0 && sendingBegan == 0;
+  const bool nothingWasWritten = requestSize == 0 && sendingBegan == 0 && !handle_.writesInParts();
   return {
       .method = hop_.method,
       .wasAnswered = answerSize > 0,

@@ -130,6 +130,18 @@ TEST(FaultsTest, ACallIsMadeOnceAndToldOnce) {
   expectNoneTwice(server.arrivals());
 }
 
+TEST(FaultsTest, APostWhoseFirstRecordsWereReadIsNotSentAgain) {
+  Nginx server("location /cut { return 444; }"); // closes without having read the body
+  CurlHttpClient client({.caFile = server.caFile()});
+  for (int i = 0; i < 100; ++i) {
+    const std::string target = "/" + std::to_string(i);
+    client.sendSynchronously(*requestFor("GET", server.httpsUrl() + target));
+    client.sendSynchronously(
+        *requestFor("POST", server.httpsUrl() + "/cut" + target, Data(60'000, 'b')));
+  }
+  expectNoneTwice(server.arrivals());
+}
+
 TEST(FaultsTest, OverHttp2CallsShareAConnectionAndNoneIsLostWhenTheServerEndsIt) {
   struct {
     std::string requestsAConnection;
