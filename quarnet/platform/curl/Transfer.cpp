@@ -14,18 +14,17 @@ namespace {
 
 constexpr int kMaximumRedirects = 20;
 
-// The number behind these words in a line that begins as given: what a line says otherwise may come
-// from anybody.
-std::optional<unsigned> numberIn(std::string_view line, std::string_view beginning,
-                                 std::string_view words) {
-  const std::size_t at = line.starts_with(beginning) ? line.find(words) : std::string_view::npos;
+// The last stream that the server took, from libcurl's line about a GOAWAY frame (which it spells
+// like this). What other lines say may come from anybody.
+std::optional<unsigned> lastTakenIn(std::string_view line) {
+  constexpr std::string_view kLast = "last_stream=";
+  const std::size_t at =
+      line.starts_with("recveived GOAWAY") ? line.find(kLast) : std::string_view::npos;
   if (at == std::string_view::npos) return std::nullopt;
-  unsigned number = 0;
-  const char* digits = line.data() + at + words.size();
-  if (std::from_chars(digits, line.data() + line.size(), number).ec != std::errc()) {
-    return std::nullopt;
-  }
-  return number;
+  unsigned stream = 0;
+  const char* digits = line.data() + at + kLast.size();
+  const bool isNumber = std::from_chars(digits, line.end(), stream).ec == std::errc();
+  return isNumber ? std::optional(stream) : std::nullopt;
 }
 
 } // namespace
@@ -41,6 +40,8 @@ void Transfer::renewHandle() {
   curl_easy_setopt(easy(), CURLOPT_WRITEDATA, this);
   curl_easy_setopt(easy(), CURLOPT_PREREQFUNCTION, onStart);
   curl_easy_setopt(easy(), CURLOPT_PREREQDATA, this);
+  curl_easy_setopt(easy(), CURLOPT_XFERINFOFUNCTION, onProgress);
+  curl_easy_setopt(easy(), CURLOPT_XFERINFODATA, this);
   curl_easy_setopt(easy(), CURLOPT_DEBUGFUNCTION, onDebug);
   curl_easy_setopt(easy(), CURLOPT_DEBUGDATA, this);
   // libcurl sends whatever was on a reused connection that died again, a POST too, and up to five
@@ -133,6 +134,7 @@ bool Transfer::prepareHop() {
   if (Text problem = handle_.prepare(*request_, hop_, left, mayUseHttp2)) {
     return fail(CURLE_BAD_FUNCTION_ARGUMENT, std::move(*problem));
   }
+  if (handle_.offersHttp2()) listen(false);
   return true;
 }
 
@@ -146,6 +148,7 @@ FailedAttempt Transfer::failedAttempt(CURLcode code) const {
   const bool wasStartedOver = starts_ > 1;
   const bool wasReused = starts_ > 0 && !isOnNewConnection();
   const bool nothingWasWritten = requestSize == 0 && sendingBegan == 0 && !handle_.writesInParts();
+  if (stream_ != 0 && sendingBegan == 0) goaways_->lose(connection_);
   return {
       .method = hop_.method,
       .wasAnswered = answerSize > 0,
@@ -187,32 +190,43 @@ std::string Transfer::describe(CURLcode code) const {
 // Called before each time that a request is sent.
 int Transfer::onStart(void* transfer, char* farAddress, char*, int farPort, int nearPort) {
   auto& self = *static_cast<Transfer*>(transfer);
+  const bool mayBeHttp2 = self.goaways_ != nullptr && isEncrypted(self.hop_.url);
+  const Goaways::Connection connection{farAddress, farPort, nearPort};
+  if (mayBeHttp2 && self.isOnNewConnection()) self.goaways_->open(connection);
   // Whether it is sent again is not libcurl's to decide.
   if (++self.starts_ > 1) return CURL_PREREQFUNC_ABORT;
-  if (self.goaways_ != nullptr && isEncrypted(self.hop_.url)) {
-    self.connection_ = {farAddress, farPort, nearPort};
-    if (self.isOnNewConnection()) self.goaways_->begin(self.connection_);
-    // Not earlier, since libcurl writes a lot.
-    curl_easy_setopt(self.easy(), CURLOPT_VERBOSE, long{self.handle_.offersHttp2()});
+  if (mayBeHttp2) {
+    self.connection_ = connection;
+    self.stream_ = self.goaways_->begin(connection);
   }
   return CURL_PREREQFUNC_OK;
 }
 
-// What the server said about an HTTP/2 connection is to be had from here alone. Where libcurl words
-// it in another way, nothing counts as refused.
+// What the server says about an HTTP/2 connection, libcurl tells in its debugging output alone, and
+// to whichever transfer reads from the connection. There is much more of that before and while a
+// request is sent, which would take longer than sending it.
+void Transfer::listen(bool isSent) {
+  curl_easy_setopt(easy(), CURLOPT_NOPROGRESS, long{isSent});
+  curl_easy_setopt(easy(), CURLOPT_VERBOSE, long{isSent});
+}
+
+// Called after each step of libcurl's until listen() wants it no more.
+int Transfer::onProgress(void* transfer, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+  auto& self = *static_cast<Transfer*>(transfer);
+  if (self.starts_ > 0) self.listen(true);
+  return 0;
+}
+
+// Where libcurl words it in another way, nothing counts as refused.
 int Transfer::onDebug(CURL*, curl_infotype type, char* text, std::size_t size, void* transfer) {
   auto& self = *static_cast<Transfer*>(transfer);
   if (type != CURLINFO_TEXT) return 0;
   const std::string_view line(text, size);
-  if (const auto stream = numberIn(line, "Using", "Stream ID: ")) self.stream_ = *stream;
   if (line.starts_with("REFUSED_STREAM")) self.wasRefused_ = true;
   if (line.starts_with("Downgrades to HTTP/1.1")) self.wantsHttp1_ = true;
   // libcurl starts over: what it reads while it looks for a connection may be about any of them.
   if (self.wasRefused_ || self.wantsHttp1_) self.connection_ = {};
-  // Said to whichever transfer reads from the connection, and spelt like this.
-  if (const auto last = numberIn(line, "recveived GOAWAY", "last_stream=")) {
-    self.goaways_->end(self.connection_, *last);
-  }
+  if (const auto lastTaken = lastTakenIn(line)) self.goaways_->end(self.connection_, *lastTaken);
   return 0;
 }
 

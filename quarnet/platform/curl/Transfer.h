@@ -40,6 +40,7 @@ private:
   using Clock = std::chrono::steady_clock;
 
   static int onStart(void* transfer, char* farAddress, char*, int farPort, int nearPort);
+  static int onProgress(void* transfer, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
   static int onDebug(CURL*, curl_infotype type, char* text, std::size_t size, void* transfer);
   static std::size_t onHeader(char* line, std::size_t, std::size_t size, void* transfer);
   static std::size_t onBody(char* data, std::size_t, std::size_t size, void* transfer);
@@ -47,6 +48,7 @@ private:
   bool receiveBody(std::string_view piece) noexcept;
 
   void renewHandle();
+  void listen(bool isSent);
   bool follow(std::string url);
   bool sendAgain();
   bool prepareHop();
