@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <signal.h>
+#include <sstream>
 #include <stdexcept>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -33,11 +34,16 @@ Nginx::Nginx(const std::string& directives)
       << "access_log access.log arrival;\n"
       << "client_body_temp_path body; proxy_temp_path proxy; fastcgi_temp_path fastcgi;\n"
       << "uwsgi_temp_path uwsgi; scgi_temp_path scgi;\n"
+      // Behind it, so that it reads a request's body before it answers.
+      << "upstream behind { server unix:" << folder_ << "/behind; keepalive 64; }\n"
+      << "server { listen unix:" << folder_ << "/behind; access_log off;\n"
+      << "keepalive_requests 1000000; location / { return 200 $request_uri; } }\n"
       << "server {\n"
       << "listen 127.0.0.1:" << httpPort_ << ";\n"
       << "listen 127.0.0.1:" << httpsPort_ << " ssl http2;\n"
       << "ssl_certificate server.pem; ssl_certificate_key server.key;\n"
-      << "location / { return 200 $request_uri; }\n"
+      << "proxy_http_version 1.1; proxy_set_header Connection '';\n"
+      << "location / { proxy_pass http://behind; }\n"
       << "location = /large { root .; }\n"
       << directives << "}}\n";
   process_ = fork();
@@ -64,8 +70,12 @@ std::vector<Nginx::Arrival> Nginx::arrivals() {
   stop(SIGQUIT);
   std::vector<Arrival> arrivals;
   std::ifstream log(folder_ + "/access.log");
-  for (Arrival one; log >> one.method >> one.target >> one.protocol >> one.connection;)
+  for (std::string line; std::getline(log, line);) {
+    if (line.front() == ' ') continue; // not even the first line of a head
+    Arrival one;
+    std::istringstream(line) >> one.method >> one.target >> one.protocol >> one.connection;
     arrivals.push_back(one);
+  }
   return arrivals;
 }
 

@@ -1,6 +1,7 @@
 #include "WireServer.h"
 
 #include <arpa/inet.h>
+#include <random>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -106,7 +107,13 @@ int connectToLoopback(std::uint16_t port) {
 }
 
 std::uint16_t freeLoopbackPort() {
-  return WireServer([](int) {}).port();
+  static std::atomic<unsigned> next = std::random_device()();
+  for (;;) {
+    const auto port = static_cast<std::uint16_t>(20'000 + next++ % 10'000);
+    const int connection = connectToLoopback(port);
+    if (connection < 0) return port;
+    close(connection);
+  }
 }
 
 } // namespace quarnet::test

@@ -52,7 +52,8 @@ std::string answer(const std::string& body, const std::string& fields = {},
 
 /// A socket that is connected to that port; negative when nobody listens there.
 int connectToLoopback(std::uint16_t port);
-/// A port that was free a moment ago.
+/// A port that was free a moment ago: each one once, and none of those that the system gives to
+/// connections.
 std::uint16_t freeLoopbackPort();
 
 } // namespace quarnet::test
