@@ -61,6 +61,7 @@ int runProgram(int argc, char** argv) {
 int main(int argc, char** argv) {
   const int code = runProgram(argc, argv);
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return code;
-  std::perror("quarnet: standard output");
+  // Not why: that was known to whichever write failed first.
+  tell("standard output could not be written");
   return kFailed;
 }
