@@ -154,6 +154,9 @@ TEST_F(TokenRaces, ARestoreNeitherMixesTokensNorPutsOldOnesBack) {
       if (round % 3 == 0) manager_.saveOAuthInfo();
       const Dictionary shown = manager_.getOAuthInfoDictionary();
       EXPECT_TRUE(shown.empty() || shown.at("access_token") == shown.at("refresh_token"));
+      APIRequest().setHeaderErr(std::nullopt, nullptr);
+      const auto call = APIRequest::urlRequest();
+      EXPECT_EQ(call->headerFields.get("access_token"), call->headerFields.get("refresh_token"));
     }
   });
   for (int round = 0; round < 20'000 && !HasFailure(); ++round) {
