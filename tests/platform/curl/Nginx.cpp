@@ -31,7 +31,7 @@ Nginx::Nginx(const std::string& directives)
       << "events { worker_connections 1024; }\n"
       << "http {\n"
       << "log_format arrival '$request_method $request_uri $server_protocol $connection';\n"
-      << "access_log access.log arrival;\n"
+      << "access_log access.log arrival; large_client_header_buffers 4 200k;\n"
       << "client_body_temp_path body; proxy_temp_path proxy; fastcgi_temp_path fastcgi;\n"
       << "uwsgi_temp_path uwsgi; scgi_temp_path scgi;\n"
       // Behind it, so that it reads a request's body before it answers.
