@@ -1,7 +1,7 @@
 #pragma once
 
-#include "quarnet/core/Data.h"
 #include "quarnet/core/Export.h"
+#include "quarnet/core/Types.h"
 
 #include <cstdint>
 

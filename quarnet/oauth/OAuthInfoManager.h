@@ -1,8 +1,8 @@
 #pragma once
 
 #include "quarnet/core/Callback.h"
-#include "quarnet/core/Data.h"
 #include "quarnet/core/Export.h"
+#include "quarnet/core/Types.h"
 #include "quarnet/oauth/OAuthInfo.h"
 
 #include <memory>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "quarnet/core/Data.h"
+#include "quarnet/core/Types.h"
 #include "quarnet/platform/HttpClient.h"
 
 #include <initializer_list>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "quarnet/core/Data.h"
+#include "quarnet/core/Types.h"
 
 #include <string_view>
 
