@@ -18,4 +18,8 @@ Error makeError(int code) {
   return error;
 }
 
+Error apiError(Text description) {
+  return {.domain = "vornelAPIError", .code = 1, .description = std::move(description)};
+}
+
 } // namespace quarnet

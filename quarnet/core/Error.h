@@ -24,6 +24,9 @@ struct Error {
 /// The error value of code 1 to 7; any other has no description.
 QUARNET_EXPORT Error makeError(int code);
 
+/// The error of domain "vornelAPIError".
+Error apiError(Text description);
+
 /// Stores `error` where the caller asked for it; `slot` may be null.
 inline void storeError(std::optional<Error>* slot, Error error) {
   if (slot != nullptr) *slot = std::move(error);

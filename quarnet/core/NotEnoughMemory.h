@@ -11,7 +11,7 @@ inline constexpr char kNotEnoughMemory[] = "Not enough memory for the call";
 
 /// What becomes of a call that is too large for the memory.
 inline Error notEnoughMemory() {
-  return {.domain = "vornelAPIError", .code = 1, .description = kNotEnoughMemory};
+  return apiError(kNotEnoughMemory);
 }
 
 /// Gives what `call` gives, or what `tooLarge` does when the memory did not suffice for `call`.

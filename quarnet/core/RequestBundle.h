@@ -60,9 +60,6 @@ public:
   void setResponseType(ContentFormat format) { responseType_ = format; }
 
 private:
-  /// Escapes the parameters where they are.
-  friend class APIRequest;
-
   std::optional<Dictionary> header_;
   Text url_;
   std::optional<Parameters> parameters_;

@@ -68,7 +68,6 @@ public:
   std::string getWholeInfo() const;
 
 private:
-  friend class APIRequest;
   friend class OAuthClient;
   friend class OAuthInfoManager;
   friend class TokenRecordStore;

@@ -12,6 +12,9 @@ namespace quarnet {
 /// that a log may use all of this.
 class TokenRecordStore {
 public:
+  /// The record's fields of one moment.
+  static OAuthInfo::Fields fields() { return OAuthInfo::sharedInstance().fields(); }
+
   /// Takes tokens over: into the record and among the texts that the next save() writes, in one
   /// step. From then on a restore() finds them. Throws std::bad_alloc, and nothing has changed
   /// then.

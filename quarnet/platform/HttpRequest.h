@@ -10,6 +10,10 @@
 
 namespace quarnet::platform {
 
+/// How long a request of the library may take, from the start of the transfer to its end: a call,
+/// the fetching of its one-time key, and each exchange with the token and revocation endpoints.
+inline constexpr std::chrono::seconds kRequestTimeout{60};
+
 /// One HTTP request (RFC 9110), ready to be sent.
 struct QUARNET_EXPORT HttpRequest {
   /// The whole address, query included. One that cannot be parsed fails when it is sent.
@@ -19,7 +23,7 @@ struct QUARNET_EXPORT HttpRequest {
   /// The body, shared and not copied on its way out; null for none.
   std::shared_ptr<const Data> body = nullptr;
   /// From the start of the transfer to its end.
-  std::chrono::milliseconds timeout{60'000};
+  std::chrono::milliseconds timeout = kRequestTimeout;
 };
 
 } // namespace quarnet::platform

@@ -13,13 +13,15 @@
 
 namespace quarnet {
 
+class AsynchronousAnswer;
+
 /// Sends API calls for the signed-in user.
 ///
 /// A call is described by a RequestBundle and carries the client identifier and the tokens of the
 /// token record as they stand; they are never reissued here. GET and DELETE send their parameters
 /// encrypted under a one-time key, which costs one more round trip before the call itself.
 ///
-/// Prepare calls from one thread at a time: a prepared request lies in one process-wide slot until
+/// Prepare calls from one thread at a time: a prepared request waits in one process-wide slot until
 /// it is sent, so two threads that prepare at once can send each other's request. Every error slot
 /// may be null.
 ///
@@ -31,11 +33,12 @@ namespace quarnet {
 /// the log, the kernel and TLS, and memory that was freed on the way while an answer arrived.
 class QUARNET_EXPORT APIRequest {
 public:
+  /// Nobody is registered yet.
   APIRequest();
   /// A call that is under way is completed and delivered all the same, so a target that dies with
   /// its request is to be taken back before.
   ~APIRequest();
-  /// One that was moved from is as new.
+  /// One that was moved from is as new; calls under way belong to the one that it was moved to.
   APIRequest(APIRequest&&) noexcept;
   APIRequest& operator=(APIRequest&&) noexcept;
 
@@ -54,12 +57,12 @@ public:
                                                            HttpMethod method,
                                                            std::optional<Error>* error);
 
-  /// Who hears how asynchronous calls end. What is registered when an answer arrives counts, not
-  /// what was when the call was sent.
+  /// Registers who is called when an asynchronous call ends. What is registered when an answer
+  /// arrives counts, not what was when the call was sent.
   ///
   /// The target is not owned. Before it dies, call setDelegateFinishedFailed(nullptr, nullptr,
   /// nullptr) or register another one, on the main thread, inside a callback if you like: an answer
-  /// that has arrived for it but was not delivered yet is then told to nobody.
+  /// that has arrived for it but was not delivered yet is then dropped.
   template <class T>
   void setDelegateFinishedFailed(T* target, std::type_identity_t<Method<T>> finished,
                                  std::type_identity_t<Method<T>> failed) {
@@ -122,28 +125,22 @@ public:
   std::optional<HttpHeader> httpHeader() const;
   void setHttpHeader(std::optional<HttpHeader> httpHeader);
 
-  // The registered callback, field by field. The target must be of the operations' own class.
+  /// The object that is called back; null for none. It must be of the operations' own class, and is
+  /// registered and taken back as setDelegateFinishedFailed() says.
   void* _target() const;
   void set_target(void* target);
+  /// Its operation for a success; null for none.
   Operation _finishedSelector() const;
   void set_finishedSelector(Operation finished);
+  /// Its operation for everything else; null for none.
   Operation _failedSelector() const;
   void set_failedSelector(Operation failed);
 
 private:
-  struct State;
-
-  std::optional<ResponseMessage> send(RequestBundle& bundle, std::optional<Error>* error);
-  void start(RequestBundle& bundle);
-  // These two leave std::bad_alloc to who sends the call.
-  void prepare(RequestBundle& bundle, std::optional<Error>* error);
-  Text encrypt(const Text& parameters, Text* swapKey, std::optional<Error>* error);
   void setCallback(CallbackTriple callback);
-  template <class Use>
-  auto guarded(Use use) const;
 
   /// Shared with the completions of calls under way.
-  std::shared_ptr<State> state_;
+  std::shared_ptr<AsynchronousAnswer> answer_;
 };
 
 } // namespace quarnet

@@ -1,20 +1,17 @@
-// The part of APIRequest that turns a bundle into the HTTP request in the process-wide slot.
+#include "quarnet/request/RequestAssembly.h"
 
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/Global.h"
-#include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/StringUtil.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/core/Wipe.h"
-#include "quarnet/oauth/OAuthInfo.h"
-#include "quarnet/platform/LogPieces.h"
+#include "quarnet/oauth/TokenRecordStore.h"
 #include "quarnet/platform/Platform.h"
 #include "quarnet/platform/glib/UniqueString.h"
-#include "quarnet/request/APIRequest.h"
 #include "quarnet/request/Multipart.h"
+#include "quarnet/request/ParameterKey.h"
 
 #include <algorithm>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -27,35 +24,16 @@ using platform::Log;
 
 namespace {
 
-/// The process-wide slot: swapped whole, so that a reader always holds a complete request.
-class Slot {
-public:
-  std::shared_ptr<const HttpRequest> get() {
-    const std::lock_guard lock(mutex_);
-    return request_;
-  }
-  void put(HttpRequest request) {
-    auto shared = std::make_shared<const HttpRequest>(std::move(request));
-    const std::lock_guard lock(mutex_);
-    request_.swap(shared);
-  }
-
-private:
-  std::mutex mutex_;
-  std::shared_ptr<const HttpRequest> request_;
-};
-
-Slot& slot() {
-  static Slot* const instance = new Slot;
-  return *instance;
-}
-
 bool carriesBody(HttpMethod method) {
   return method == HttpMethod::PUT || method == HttpMethod::POST;
 }
 
 bool encryptsParameters(HttpMethod method) {
   return method == HttpMethod::GET || method == HttpMethod::DELETE;
+}
+
+std::string contentType(ContentFormat format) {
+  return Global::getContentType(static_cast<std::uint64_t>(format));
 }
 
 std::string_view suffix(ContentFormat format) {
@@ -77,17 +55,19 @@ std::string_view methodName(HttpMethod method) {
   return {};
 }
 
-/// Escapes all values or, when it throws, none.
-void escapeValues(Parameters& parameters) {
-  std::vector<std::string> escaped;
-  escaped.reserve(parameters.size());
+Parameters escaped(const Parameters& parameters) {
+  Parameters result;
   for (const auto& [key, value] : parameters)
-    escaped.push_back(value ? escapeString(*value) : std::string());
-  auto next = escaped.begin();
-  for (auto& [key, value] : parameters) {
-    if (value) value->swap(*next);
-    ++next;
-  }
+    result.emplace_hint(result.end(), key, value ? Text(escapeString(*value)) : Text());
+  return result;
+}
+
+/// Both or, when it throws, none.
+void writeBack(RequestBundle& bundle) {
+  std::string url = *bundle.url();
+  url.append(suffix(bundle.responseType()));
+  if (bundle.parameters()) bundle.setParameters(escaped(*bundle.parameters()));
+  bundle.setUrl(std::move(url));
 }
 
 /// "KEY=VALUE" pairs as they stand: the values escaped by then, the keys as the caller gave them.
@@ -103,6 +83,15 @@ Text parameterText(const Parameters& parameters) {
   return utf8Text(std::move(text));
 }
 
+/// A failure is not reported: the call then goes out without its parameters.
+void addEncryptedParameters(HttpRequest& request, const RequestBundle& bundle, Text& swapKey) {
+  Text parameters = bundle.parameters() ? parameterText(*bundle.parameters()) : "";
+  const WipeAtEnd wiped(parameters);
+  log("paramString : ", formatted(parameters));
+  const Text enc = encryptParameters(parameters, &swapKey, nullptr);
+  if (enc) request.url.append("?enc=").append(*enc);
+}
+
 void setUpload(HttpRequest& request, const RequestBundle& bundle) {
   const std::string boundary = platform::globallyUniqueString();
   request.headerFields.set("Content-Type", "multipart/form-data; boundary=" + boundary);
@@ -112,23 +101,22 @@ void setUpload(HttpRequest& request, const RequestBundle& bundle) {
   request.body = std::make_shared<const Data>(std::move(multipart.body));
 }
 
-void setPayload(HttpRequest& request, const RequestBundle& bundle, std::string_view contentType) {
+void setPayload(HttpRequest& request, const RequestBundle& bundle) {
   const Text& payload = bundle.payload();
   log("POST payload : ", formatted(payload));
-  request.headerFields.set("Content-Type", contentType);
+  request.headerFields.set("Content-Type", contentType(bundle.requestType()));
   request.headerFields.set("Content-Length", std::to_string(payload ? payload->size() : 0));
   if (payload) request.body = std::make_shared<const Data>(*payload);
 }
 
-/// `record` holds the token record's fields of one moment, so that no call mixes old and new
-/// tokens.
-void addKeyAndTokens(HttpRequest& request, const auto& record, const Text& swapKey,
-                     std::optional<Error>* error) {
-  if (swapKey) request.headerFields.set("swap_key", swapKey);
-  if (!record.clientId) storeError(error, makeError(5));
-  request.headerFields.set(VORNEL_OAUTH_CLIENT_ID, record.clientId);
-  request.headerFields.set(VORNEL_HEADER_ACCESS_TOKEN, record.accessToken);
-  request.headerFields.set(VORNEL_HEADER_REFRESH_TOKEN, record.refreshToken);
+void setBody(HttpRequest& request, const RequestBundle& bundle) {
+  if (!carriesBody(bundle.httpMethod())) {
+    request.headerFields.set("Content-Type", contentType(bundle.requestType()));
+  } else if (!bundle.uploadFilePath().value_or("").empty()) {
+    setUpload(request, bundle);
+  } else {
+    setPayload(request, bundle);
+  }
 }
 
 void logHeaderFields(const HttpRequest& request) {
@@ -148,91 +136,46 @@ void logHeaderFields(const HttpRequest& request) {
 
 } // namespace
 
-std::shared_ptr<const HttpRequest> APIRequest::urlRequest() {
-  return slot().get();
-}
-
-void APIRequest::_requestError(RequestBundle& bundle, std::optional<Error>* error) {
-  withinMemory([&] { prepare(bundle, error); }, [&] { storeError(error, notEnoughMemory()); });
-}
-
-void APIRequest::prepare(RequestBundle& bundle, std::optional<Error>* error) {
+std::optional<HttpRequest> assembleRequest(RequestBundle& bundle, std::optional<Error>* error) {
   if (bundle.url().value_or("").empty()) {
     log("requestBundle.url : ", formatted(bundle.url()));
-    return storeError(error, makeError(2));
+    storeError(error, makeError(2));
+    return std::nullopt;
   }
   // Only the type asked for is checked: a wrong type of the body is sent as "error".
-  const std::string contentType =
-      Global::getContentType(static_cast<std::uint64_t>(bundle.requestType()));
-  const std::string acceptType =
-      Global::getContentType(static_cast<std::uint64_t>(bundle.responseType()));
-  if (acceptType == "error") return storeError(error, makeError(3));
-
-  std::string url = *bundle.url();
-  url.append(suffix(bundle.responseType()));
-  if (bundle.parameters_) escapeValues(*bundle.parameters_);
-  bundle.setUrl(std::move(url));
+  const std::string acceptType = contentType(bundle.responseType());
+  if (acceptType == "error") {
+    storeError(error, makeError(3));
+    return std::nullopt;
+  }
+  writeBack(bundle);
 
   const HttpMethod method = bundle.httpMethod();
-  HttpRequest request{.url = *bundle.url()};
+  HttpRequest request{.url = *bundle.url(), .method = std::string(methodName(method))};
   Text swapKey;
-  if (encryptsParameters(method)) {
-    Text parameters = bundle.parameters() ? parameterText(*bundle.parameters()) : "";
-    const WipeAtEnd wiped(parameters);
-    log("paramString : ", formatted(parameters));
-    // A failure is not reported: the call then goes out without its parameters.
-    std::optional<Error> dropped;
-    if (const Text enc = encrypt(parameters, &swapKey, &dropped)) {
-      request.url.append("?enc=").append(*enc);
-    }
-  }
-
-  request.method = methodName(method);
+  if (encryptsParameters(method)) addEncryptedParameters(request, bundle, swapKey);
   if (request.method.empty()) {
-    slot().put(std::move(request));
-    return storeError(error, makeError(1));
+    storeError(error, makeError(1));
+    return request;
   }
-  if (!carriesBody(method)) {
-    request.headerFields.set("Content-Type", contentType);
-  } else if (!bundle.uploadFilePath().value_or("").empty()) {
-    setUpload(request, bundle);
-  } else {
-    setPayload(request, bundle, contentType);
-  }
-
-  addKeyAndTokens(request, OAuthInfo::sharedInstance().fields(), swapKey, error);
+  setBody(request, bundle);
+  addKeyAndTokens(request, swapKey, error);
   if (error != nullptr) {
     request.headerFields.set("Accept", acceptType);
     request.headerFields.set("Accept-Encoding", "utf-8");
     logHeaderFields(request);
   }
-  slot().put(std::move(request));
+  return request;
 }
 
-void APIRequest::setHeaderErr(const Text& swapKey, std::optional<Error>* error) {
-  const auto add = [&] {
-    const auto prepared = slot().get();
-    HttpRequest request = prepared ? *prepared : HttpRequest{};
-    addKeyAndTokens(request, OAuthInfo::sharedInstance().fields(), swapKey, error);
-    slot().put(std::move(request));
-  };
-  withinMemory(add, [&] { storeError(error, notEnoughMemory()); });
-}
-
-Text APIRequest::urlConverter(const RequestBundle& bundle) {
-  const std::size_t count = bundle.parameters() ? bundle.parameters()->size() : 0;
-  const auto [origin, rest] = platform::addressPieces(formatted(bundle.url()));
-  log("URL : ", origin, rest);
-  log("paramSize : ", harmless(std::to_string(count)));
-  const auto convert = [&, size = origin.text.size()]() -> Text {
-    if (count == 0) return bundle.url();
-    std::string url(formatted(bundle.url()));
-    url.append("?").append(*StringUtil::getQueryStringFromDictionary(bundle.parameters()));
-    const std::string_view text = url;
-    log("ENCODED URL : [", harmless(text.substr(0, size)), text.substr(size), "]");
-    return url;
-  };
-  return withinMemory(convert, [] { return Text(); });
+void addKeyAndTokens(HttpRequest& request, const Text& swapKey, std::optional<Error>* error) {
+  // All fields of one moment, so that no call mixes old and new tokens.
+  const auto record = TokenRecordStore::fields();
+  if (swapKey) request.headerFields.set("swap_key", swapKey);
+  if (!record.clientId) storeError(error, makeError(5));
+  request.headerFields.set(VORNEL_OAUTH_CLIENT_ID, record.clientId);
+  request.headerFields.set(VORNEL_HEADER_ACCESS_TOKEN, record.accessToken);
+  request.headerFields.set(VORNEL_HEADER_REFRESH_TOKEN, record.refreshToken);
 }
 
 } // namespace quarnet
