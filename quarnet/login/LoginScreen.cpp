@@ -1,6 +1,5 @@
-// How the login screen is built, opened and closed.
+#include "quarnet/login/LoginScreen.h"
 
-#include "quarnet/core/Registration.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/platform/Platform.h"
@@ -34,9 +33,11 @@ double usableHeight(double windowHeight, const std::string& systemVersion) {
 
 } // namespace
 
-void OAuthClient::loginFinishedFailed(CallbackTriple callback) {
-  registration_->set(callback);
+LoginScreen::~LoginScreen() {
+  if (const auto shown = page.get()) shown->setDelegate(nullptr);
+}
 
+void LoginScreen::open() {
   const std::shared_ptr<Toolkit> toolkit = Platform::current().toolkit;
   const std::shared_ptr<View> window = toolkit ? toolkit->keyWindow() : nullptr;
   if (!window) {
@@ -47,91 +48,87 @@ void OAuthClient::loginFinishedFailed(CallbackTriple callback) {
   const double width = bounds.width;
   const double height = usableHeight(bounds.height, toolkit->systemVersion());
 
-  const std::shared_ptr<View> backdrop = toolkit->makeView();
-  backdrop->setFrame({0, 0, width, height});
-  backdrop->setBackgroundColor(kBackdropGrey);
-  window->addSubview(backdrop);
+  const std::shared_ptr<View> newBackdrop = toolkit->makeView();
+  newBackdrop->setFrame({0, 0, width, height});
+  newBackdrop->setBackgroundColor(kBackdropGrey);
+  window->addSubview(newBackdrop);
 
-  const std::shared_ptr<View> panel = toolkit->makeView();
-  panel->setFrame({width / 2, height / 2, 0, 0});
-  panel->setBackgroundColor(kPanelGrey);
-  panel->setClipsToBounds(true);
-  panel->setAlpha(1.0);
-  backdrop->addSubview(panel);
+  const std::shared_ptr<View> newPanel = toolkit->makeView();
+  newPanel->setFrame({width / 2, height / 2, 0, 0});
+  newPanel->setBackgroundColor(kPanelGrey);
+  newPanel->setClipsToBounds(true);
+  newPanel->setAlpha(1.0);
+  newBackdrop->addSubview(newPanel);
 
-  panel->addSubview(makeTitleBar(*toolkit, width));
-  const std::shared_ptr<WebView> page = makeLoginView(*toolkit, width, height);
-  panel->addSubview(page);
+  newPanel->addSubview(makeTitleBar(*toolkit, width));
+  const std::shared_ptr<WebView> newPage = makePage(*toolkit, width, height);
+  newPanel->addSubview(newPage);
 
-  viewBlock_.refer(backdrop);
-  bgView_.refer(panel);
-  loginView_.refer(page);
+  backdrop.refer(newBackdrop);
+  panel.refer(newPanel);
+  page.refer(newPage);
 
   // 20 points below the window's top whatever the system's version, so the panel may reach beyond
   // the backdrop's lower edge: this is meant.
-  const Rect open{0, kStatusBarHeight, width, height};
+  const Rect whole{0, kStatusBarHeight, width, height};
   toolkit->animate(
-      kAnimationTime, [panel, open] { panel->setFrame(open); },
-      [screen = shared_from_this(), shown = std::weak_ptr(page)](bool) {
-        if (const auto stillThere = shown.lock()) stillThere->load(screen->getOAuthorizationUrl());
+      kAnimationTime, [newPanel, whole] { newPanel->setFrame(whole); },
+      [client = client_.shared_from_this(), shown = std::weak_ptr(newPage)](bool) {
+        if (const auto stillThere = shown.lock()) stillThere->load(client->getOAuthorizationUrl());
       });
 }
 
-std::shared_ptr<TitleBar> OAuthClient::makeTitleBar(Toolkit& toolkit, double width) {
+std::shared_ptr<TitleBar> LoginScreen::makeTitleBar(Toolkit& toolkit, double width) {
   std::shared_ptr<TitleBar> bar = toolkit.makeTitleBar();
   bar->setFrame({0, 0, width, kTitleBarHeight});
   bar->setTitle("로그인");
-  // The button keeps the screen: one that the manager has replaced can still be closed.
-  bar->setRightButton("닫기", [screen = shared_from_this()] { screen->closeLoginView(); });
+  // The button keeps the client: a screen that the manager has replaced can still be closed.
+  bar->setRightButton("닫기", [client = client_.shared_from_this()] { client->closeLoginView(); });
   return bar;
 }
 
-std::shared_ptr<WebView> OAuthClient::makeLoginView(Toolkit& toolkit, double width, double height) {
-  std::shared_ptr<WebView> page = toolkit.makeWebView();
-  page->setDelegate(this);
-  page->setBackgroundColor(kTransparent);
-  page->setScalesPageToFit(true);
-  page->setFrame({0, kTitleBarHeight, width, height - kTitleBarHeight});
-  page->setBounces(false);
-  return page;
+std::shared_ptr<WebView> LoginScreen::makePage(Toolkit& toolkit, double width, double height) {
+  std::shared_ptr<WebView> made = toolkit.makeWebView();
+  made->setDelegate(&client_);
+  made->setBackgroundColor(kTransparent);
+  made->setScalesPageToFit(true);
+  made->setFrame({0, kTitleBarHeight, width, height - kTitleBarHeight});
+  made->setBounces(false);
+  return made;
 }
 
-void OAuthClient::closeLoginView() {
+void LoginScreen::close() {
   const std::shared_ptr<Toolkit> toolkit = Platform::current().toolkit;
-  const std::shared_ptr<WebView> page = loginView();
-  const std::shared_ptr<View> panel = bgView();
-  const std::shared_ptr<View> backdrop = viewBlock();
-  if (!toolkit || !page || !panel || !backdrop || closing_.lock() == panel) return;
-  closing_ = panel;
+  const std::shared_ptr<WebView> oldPage = page.get();
+  const std::shared_ptr<View> oldPanel = panel.get();
+  const std::shared_ptr<View> oldBackdrop = backdrop.get();
+  if (!toolkit || !oldPage || !oldPanel || !oldBackdrop || closing_.lock() == oldPanel) return;
+  closing_ = oldPanel;
 
-  const Rect now = panel->frame();
-  // The target follows from the size alone, not from where the panel lies: this is meant.
+  const Rect now = oldPanel->frame();
+  // The target follows from the size alone, not from where the panel stands: this is meant.
   const Rect point{now.width / 2, now.height / 2, 0, 0};
   toolkit->animate(
       kAnimationTime,
-      [page, panel, point] {
-        panel->setFrame(point);
-        page->load("about:blank");
+      [oldPage, oldPanel, point] {
+        oldPanel->setFrame(point);
+        oldPage->load("about:blank");
       },
-      [screen = shared_from_this(), page, panel, backdrop](bool) {
-        screen->removeViews(page, panel, backdrop);
+      [this, client = client_.shared_from_this(), oldPage, oldPanel, oldBackdrop](bool) {
+        remove(oldPage, oldPanel, oldBackdrop);
       });
 }
 
-void OAuthClient::removeViews(const std::shared_ptr<WebView>& page,
-                              const std::shared_ptr<View>& panel,
-                              const std::shared_ptr<View>& backdrop) {
-  page->setDelegate(nullptr);
-  page->removeFromSuperview();
-  panel->removeFromSuperview();
-  backdrop->removeFromSuperview();
-  if (loginView() == page) setLoginView(nullptr);
-  if (bgView() == panel) setBgView(nullptr);
-  if (viewBlock() == backdrop) setViewBlock(nullptr);
-}
-
-void OAuthClient::alertViewClickedButtonAtIndex(int) {
-  closeLoginView();
+void LoginScreen::remove(const std::shared_ptr<WebView>& oldPage,
+                         const std::shared_ptr<View>& oldPanel,
+                         const std::shared_ptr<View>& oldBackdrop) {
+  oldPage->setDelegate(nullptr);
+  oldPage->removeFromSuperview();
+  oldPanel->removeFromSuperview();
+  oldBackdrop->removeFromSuperview();
+  if (page.get() == oldPage) page.keep(nullptr);
+  if (panel.get() == oldPanel) panel.keep(nullptr);
+  if (backdrop.get() == oldBackdrop) backdrop.keep(nullptr);
 }
 
 } // namespace quarnet

@@ -12,6 +12,7 @@
 
 namespace quarnet {
 
+class LoginScreen;
 class Registration;
 
 /// A rectangle for the application's own use; the library neither reads nor writes it.
@@ -22,9 +23,8 @@ QUARNET_EXPORT extern platform::Rect oldStatusFrame;
 ///
 /// The session manager owns the screen and opens it. The screen builds the addresses from the
 /// manager's configuration, judges every navigation, takes the authorization code from the page
-/// that ends the sign-in, exchanges it for tokens, saves them, closes, and then tells the
-/// application. A screen that the user closes and an authorization error tell the application
-/// nothing.
+/// that ends the sign-in, exchanges it for tokens, saves them, closes, and then calls the
+/// application back. A screen that the user closes and an authorization error call nothing back.
 ///
 /// Everything here belongs to the user-interface thread, except that result() and the callback may
 /// be read and written from any thread, and that parseData() may run on any. Screens are held by
@@ -33,29 +33,31 @@ QUARNET_EXPORT extern platform::Rect oldStatusFrame;
 class QUARNET_EXPORT OAuthClient final : public platform::WebViewDelegate,
                                          public std::enable_shared_from_this<OAuthClient> {
 public:
+  /// A screen that is not open.
   static std::shared_ptr<OAuthClient> make();
   ~OAuthClient() override;
+  /// The screen itself.
   OAuthClient& init() { return *this; }
 
   OAuthClient(const OAuthClient&) = delete;
   OAuthClient& operator=(const OAuthClient&) = delete;
 
-  // Kept for the application; the library neither reads nor writes them.
+  /// This and the next, kept for the application; the library neither reads nor writes them.
   bool _sessionChecked = false;
   Text checkedURL;
 
   /// The sign-in page; like the two views below, null before the first login and from the end of a
   /// close on. The window holds the views of a login; one that is set here is held by the screen.
-  std::shared_ptr<platform::WebView> loginView() const { return loginView_.get(); }
-  void setLoginView(std::shared_ptr<platform::WebView> view) { loginView_.keep(std::move(view)); }
+  std::shared_ptr<platform::WebView> loginView() const;
+  void setLoginView(std::shared_ptr<platform::WebView> view);
   /// The backdrop, as large as the window.
-  std::shared_ptr<platform::View> viewBlock() const { return viewBlock_.get(); }
-  void setViewBlock(std::shared_ptr<platform::View> view) { viewBlock_.keep(std::move(view)); }
+  std::shared_ptr<platform::View> viewBlock() const;
+  void setViewBlock(std::shared_ptr<platform::View> view);
   /// The panel that holds title bar and page and grows and shrinks with them.
-  std::shared_ptr<platform::View> bgView() const { return bgView_.get(); }
-  void setBgView(std::shared_ptr<platform::View> view) { bgView_.keep(std::move(view)); }
+  std::shared_ptr<platform::View> bgView() const;
+  void setBgView(std::shared_ptr<platform::View> view);
 
-  // Kept for the application; the login does not use them. Absent until set.
+  /// This and response(), kept for the application; the login does not use them. Absent until set.
   const std::optional<Data>& receivedData() const { return receivedData_; }
   void setReceivedData(std::optional<Data> data) { receivedData_ = std::move(data); }
   const std::optional<platform::HttpResponse>& response() const { return response_; }
@@ -65,24 +67,26 @@ public:
   Text result() const;
   void setResult(Text result);
 
-  // Who hears how the code exchange ended. The target must be of the operations' own class and is
-  // not owned: before it dies, call set_target(nullptr) on the main thread. It is not called any
-  // more then, by an exchange that is under way neither.
+  /// The object that is called back when a code exchange has ended; null for none. It must be of
+  /// the operations' own class and is not owned: before it dies, call set_target(nullptr) on the
+  /// main thread. Nothing calls it any more then, an exchange that is under way included.
   void* _target() const;
   void set_target(void* target);
+  /// Its operation for a token answer, whatever that says; null for none.
   Operation _finishedSelector() const;
   void set_finishedSelector(Operation finished);
+  /// Its operation for a transport error; null for none.
   Operation _failedSelector() const;
   void set_failedSelector(Operation failed);
 
   /// Lays the screen over the key window, lets it grow for half a second and then loads the
   /// authorization page. On a screen that is open already it lays a second one on top.
   ///
-  /// `finished` hears of a token answer, whatever it says ("RC" and "RM" empty, "RD" the answer's
-  /// text, left out when it is not UTF-8), `failed` of a transport error ("RM" its description, the
-  /// others empty), on the main thread. A target that dies before the login has ended is to be
-  /// taken back by set_target(). Without a toolkit or a key window one line goes to the log and
-  /// nothing else happens.
+  /// `finished` is called for a token answer, whatever it says ("RC" and "RM" empty, "RD" the
+  /// answer's text, left out when it is not UTF-8), `failed` for a transport error ("RM" its
+  /// description, the others empty), on the main thread. A target that dies before the login has
+  /// ended is to be taken back by set_target(). Without a toolkit or a key window one line is
+  /// written to the log and nothing else happens.
   template <class T>
   void loginFinishedFailed(T* target, std::type_identity_t<Method<T>> finished,
                            std::type_identity_t<Method<T>> failed) {
@@ -106,7 +110,8 @@ public:
   /// The token request's address (RFC 6749, section 4.1.3), client secret and all.
   std::string getOAccessTokenUrl();
 
-  /// Whether `webView` may load `url`. The portal's open page goes to the system's browser instead.
+  /// Whether `webView` may load `url`. The portal's open page opens in the system's browser
+  /// instead.
   bool webViewShouldStartLoadWithRequestNavigationType(platform::WebView& webView,
                                                        const std::string& url, int navigationType);
 
@@ -128,39 +133,11 @@ public:
   void parseData(const Data& answer);
 
 private:
-  /// A view of the screen. The tree of views holds it, and through its button the screen; if the
-  /// screen held it as well, neither would go with a window that is destroyed while they are open.
-  template <class V>
-  class Part {
-  public:
-    std::shared_ptr<V> get() const { return view_.lock(); }
-    void refer(const std::shared_ptr<V>& view) {
-      view_ = view;
-      kept_.reset();
-    }
-    void keep(std::shared_ptr<V> view) {
-      view_ = view;
-      kept_ = std::move(view);
-    }
-
-  private:
-    std::weak_ptr<V> view_;
-    std::shared_ptr<V> kept_;
-  };
-
   OAuthClient();
 
   bool shouldStartLoad(platform::WebView& view, const std::string& url) override;
   void didFailLoad(platform::WebView& view, const platform::WebLoadError& error) override;
   void didFinishLoad(platform::WebView& view) override;
-
-  std::shared_ptr<platform::TitleBar> makeTitleBar(platform::Toolkit& toolkit, double width);
-  std::shared_ptr<platform::WebView> makeLoginView(platform::Toolkit& toolkit, double width,
-                                                   double height);
-  /// Takes off the views that a close was started for, which need not be the latest.
-  void removeViews(const std::shared_ptr<platform::WebView>& page,
-                   const std::shared_ptr<platform::View>& panel,
-                   const std::shared_ptr<platform::View>& backdrop);
 
   void exchangeCode(const std::string& url);
   void showAuthorizationError(const std::string& url);
@@ -170,11 +147,7 @@ private:
   void report(const platform::HttpResult& answer);
   void takeAndClose(const Data& answer);
 
-  Part<platform::WebView> loginView_;
-  Part<platform::View> viewBlock_;
-  Part<platform::View> bgView_;
-  /// The panel whose closing is under way.
-  std::weak_ptr<platform::View> closing_;
+  const std::unique_ptr<LoginScreen> screen_;
   std::optional<Data> receivedData_;
   std::optional<platform::HttpResponse> response_;
 

@@ -16,7 +16,7 @@ using platform::plainPiece;
 
 namespace {
 
-/// getWholeInfo() in pieces, which lie in the fields.
+/// getWholeInfo() in pieces, which live as long as the fields.
 auto wholeInfo(const auto& fields) {
   const auto secret = [](const Text& text) { return Log::Piece{.text = formatted(text)}; };
   const auto plain = [](const Text& text) { return plainPiece(formatted(text)); };
@@ -29,12 +29,9 @@ auto wholeInfo(const auto& fields) {
 
 } // namespace
 
-constinit std::atomic<OAuthInfo*> OAuthInfo::shared_ = nullptr;
-
-OAuthInfo& OAuthInfo::makeShared() {
-  static OAuthInfo* const made = new OAuthInfo;
-  shared_.store(made, std::memory_order_release);
-  return *made;
+OAuthInfo& OAuthInfo::sharedInstance() {
+  static OAuthInfo* const instance = new OAuthInfo;
+  return *instance;
 }
 
 Text OAuthInfo::clientId() const {

@@ -3,7 +3,6 @@
 #include "quarnet/core/Export.h"
 #include "quarnet/core/Types.h"
 
-#include <atomic>
 #include <mutex>
 
 namespace quarnet {
@@ -19,13 +18,10 @@ namespace quarnet {
 /// where it grew or moved, and the record itself, which lives as long as the process.
 class QUARNET_EXPORT OAuthInfo {
 public:
-  static OAuthInfo& sharedInstance() {
-    OAuthInfo* const made = shared_.load(std::memory_order_acquire);
-    return made != nullptr ? *made : makeShared();
-  }
+  static OAuthInfo& sharedInstance();
 
-  // The ordinary ways to make, copy and hold a record all give the one record; it is never
-  // released.
+  /// This and the next five, the ordinary ways to make, copy and hold a record, all give the one
+  /// record; it is never released.
   static OAuthInfo& allocWithZone() { return sharedInstance(); }
   OAuthInfo& init() { return *this; }
   OAuthInfo& copyWithZone() { return *this; }
@@ -88,10 +84,9 @@ private:
     Text scope;
     Text expiresSystime;
   };
-  friend Fields takeTokenAnswer(const Data& answer);
+  friend Fields readTokenAnswer(const Data& answer);
 
   OAuthInfo() = default;
-  static OAuthInfo& makeShared();
 
   /// All fields as they stand at one moment.
   Fields fields() const;
@@ -108,8 +103,6 @@ private:
   void fillAbsentTokens();
   Text read(Text Fields::*field) const;
   void write(Text Fields::*field, Text value);
-
-  static std::atomic<OAuthInfo*> shared_;
 
   mutable std::mutex mutex_;
   Fields fields_;

@@ -1,10 +1,39 @@
 #include "quarnet/oauth/OAuthInfoManager.h"
 
+#include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Registration.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/login/OAuthClient.h"
+#include "quarnet/oauth/Revocation.h"
+#include "quarnet/oauth/TokenAddresses.h"
+#include "quarnet/oauth/TokenAnswer.h"
+#include "quarnet/oauth/TokenRecordStore.h"
+#include "quarnet/platform/LogPieces.h"
+#include "quarnet/platform/Platform.h"
 
 namespace quarnet {
+
+using platform::deliver;
+using platform::HttpRequest;
+using platform::HttpResult;
+using platform::log;
+using platform::plainPiece;
+using platform::Platform;
+
+namespace {
+
+/// The body of a GET; empty when the transport failed, however much had arrived by then.
+Data get(std::string url) {
+  HttpResult result = Platform::current().httpClient->sendSynchronously({.url = std::move(url)});
+  return result.error ? Data() : std::move(result.body);
+}
+
+bool failForMemory() {
+  log("Error = ", kNotEnoughMemory);
+  return false;
+}
+
+} // namespace
 
 OAuthInfoManager& OAuthInfoManager::sharedInstance() {
   static OAuthInfoManager* const instance = &(new OAuthInfoManager)->init();
@@ -22,11 +51,131 @@ OAuthInfoManager& OAuthInfoManager::init() {
   return *this;
 }
 
+// Login.
+
+void OAuthInfoManager::loginFinishedFailed(CallbackTriple callback) {
+  oAuthInfo().writeToLog();
+  restoreOAuthInfo();
+  oAuthInfo().writeToLog();
+  // An access token that is there decides, "(null)" and one that has expired included.
+  if (!oAuthInfo().accessToken().value_or("").empty()) {
+    if (reissueAccessToken()) {
+      // No callback: the application sees the fresh token in the record. This is meant.
+      return log("Token Case 3 : to Success to Refresh Access Token");
+    }
+    log("Token Case 2 : Refresh Token is invalid");
+  }
+  if (const auto screen = oAuthClient()) screen->loginFinishedFailed(callback);
+}
+
+void OAuthInfoManager::login() {
+  loginFinishedFailed({});
+}
+
+bool OAuthInfoManager::reissueAccessToken() {
+  const auto reissue = [this] {
+    const Data answer = get(getAccessTokenReissueURL());
+    const Text text = utf8Text(answer);
+    log("reissueAccessToken : ", formatted(text));
+    // The marker decides, not the status: an error report that mentions it counts as a token
+    // answer.
+    if (!text || text->find("access_token") == std::string::npos) return false;
+    takeAndSave(answer);
+    return true;
+  };
+  return withinMemory(reissue, failForMemory);
+}
+
+std::string OAuthInfoManager::getAccessTokenReissueURL() {
+  return reissueAddress();
+}
+
+// Logout.
+
+void OAuthInfoManager::logoutFinishedFailed(CallbackTriple callback) {
+  // All at once: a logout that is answered just now must not mix two registrations.
+  registration_->set(callback);
+  revokeTokenToServerAsynch();
+}
+
+void OAuthInfoManager::logout() {
+  if (!revokeTokenToServer()) return log("Logout failed");
+  log("Logout Success");
+  TokenRecordStore::clear();
+}
+
+bool OAuthInfoManager::revokeTokenToServer() {
+  const auto revoke = [this] {
+    const Text text = utf8Text(get(getRevokeTokenUrl()));
+    log("revokeTokenToServer : ", formatted(text));
+    return confirmsRevocation(text);
+  };
+  return withinMemory(revoke, failForMemory);
+}
+
+void OAuthInfoManager::revokeTokenToServerAsynch() {
+  withinMemory([this] { readUrl(getRevokeTokenUrl()); },
+               [this] {
+                 deliver(registration_, &CallbackTriple::failed,
+                         resultDictionary("", kNotEnoughMemory, ""));
+               });
+}
+
+void OAuthInfoManager::readUrl(const std::string& url) {
+  Platform::current().httpClient->sendAsynchronously(
+      std::make_shared<HttpRequest>(HttpRequest{.url = url}),
+      [this](HttpResult result) { revocationAnswered(std::move(result), registration_); });
+}
+
+std::string OAuthInfoManager::getRevokeTokenUrl() {
+  return revocationAddress();
+}
+
+// Tokens between an answer, the record and the store.
+
+void OAuthInfoManager::setOAuthInfoWithJSON(const Data& answer) {
+  withinMemory([&] { takeAndSave(answer); }, [] { failForMemory(); });
+}
+
+void OAuthInfoManager::takeAndSave(const Data& answer) {
+  const OAuthInfo::Fields taken = readTokenAnswer(answer);
+  TokenRecordStore::take(taken);
+  log("ExtTime : ", plainPiece(formatted(taken.expiresIn)));
+  oAuthInfo().writeToLog();
+  saveOAuthInfo();
+}
+
+void OAuthInfoManager::saveOAuthInfo() {
+  TokenRecordStore::save();
+}
+
+void OAuthInfoManager::restoreOAuthInfo() {
+  TokenRecordStore::restore();
+}
+
+void OAuthInfoManager::setOAuthInfo(const OAuthInfo&) {
+  // There is one record. Copying its fields to itself leaves "(null)" where nothing was, and no
+  // more.
+  oAuthInfo().fillAbsentTokens();
+}
+
+OAuthInfo& OAuthInfoManager::getOAuthInfo() {
+  // A new record is the shared one.
+  OAuthInfo& copy = OAuthInfo::allocWithZone().init();
+  setOAuthInfo(copy);
+  return copy;
+}
+
+Dictionary OAuthInfoManager::getOAuthInfoDictionary() {
+  return TokenRecordStore::storedTokens();
+}
+
+// Fields.
+
 std::shared_ptr<OAuthClient> OAuthInfoManager::oAuthClient() const {
   const std::lock_guard lock(mutex_);
   return oAuthClient_;
 }
-
 void OAuthInfoManager::setOAuthClient(std::shared_ptr<OAuthClient> oAuthClient) {
   const std::lock_guard lock(mutex_);
   oAuthClient_.swap(oAuthClient);

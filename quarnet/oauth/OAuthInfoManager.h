@@ -13,9 +13,6 @@ namespace quarnet {
 
 class OAuthClient;
 class Registration;
-namespace platform {
-struct HttpResult;
-}
 
 /// The session of the signed-in user: configuration, stored tokens, reissue, revocation, login and
 /// logout. One per process, made on first use and never destroyed.
@@ -30,8 +27,8 @@ class QUARNET_EXPORT OAuthInfoManager {
 public:
   static OAuthInfoManager& sharedInstance();
 
-  // The ordinary ways to make, copy and hold a manager all give the one manager; it is never
-  // released.
+  /// This and the next four, the ordinary ways to make, copy and hold a manager, all give the one
+  /// manager; it is never released.
   static OAuthInfoManager& allocWithZone() { return sharedInstance(); }
   OAuthInfoManager& copyWithZone() { return *this; }
   OAuthInfoManager& retain() { return *this; }
@@ -90,19 +87,22 @@ public:
   Text errorDesc() const;
   void setErrorDesc(Text errorDesc);
 
-  /// Who hears how an asynchronous logout ended. The target must be of the operations' own class
-  /// and is not owned: before it dies, call set_target(nullptr) on the main thread, and for a login
-  /// that of oAuthClient(). It is not called any more then, by a call that is under way neither.
+  /// The object that is called back when an asynchronous logout has ended; null for none. It must
+  /// be of the operations' own class and is not owned: before it dies, call set_target(nullptr) on
+  /// the main thread, and for a login that of oAuthClient(). Nothing calls it any more then, a call
+  /// that is under way included.
   void* _target() const;
   void set_target(void* target);
+  /// Its operation for a revocation that the server confirmed; null for none.
   Operation _finishedSelector() const;
   void set_finishedSelector(Operation finished);
+  /// Its operation for everything else; null for none.
   Operation _failedSelector() const;
   void set_failedSelector(Operation failed);
 
   /// Signs the user in. Tokens that are stored are reissued first, which blocks for up to 60
   /// seconds; when that succeeds nothing is shown and nobody is called back: the new token is in
-  /// the record. Otherwise the login screen opens, and the two operations hear of its outcome as
+  /// the record. Otherwise the login screen opens, and the two operations are called as
   /// OAuthClient::loginFinishedFailed() says.
   template <class T>
   void loginFinishedFailed(T* target, std::type_identity_t<Method<T>> finished,
@@ -116,7 +116,7 @@ public:
   /// The same without callbacks.
   void login();
 
-  /// Registers who hears of it and signs the user out as revokeTokenToServerAsynch() does: "RD"
+  /// Registers who is called back and signs the user out as revokeTokenToServerAsynch() does: "RD"
   /// carries the server's answer, "RM" a transport error. Returns at once.
   template <class T>
   void logoutFinishedFailed(T* target, std::type_identity_t<Method<T>> finished,
@@ -198,9 +198,6 @@ private:
   void write(Text Fields::*field, Text value);
   /// Throws std::bad_alloc, and nothing has changed then.
   void takeAndSave(const Data& answer);
-  void revocationAnswered(platform::HttpResult result);
-  /// Drops the tokens, since the server has answered the revocation, and tells who is registered.
-  void endSession(Text answer);
 
   mutable std::mutex mutex_;
   Fields fields_;

@@ -3,7 +3,6 @@
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/Json.h"
 #include "quarnet/core/Text.h"
-#include "quarnet/oauth/TokenRecordStore.h"
 #include "quarnet/platform/Platform.h"
 
 #include <limits>
@@ -28,7 +27,7 @@ std::string expiryInstant(std::string_view expiresIn) {
 
 } // namespace
 
-OAuthInfo::Fields takeTokenAnswer(const Data& answer) {
+OAuthInfo::Fields readTokenAnswer(const Data& answer) {
   const std::optional<Json> json = Json::parse(answer);
   const auto copied = [&](std::string_view name) {
     return std::string(formatted(memberText(json, name)));
@@ -39,9 +38,7 @@ OAuthInfo::Fields takeTokenAnswer(const Data& answer) {
   taken.expiresIn = copied(VORNEL_OAUTH_END_EXPIRES_IN);
   taken.scope = copied(VORNEL_OAUTH_END_SCOPE);
   taken.expiresSystime = expiryInstant(*taken.expiresIn);
-  OAuthInfo::Fields copy = taken;
-  TokenRecordStore::take(std::move(taken));
-  return copy;
+  return taken;
 }
 
 } // namespace quarnet

@@ -4,14 +4,16 @@
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/platform/Platform.h"
 
+#include <atomic>
 #include <iterator>
 
 namespace quarnet {
 namespace {
 
-constinit std::mutex meeting;
-/// How often the record and the store were made equal; changed under the lock.
-constinit std::atomic<std::uint64_t> meetings = 0;
+/// Held while the record and the store are made equal.
+constinit std::mutex copying;
+/// How often they were; changed under the lock.
+constinit std::atomic<std::uint64_t> copies = 0;
 
 platform::UserDefaults& store() {
   return *platform::Platform::current().userDefaults;
@@ -20,7 +22,7 @@ platform::UserDefaults& store() {
 } // namespace
 
 void TokenRecordStore::take(OAuthInfo::Fields taken) {
-  const std::lock_guard lock(meeting);
+  const std::lock_guard lock(copying);
   toStore(taken); // first, since it may throw
   OAuthInfo::sharedInstance().replaceTokens(taken);
 }
@@ -35,22 +37,22 @@ void TokenRecordStore::save() {
 
 void TokenRecordStore::saveAfter(void (*change)()) {
   const auto set = [change] {
-    const std::lock_guard lock(meeting);
+    const std::lock_guard lock(copying);
     change();
-    toStore(OAuthInfo::sharedInstance().fields());
+    toStore(fields());
   };
   withinMemory(set, [] { platform::log("user defaults cannot be saved : ", kNotEnoughMemory); });
   store().synchronize();
 }
 
 void TokenRecordStore::restore() {
-  const std::uint64_t before = meetings;
+  const std::uint64_t before = copies;
   const std::string_view keys[] = {VORNEL_HEADER_ACCESS_TOKEN, VORNEL_HEADER_REFRESH_TOKEN,
                                    VORNEL_OAUTH_END_EXPIRES_IN, VORNEL_OAUTH_EXPIRES_SYSTIME};
   auto stored = store().values(keys);
   if (!stored || stored->size() != std::size(keys)) return;
-  const std::lock_guard lock(meeting);
-  if (meetings != before) return;
+  const std::lock_guard lock(copying);
+  if (copies != before) return;
   OAuthInfo::Fields tokens;
   tokens.accessToken.swap((*stored)[0]);
   tokens.refreshToken.swap((*stored)[1]);
@@ -58,6 +60,19 @@ void TokenRecordStore::restore() {
   tokens.expiresSystime.swap((*stored)[3]);
   // The scope is stored for others to read and is not restored: this is meant.
   OAuthInfo::sharedInstance().restoreTokens(tokens);
+}
+
+Dictionary TokenRecordStore::storedTokens() {
+  const std::string_view keys[] = {VORNEL_HEADER_ACCESS_TOKEN, VORNEL_HEADER_REFRESH_TOKEN};
+  auto values = store().values(keys);
+  Dictionary stored;
+  if (!values || values->size() != std::size(keys)) return stored;
+  for (std::size_t i = 0; i < std::size(keys); ++i) {
+    Text& value = (*values)[i];
+    if (!value) break; // without an access token the refresh token is not shown either
+    stored[std::string(keys[i])] = std::move(*value);
+  }
+  return stored;
 }
 
 /// Sets the record's fields in the store, all or none; the lock is held. Throws std::bad_alloc.
@@ -69,7 +84,7 @@ void TokenRecordStore::toStore(const OAuthInfo::Fields& record) {
       {VORNEL_OAUTH_END_SCOPE, record.scope},
       {VORNEL_OAUTH_EXPIRES_SYSTIME, record.expiresSystime}};
   store().setValues(entries);
-  ++meetings;
+  ++copies;
 }
 
 } // namespace quarnet

@@ -4,7 +4,7 @@
 
 namespace quarnet {
 
-/// Where the token record and the user defaults meet: whatever changes both or copies one to the
+/// The token record together with the user defaults: whatever changes both or copies one to the
 /// other is here, under one lock, so that neither ever holds a mix of two sets of tokens and an
 /// older set never comes back over a newer one. Safe from any thread.
 ///
@@ -30,6 +30,10 @@ public:
   /// the store cannot be read, and when it was taken, cleared or saved in the meantime: it is then
   /// newer than what was read.
   static void restore();
+
+  /// The stored "access_token" and "refresh_token" of one save; empty when no access token is
+  /// stored or the store cannot be read.
+  static Dictionary storedTokens();
 
 private:
   static void saveAfter(void (*change)());
