@@ -31,6 +31,26 @@ double usableHeight(double windowHeight, const std::string& systemVersion) {
   return integerValue(systemVersion) >= 7 ? windowHeight - kStatusBarHeight : windowHeight;
 }
 
+std::shared_ptr<TitleBar> makeTitleBar(Toolkit& toolkit, double width, OAuthClient& client) {
+  std::shared_ptr<TitleBar> bar = toolkit.makeTitleBar();
+  bar->setFrame({0, 0, width, kTitleBarHeight});
+  bar->setTitle("로그인");
+  // The button keeps the client: a screen that the manager has replaced can still be closed.
+  bar->setRightButton("닫기", [kept = client.shared_from_this()] { kept->closeLoginView(); });
+  return bar;
+}
+
+std::shared_ptr<WebView> makePage(Toolkit& toolkit, double width, double height,
+                                  platform::WebViewDelegate& delegate) {
+  std::shared_ptr<WebView> page = toolkit.makeWebView();
+  page->setDelegate(&delegate);
+  page->setBackgroundColor(kTransparent);
+  page->setScalesPageToFit(true);
+  page->setFrame({0, kTitleBarHeight, width, height - kTitleBarHeight});
+  page->setBounces(false);
+  return page;
+}
+
 } // namespace
 
 LoginScreen::~LoginScreen() {
@@ -60,8 +80,8 @@ void LoginScreen::open() {
   newPanel->setAlpha(1.0);
   newBackdrop->addSubview(newPanel);
 
-  newPanel->addSubview(makeTitleBar(*toolkit, width));
-  const std::shared_ptr<WebView> newPage = makePage(*toolkit, width, height);
+  newPanel->addSubview(makeTitleBar(*toolkit, width, client_));
+  const std::shared_ptr<WebView> newPage = makePage(*toolkit, width, height, client_);
   newPanel->addSubview(newPage);
 
   backdrop.refer(newBackdrop);
@@ -73,62 +93,37 @@ void LoginScreen::open() {
   const Rect whole{0, kStatusBarHeight, width, height};
   toolkit->animate(
       kAnimationTime, [newPanel, whole] { newPanel->setFrame(whole); },
-      [client = client_.shared_from_this(), shown = std::weak_ptr(newPage)](bool) {
-        if (const auto stillThere = shown.lock()) stillThere->load(client->getOAuthorizationUrl());
+      [kept = client_.shared_from_this(), shown = std::weak_ptr(newPage)](bool) {
+        if (const auto stillThere = shown.lock()) stillThere->load(kept->getOAuthorizationUrl());
       });
-}
-
-std::shared_ptr<TitleBar> LoginScreen::makeTitleBar(Toolkit& toolkit, double width) {
-  std::shared_ptr<TitleBar> bar = toolkit.makeTitleBar();
-  bar->setFrame({0, 0, width, kTitleBarHeight});
-  bar->setTitle("로그인");
-  // The button keeps the client: a screen that the manager has replaced can still be closed.
-  bar->setRightButton("닫기", [client = client_.shared_from_this()] { client->closeLoginView(); });
-  return bar;
-}
-
-std::shared_ptr<WebView> LoginScreen::makePage(Toolkit& toolkit, double width, double height) {
-  std::shared_ptr<WebView> made = toolkit.makeWebView();
-  made->setDelegate(&client_);
-  made->setBackgroundColor(kTransparent);
-  made->setScalesPageToFit(true);
-  made->setFrame({0, kTitleBarHeight, width, height - kTitleBarHeight});
-  made->setBounces(false);
-  return made;
 }
 
 void LoginScreen::close() {
   const std::shared_ptr<Toolkit> toolkit = Platform::current().toolkit;
-  const std::shared_ptr<WebView> oldPage = page.get();
-  const std::shared_ptr<View> oldPanel = panel.get();
-  const std::shared_ptr<View> oldBackdrop = backdrop.get();
-  if (!toolkit || !oldPage || !oldPanel || !oldBackdrop || closing_.lock() == oldPanel) return;
-  closing_ = oldPanel;
+  const Views old{page.get(), panel.get(), backdrop.get()};
+  if (!toolkit || !old.page || !old.panel || !old.backdrop || closing_.lock() == old.panel) return;
+  closing_ = old.panel;
 
-  const Rect now = oldPanel->frame();
-  // The target follows from the size alone, not from where the panel stands: this is meant.
+  const Rect now = old.panel->frame();
+  // The target follows from the size alone, not from the place of the panel: this is meant.
   const Rect point{now.width / 2, now.height / 2, 0, 0};
   toolkit->animate(
       kAnimationTime,
-      [oldPage, oldPanel, point] {
-        oldPanel->setFrame(point);
-        oldPage->load("about:blank");
+      [old, point] {
+        old.panel->setFrame(point);
+        old.page->load("about:blank");
       },
-      [this, client = client_.shared_from_this(), oldPage, oldPanel, oldBackdrop](bool) {
-        remove(oldPage, oldPanel, oldBackdrop);
-      });
+      [this, kept = client_.shared_from_this(), old](bool) { remove(old); });
 }
 
-void LoginScreen::remove(const std::shared_ptr<WebView>& oldPage,
-                         const std::shared_ptr<View>& oldPanel,
-                         const std::shared_ptr<View>& oldBackdrop) {
-  oldPage->setDelegate(nullptr);
-  oldPage->removeFromSuperview();
-  oldPanel->removeFromSuperview();
-  oldBackdrop->removeFromSuperview();
-  if (page.get() == oldPage) page.keep(nullptr);
-  if (panel.get() == oldPanel) panel.keep(nullptr);
-  if (backdrop.get() == oldBackdrop) backdrop.keep(nullptr);
+void LoginScreen::remove(const Views& old) {
+  old.page->setDelegate(nullptr);
+  old.page->removeFromSuperview();
+  old.panel->removeFromSuperview();
+  old.backdrop->removeFromSuperview();
+  if (page.get() == old.page) page.keep(nullptr);
+  if (panel.get() == old.panel) panel.keep(nullptr);
+  if (backdrop.get() == old.backdrop) backdrop.keep(nullptr);
 }
 
 } // namespace quarnet

@@ -9,8 +9,8 @@ namespace quarnet {
 class OAuthClient;
 
 /// The views of the login screen: lays them over the key window, moves them and takes them off
-/// again. Part of the OAuthClient that it is made with, which its page asks about every navigation.
-/// Belongs to the user-interface thread.
+/// again. Belongs to one OAuthClient, which decides every navigation.
+/// To be used on the user-interface thread.
 class LoginScreen {
 public:
   /// A view of the screen; null before the first open() and from the end of a close() on. The tree
@@ -41,13 +41,9 @@ public:
   LoginScreen(const LoginScreen&) = delete;
   LoginScreen& operator=(const LoginScreen&) = delete;
 
-  /// Lets the screen grow for half a second, then loads the authorization page. On a screen that is
-  /// open already it lays a second one on top. Without a toolkit or a key window it writes one line
-  /// to the log and does nothing else.
+  /// Opens the screen as OAuthClient::loginFinishedFailed() says.
   void open();
-
-  /// Clears the page, lets the screen shrink for half a second and takes it off. Nothing when no
-  /// screen is open or it is closing already.
+  /// Closes it as OAuthClient::closeLoginView() says.
   void close();
 
   Part<platform::WebView> page;
@@ -57,13 +53,14 @@ public:
   Part<platform::View> backdrop;
 
 private:
-  std::shared_ptr<platform::TitleBar> makeTitleBar(platform::Toolkit& toolkit, double width);
-  std::shared_ptr<platform::WebView> makePage(platform::Toolkit& toolkit, double width,
-                                              double height);
+  struct Views {
+    std::shared_ptr<platform::WebView> page;
+    std::shared_ptr<platform::View> panel;
+    std::shared_ptr<platform::View> backdrop;
+  };
+
   /// Takes off the views that a close was started for, which need not be the latest.
-  void remove(const std::shared_ptr<platform::WebView>& oldPage,
-              const std::shared_ptr<platform::View>& oldPanel,
-              const std::shared_ptr<platform::View>& oldBackdrop);
+  void remove(const Views& old);
 
   OAuthClient& client_;
   /// The panel whose closing is under way.

@@ -76,7 +76,7 @@ void OAuthClient::alertViewClickedButtonAtIndex(int) {
   closeLoginView();
 }
 
-// The addresses that the page goes through.
+// The addresses that the page loads.
 
 bool OAuthClient::webViewShouldStartLoadWithRequestNavigationType(platform::WebView&,
                                                                   const std::string& url, int) {
@@ -122,18 +122,6 @@ void OAuthClient::showAuthorizationError(const std::string& url) {
   const Text shown = description ? replacingPercentEscapes(*description) : std::nullopt;
   toolkit->showAlert(error.value_or(""), shown.value_or(""), "확인",
                      [screen = shared_from_this()] { screen->alertViewClickedButtonAtIndex(0); });
-}
-
-bool OAuthClient::shouldStartLoad(platform::WebView& view, const std::string& url) {
-  return webViewShouldStartLoadWithRequestNavigationType(view, url, 0);
-}
-
-void OAuthClient::didFailLoad(platform::WebView& view, const platform::WebLoadError& error) {
-  webViewDidFailLoadWithError(view, error);
-}
-
-void OAuthClient::didFinishLoad(platform::WebView& view) {
-  webViewDidFinishLoad(view);
 }
 
 // The exchange of the authorization code for tokens.

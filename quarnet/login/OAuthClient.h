@@ -22,14 +22,14 @@ QUARNET_EXPORT extern platform::Rect oldStatusFrame;
 /// (RFC 6749, section 4.1). One serves every login.
 ///
 /// The session manager owns the screen and opens it. The screen builds the addresses from the
-/// manager's configuration, judges every navigation, takes the authorization code from the page
+/// manager's configuration, decides every navigation, takes the authorization code from the page
 /// that ends the sign-in, exchanges it for tokens, saves them, closes, and then calls the
 /// application back. A screen that the user closes and an authorization error call nothing back.
 ///
-/// Everything here belongs to the user-interface thread, except that result() and the callback may
-/// be read and written from any thread, and that parseData() may run on any. Screens are held by
-/// shared pointers: one that is open, or waits for an answer, keeps itself alive. Nothing is
-/// thrown.
+/// Everything here is to be used on the user-interface thread, except that result() and the
+/// callback may be read and written from any thread, and that parseData() may run on any. Screens
+/// are held by shared pointers: one that is open, or waits for an answer, keeps itself alive.
+/// Nothing is thrown.
 class QUARNET_EXPORT OAuthClient final : public platform::WebViewDelegate,
                                          public std::enable_shared_from_this<OAuthClient> {
 public:
@@ -80,7 +80,7 @@ public:
   void set_failedSelector(Operation failed);
 
   /// Lays the screen over the key window, lets it grow for half a second and then loads the
-  /// authorization page. On a screen that is open already it lays a second one on top.
+  /// authorization page. When a screen is open already, a second one is laid on top.
   ///
   /// `finished` is called for a token answer, whatever it says ("RC" and "RM" empty, "RD" the
   /// answer's text, left out when it is not UTF-8), `failed` for a transport error ("RM" its
@@ -135,9 +135,13 @@ public:
 private:
   OAuthClient();
 
-  bool shouldStartLoad(platform::WebView& view, const std::string& url) override;
-  void didFailLoad(platform::WebView& view, const platform::WebLoadError& error) override;
-  void didFinishLoad(platform::WebView& view) override;
+  bool shouldStartLoad(platform::WebView& view, const std::string& url) override {
+    return webViewShouldStartLoadWithRequestNavigationType(view, url, 0);
+  }
+  void didFailLoad(platform::WebView& view, const platform::WebLoadError& error) override {
+    webViewDidFailLoadWithError(view, error);
+  }
+  void didFinishLoad(platform::WebView& view) override { webViewDidFinishLoad(view); }
 
   void exchangeCode(const std::string& url);
   void showAuthorizationError(const std::string& url);

@@ -20,8 +20,8 @@ class QUARNET_EXPORT OAuthInfo {
 public:
   static OAuthInfo& sharedInstance();
 
-  /// This and the next five, the ordinary ways to make, copy and hold a record, all give the one
-  /// record; it is never released.
+  /// The one record, as from all the ordinary ways to make, copy and hold an object; it is never
+  /// released.
   static OAuthInfo& allocWithZone() { return sharedInstance(); }
   OAuthInfo& init() { return *this; }
   OAuthInfo& copyWithZone() { return *this; }
@@ -88,7 +88,7 @@ private:
 
   OAuthInfo() = default;
 
-  /// All fields as they stand at one moment.
+  /// All fields of one moment.
   Fields fields() const;
   /// Writes "OAuth Info" and getWholeInfo() to the log.
   void writeToLog() const;

@@ -18,17 +18,17 @@ class Registration;
 /// logout. One per process, made on first use and never destroyed.
 ///
 /// Configure it at start-up: setClientId(), setClientSecret(), setScope() and, if the default does
-/// not serve, setRedirect_uri(). What is not set travels as the text "(null)" and the server's
-/// refusal then shows.
+/// not fit, setRedirect_uri(). What is not set is sent as the text "(null)", which the server
+/// refuses.
 ///
-/// Operations are meant for the main thread, which the blocking ones hold for up to 60 seconds; the
+/// Operations are meant for the main thread; some of them block it for up to 60 seconds. The
 /// fields may be read and written from any thread.
 class QUARNET_EXPORT OAuthInfoManager {
 public:
   static OAuthInfoManager& sharedInstance();
 
-  /// This and the next four, the ordinary ways to make, copy and hold a manager, all give the one
-  /// manager; it is never released.
+  /// The one manager, as from all the ordinary ways to make, copy and hold an object; it is never
+  /// released.
   static OAuthInfoManager& allocWithZone() { return sharedInstance(); }
   OAuthInfoManager& copyWithZone() { return *this; }
   OAuthInfoManager& retain() { return *this; }

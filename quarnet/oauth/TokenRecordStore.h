@@ -23,7 +23,7 @@ public:
   /// Drops the tokens as OAuthInfo::clearTokens() says, and saves.
   static void clear();
 
-  /// Saves the record as it stands, durably; a field that is absent removes its entry.
+  /// Saves the record, durably; a field that is absent removes its entry.
   static void save();
 
   /// Reads the record back, scope and client identifier excepted. The record stays as it is when

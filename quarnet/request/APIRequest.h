@@ -17,8 +17,8 @@ class AsynchronousAnswer;
 
 /// Sends API calls for the signed-in user.
 ///
-/// A call is described by a RequestBundle and carries the client identifier and the tokens of the
-/// token record as they stand; they are never reissued here. GET and DELETE send their parameters
+/// A call is described by a RequestBundle and carries the client identifier and the tokens that are
+/// in the token record then; they are never reissued here. GET and DELETE send their parameters
 /// encrypted under a one-time key, which costs one more round trip before the call itself.
 ///
 /// Prepare calls from one thread at a time: a prepared request waits in one process-wide slot until
@@ -29,8 +29,8 @@ class AsynchronousAnswer;
 /// fails with "vornelAPIError", 1, "Not enough memory for the call".
 ///
 /// The one-time key, its vector and the parameters' plain text are overwritten where this class and
-/// the cipher kept them before the call is made. That is no promise for what others saw of them:
-/// the log, the kernel and TLS, and memory that was freed on the way while an answer arrived.
+/// the cipher kept them before the call is made. Copies that others have are not overwritten:
+/// the log's, the kernel's, those of TLS, and memory that was freed while an answer arrived.
 class QUARNET_EXPORT APIRequest {
 public:
   /// Nobody is registered yet.
@@ -101,7 +101,7 @@ public:
   /// Encrypts a query text under a one-time key that it fetches, blocking. The hexadecimal text for
   /// "?enc=", or absent with error 5 (no client identifier), 7 (the key did not arrive) or what a
   /// call gets that is too large for the memory.
-  /// `swapKey`, which may be null, receives the name by which the server knows the key as soon as
+  /// `swapKey`, which may be null, receives the name that the key has on the server as soon as
   /// there is one.
   Text encryptParamSwapKeyError(const Text& parameters, Text* swapKey, std::optional<Error>* error);
   /// AES-256-CBC with PKCS#7 padding. Key and IV are the texts' bytes, cut to 32 and 16 bytes or

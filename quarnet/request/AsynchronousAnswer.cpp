@@ -34,7 +34,7 @@ void AsynchronousAnswer::report(HttpResult answer) {
   if (isEmpty) return fail("7", std::string(VornelError007));
   log(kDataReceived);
   if (status != 200) return fail(statusText, std::move(text));
-  // A success writes the line twice, which is how the two are told apart in a log.
+  // A success writes the line twice, so that a log shows which of the two it was.
   log(kDataReceived);
   deliver(registration, &CallbackTriple::finished,
           resultDictionary(statusText, "", std::move(text)));

@@ -41,10 +41,10 @@ std::string_view lastPathComponent(std::string_view path) {
   return slash == std::string_view::npos || path.size() == 1 ? path : path.substr(slash + 1);
 }
 
-/// Appends what the descriptor gives up to its end; nothing when reading fails. Uses up the room
-/// that was reserved before it asks for more.
+/// Appends all that can be read from the descriptor; nothing when reading fails. Fills the room
+/// that was reserved before it takes more.
 void appendAll(Data& out, int descriptor) {
-  // Small enough to lie in the processor's cache between its filling with zeros and its reading.
+  // Small enough to stay in the processor's cache from the filling with zeros to the reading.
   constexpr std::size_t kStep = std::size_t{1} << 18;
   const std::size_t start = out.size();
   std::size_t end = start;
@@ -91,8 +91,8 @@ Multipart makeMultipart(std::string_view boundary, std::string_view key, const s
   if (readable) appendAll(body, file.descriptor);
   multipart.fileSize = body.size() - head;
 
-  // This line stands behind the file's bytes, not among the part's headers: the server expects it
-  // so.
+  // This line comes after the file's bytes, not among the part's headers: the server expects it
+  // there.
   body.append("\r\nContent-Transfer-Encoding: binary\r\n\r\n");
   body.append("--").append(boundary).append("--\r\n");
   return multipart;

@@ -70,7 +70,7 @@ void writeBack(RequestBundle& bundle) {
   bundle.setUrl(std::move(url));
 }
 
-/// "KEY=VALUE" pairs as they stand: the values escaped by then, the keys as the caller gave them.
+/// "KEY=VALUE" pairs: the values escaped already, the keys as the caller gave them.
 /// Absent when a key is not valid UTF-8.
 Text parameterText(const Parameters& parameters) {
   std::string text;
@@ -83,7 +83,7 @@ Text parameterText(const Parameters& parameters) {
   return utf8Text(std::move(text));
 }
 
-/// A failure is not reported: the call then goes out without its parameters.
+/// A failure is not reported: the call is then sent without its parameters.
 void addEncryptedParameters(HttpRequest& request, const RequestBundle& bundle, Text& swapKey) {
   Text parameters = bundle.parameters() ? parameterText(*bundle.parameters()) : "";
   const WipeAtEnd wiped(parameters);

@@ -8,27 +8,24 @@ using platform::HttpRequest;
 
 namespace {
 
-struct Slot {
-  std::mutex mutex;
-  std::shared_ptr<const HttpRequest> request;
-};
+constinit std::mutex mutex;
 
-Slot& slot() {
-  static Slot* const instance = new Slot;
+std::shared_ptr<const HttpRequest>& slot() {
+  static auto* const instance = new std::shared_ptr<const HttpRequest>;
   return *instance;
 }
 
 } // namespace
 
 std::shared_ptr<const HttpRequest> RequestSlot::get() {
-  const std::lock_guard lock(slot().mutex);
-  return slot().request;
+  const std::lock_guard lock(mutex);
+  return slot();
 }
 
 void RequestSlot::put(HttpRequest request) {
   auto shared = std::make_shared<const HttpRequest>(std::move(request));
-  const std::lock_guard lock(slot().mutex);
-  slot().request.swap(shared);
+  const std::lock_guard lock(mutex);
+  slot().swap(shared);
 }
 
 } // namespace quarnet
