@@ -72,6 +72,7 @@ protected:
     EXPECT_FALSE(app_.heard[0].finished); // what is registered by now
     call();
     registered.set_finishedSelector(nullptr);
+    EXPECT_TRUE(!registered._finishedSelector() && registered._failedSelector());
     letPass();
     EXPECT_EQ(app_.heard.size(), 1U);
     app_.heard.clear();
@@ -100,27 +101,53 @@ TEST_F(Delivery, ReachesOnlyWhoIsStillRegistered) {
   check(manager_, [&] { manager_.readUrl("https://h/"); });
 }
 
+/// Changes something on another thread until that and the looks here were many each, and counts the
+/// looks that saw half of a change.
+int halfSeen(const std::function<void(std::size_t)>& change, const std::function<bool()>& isWhole) {
+  constexpr std::size_t kEach = 3'000'000;
+  std::atomic<std::size_t> changes = 0;
+  std::atomic<bool> ended = false;
+  change(1);
+  std::thread changer([&] {
+    for (; !ended; ++changes)
+      change(changes % 2);
+  });
+  int half = 0;
+  for (std::size_t looks = 0; looks < kEach || changes < kEach; ++looks)
+    half += isWhole() ? 0 : 1;
+  ended = true;
+  changer.join();
+  return half;
+}
+
 TEST(Registration, IsNeverSeenHalfChanged) {
   Callbacks first, second;
   const CallbackTriple triples[] = {makeCallback(&first, &Callbacks::finished, nullptr),
                                     makeCallback(&second, nullptr, &Callbacks::failed)};
   Registration registration;
-  registration.set(triples[1]);
-  std::atomic<bool> ended = false;
-  std::thread writer([&] {
-    for (std::size_t i = 0; !ended; ++i)
-      registration.set(triples[i % 2]);
-  });
-  int mixed = 0;
-  const auto end = std::chrono::steady_clock::now() + 200ms;
-  while (std::chrono::steady_clock::now() < end) {
+  const auto isWhole = [&] {
     const CallbackTriple seen = registration.current();
     const bool isFirst = seen.target == &first;
-    if (bool(seen.finished) != isFirst || bool(seen.failed) == isFirst) ++mixed;
+    return bool(seen.finished) == isFirst && bool(seen.failed) != isFirst;
+  };
+  EXPECT_EQ(halfSeen([&](std::size_t i) { registration.set(triples[i]); }, isWhole), 0);
+}
+
+TEST_F(Delivery, LeavesNoFieldHalfChanged) {
+  const std::string texts[] = {"a", std::string(1000, 'b')};
+  APIRequest request;
+  const std::pair<std::function<void(Text)>, std::function<Text()>> fields[] = {
+      {[&](Text text) { manager_.setScope(text); }, [&] { return manager_.scope(); }},
+      {[&](Text text) { record_.setScope(text); }, [&] { return record_.scope(); }},
+      {[&](Text text) { client_->setResult(text); }, [&] { return client_->result(); }},
+      {[&](Text text) { request.setResult(text); }, [&] { return request.result(); }}};
+  for (const auto& [set, get] : fields) {
+    const auto isWhole = [&get = get, &texts] {
+      const Text seen = get();
+      return seen == texts[0] || seen == texts[1];
+    };
+    EXPECT_EQ(halfSeen([&, &set = set](std::size_t i) { set(texts[i]); }, isWhole), 0);
   }
-  ended = true;
-  writer.join();
-  EXPECT_EQ(mixed, 0);
 }
 
 TEST_F(Delivery, ComesWhenTheTokensAreSavedAndTheScreenCloses) {

@@ -74,6 +74,7 @@ TEST_F(Memory, ACallThatIsTooLargeFailsAndTheNextSucceeds) {
   EXPECT_EQ(escaped.url(), apiUrl("/v1/a"));
 
   Text url, enc;
+  bool isReissued = true, isRevoked = true;
   std::optional<Data> cipherText;
   const Data answer = "{\"access_token\":\"" + *payload.payload() + "\"}";
   const Text token = record_.accessToken();
@@ -86,6 +87,20 @@ TEST_F(Memory, ACallThatIsTooLargeFailsAndTheNextSucceeds) {
     manager_.oAuthClient()->parseData(answer);
   }
   EXPECT_EQ(record_.accessToken(), token);
+  record_.setAccessToken(payload.payload());
+  record_.setRefreshToken(payload.payload());
+  {
+    const MemoryLimit limit(kLimit);
+    isReissued = manager_.reissueAccessToken();
+    isRevoked = manager_.revokeTokenToServer();
+    manager_.logoutFinishedFailed(&app, &Callbacks::finished, &Callbacks::failed);
+  }
+  record_.setAccessToken(token);
+  record_.setRefreshToken(token);
+  EXPECT_FALSE(isReissued || isRevoked);
+  ASSERT_TRUE(app.waitFor(1));
+  EXPECT_FALSE(app.heard[0].finished);
+  EXPECT_EQ(app.heard[0].result, outcome("", "Not enough memory for the call", ""));
   EXPECT_FALSE(url || enc || cipherText);
   EXPECT_EQ(error, notEnough);
 

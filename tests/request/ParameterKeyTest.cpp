@@ -126,6 +126,11 @@ struct KeyClient final : platform::HttpClient {
   void sendAsynchronously(std::shared_ptr<const platform::HttpRequest>, Completion) override {}
 };
 
+/// Wants every line and keeps none.
+struct ForgetfulLog final : platform::Log {
+  void write(Line) override {}
+};
+
 /// Whether this process can still read what was hidden as that, anywhere in memory.
 bool isInMemory(std::string_view hidden) {
   std::ifstream maps("/proc/self/maps");
@@ -151,7 +156,7 @@ bool isInMemory(std::string_view hidden) {
 
 TEST_F(Encryption, NothingIsLeftOfTheKeyAndItsVector) {
   platform::Platform::install(
-      {.httpClient = std::make_shared<KeyClient>(), .log = std::make_shared<platform::NullLog>()});
+      {.httpClient = std::make_shared<KeyClient>(), .log = std::make_shared<ForgetfulLog>()});
   std::string key;
   appendRevealed(key, kHiddenKey);
   if (!isInMemory(kHiddenKey)) GTEST_SKIP() << "an emulator's memory is not this process's";
