@@ -131,15 +131,6 @@ TEST_F(Call, WithoutItsKeyGoesOutWithoutParameters) {
   EXPECT_EQ(server().received().back().header("swap_key"), "1700000000250");
 }
 
-TEST_F(Call, IsToldToNobodyWithoutATarget) {
-  request_.set_target(nullptr);
-  request_.aSyncRequestURLHTTPMethod(bundle_, apiUrl("/v1/a"), HttpMethod::PUT);
-  EXPECT_TRUE(platform::GlibMainThread::runUntil([&] { return log_->count(kDataReceived) == 2; },
-                                                 std::chrono::seconds(10)));
-  Callbacks::letPass();
-  EXPECT_TRUE(app_.heard.empty());
-}
-
 TEST_F(Call, OfADroppedRequestIsToldToWhoIsRegisteredLast) {
   Callbacks other;
   server().misbehave("*", Misbehaviour::delay(std::chrono::milliseconds(200)));

@@ -1,8 +1,7 @@
 #include "tests/support/LibraryTest.h"
+#include "tests/support/Race.h"
 
-#include <atomic>
 #include <gmock/gmock.h>
-#include <thread>
 
 namespace quarnet::test {
 namespace {
@@ -153,16 +152,9 @@ TEST_F(Assembly, TheUrlConverterOnlyAddsAPlainQuery) {
 }
 
 TEST_F(Assembly, ThePreparedRequestIsWholeHoweverManyThreadsPrepare) {
-  request_.setHeaderErr("1", nullptr);
-  std::atomic<bool> ended = false;
-  std::thread reader([&] {
-    while (!ended)
-      EXPECT_EQ(APIRequest::urlRequest()->headerFields.get("swap_key"), "1");
-  });
-  for (int i = 0; i < 20'000; ++i)
-    request_.setHeaderErr("1", nullptr);
-  ended = true;
-  reader.join();
+  const auto prepare = [this](int) { request_.setHeaderErr("1", nullptr); };
+  const auto isWhole = [] { return APIRequest::urlRequest()->headerFields.get("swap_key") == "1"; };
+  EXPECT_EQ(halfSeen(prepare, isWhole), 0);
 }
 
 } // namespace

@@ -3,11 +3,10 @@
 // write their outcomes, each as one line.
 
 #include "tests/support/Callbacks.h"
+#include "tests/support/MemoryLimit.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <stdexcept>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -69,17 +68,10 @@ void report(const HttpResult& result) {
   if (write(STDOUT_FILENO, line.data(), line.size()) < 0) std::abort();
 }
 
-void limitMemoryTo(std::size_t more) {
-  std::size_t pages = 0;
-  std::ifstream("/proc/self/statm") >> pages;
-  const rlimit limit{pages * 4096 + more, RLIM_INFINITY};
-  setrlimit(RLIMIT_AS, &limit);
-}
-
 void sendWithLittleMemory() {
   client->sendAsynchronously(requestFor("/ok"), report);
   std::this_thread::sleep_for(200ms);
-  limitMemoryTo(40 << 20);
+  const test::MemoryLimit limit(40 << 20);
   for (const char* path : {"/large", "/ok"}) {
     report(client->sendSynchronously(*requestFor(path)));
     std::atomic<bool> isTold = false;
@@ -96,7 +88,7 @@ void callTheClient(const std::string& mode) {
   const auto silent = requestFor("/silent");
   if (mode == "memory") return sendWithLittleMemory();
   if (mode == "threads") {
-    limitMemoryTo(4 << 20); // too little for the stack of one
+    const test::MemoryLimit limit(4 << 20); // too little for the stack of one
     return client->sendAsynchronously(silent, report);
   }
   for (int i = 0; i < 100; ++i) {
