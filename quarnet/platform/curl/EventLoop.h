@@ -5,7 +5,7 @@
 #include "quarnet/platform/curl/SendQueue.h"
 #include "quarnet/platform/curl/Share.h"
 #include "quarnet/platform/curl/Transfer.h"
-#include "quarnet/platform/glib/WorkerPool.h"
+#include "quarnet/platform/curl/WorkerPool.h"
 
 #include <chrono>
 #include <curl/curl.h>
