@@ -26,28 +26,10 @@ constexpr long kLargeUploadBuffer = 2L * 1024 * 1024;
 // adds, an address in escapes included.
 constexpr std::size_t kOneRecord = 5 * 1024;
 
-// Absent when the address has no such part.
-Text partOf(CURLU* address, CURLUPart which, unsigned flags) {
-  char* text = nullptr;
-  curl_url_get(address, which, &text, flags);
-  const std::unique_ptr<char, decltype(&curl_free)> owned(text, curl_free);
-  return text != nullptr ? Text(text) : Text();
-}
-
-// "/path?query", escaped as libcurl would do it; empty without a query.
-std::string pathWithQuery(CURLU* address) {
-  const Text path = partOf(address, CURLUPART_PATH, CURLU_URLENCODE);
-  const Text query = partOf(address, CURLUPART_QUERY, 0);
-  return path && query ? *path + '?' + *query : "";
-}
-
 } // namespace
 
 EasyHandle::EasyHandle(TrustStore& trust, CURLSH* share)
-    : trust_(trust), share_(share), address_(curl_url(), curl_url_cleanup),
-      easy_(nullptr, curl_easy_cleanup) {
-  if (!address_) throw std::bad_alloc();
-}
+    : trust_(trust), share_(share), easy_(nullptr, curl_easy_cleanup) {}
 
 void EasyHandle::renew() {
   easy_.reset(curl_easy_init());
@@ -78,7 +60,7 @@ Text EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
   // libcurl takes 0 for "no limit".
   const long limit = std::clamp<long>(timeout.count(), 1, INT_MAX);
   setMethod(hop, body);
-  setAddress(hop.url);
+  address_.applyTo(get(), hop.url);
   curl_easy_setopt(get(), CURLOPT_HTTPHEADER, headers_.get());
   curl_easy_setopt(get(), CURLOPT_TIMEOUT_MS, limit);
   offersHttp2_ = mayUseHttp2 && !isLarge && isEncrypted(hop.url);
@@ -94,26 +76,6 @@ Text EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
   curl_easy_setopt(get(), CURLOPT_UPLOAD_BUFFERSIZE,
                    headSize > kSmallHead ? kLargeUploadBuffer : kUploadBuffer);
   return std::nullopt;
-}
-
-// Handed over in parts: an address in one piece would be taken apart, put together again and its
-// query copied, the last two by libcurl's printf, at some sixty instructions a character.
-void EasyHandle::setAddress(const std::string& url) {
-  if (url != url_) {
-    url_.clear();
-    // What cannot be parsed is left to libcurl to refuse in its own words, and an IPv6 zone is lost
-    // on the way. Over http there may be a proxy, which wants the whole address.
-    isParsed_ = curl_url_set(address_.get(), CURLUPART_URL, url.c_str(), 0) == CURLUE_OK &&
-                !partOf(address_.get(), CURLUPART_ZONEID, 0);
-    target_ = isParsed_ && isEncrypted(url) ? pathWithQuery(address_.get()) : "";
-    url_ = url;
-  }
-  const bool isSet =
-      curl_easy_setopt(get(), CURLOPT_URL, url.c_str()) == CURLE_OK &&
-      curl_easy_setopt(get(), CURLOPT_CURLU, isParsed_ ? address_.get() : nullptr) == CURLE_OK &&
-      (target_.empty() ||
-       curl_easy_setopt(get(), CURLOPT_REQUEST_TARGET, target_.c_str()) == CURLE_OK);
-  if (!isSet) throw std::bad_alloc();
 }
 
 void EasyHandle::setMethod(const Hop& hop, const Data* body) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "quarnet/platform/HttpRequest.h"
+#include "quarnet/platform/curl/Address.h"
 #include "quarnet/platform/curl/HeaderList.h"
 #include "quarnet/platform/curl/Redirect.h"
 #include "quarnet/platform/curl/TrustStore.h"
@@ -41,17 +42,12 @@ public:
   const char* errorText() const { return errorText_.data(); }
 
 private:
-  void setAddress(const std::string& url);
   void setMethod(const Hop& hop, const Data* body);
 
   TrustStore& trust_;
   CURLSH* const share_;
-  std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> address_;
+  Address address_;
   std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_;
-  /// What address_ holds, as text, and what of it is the request's target.
-  std::string url_;
-  std::string target_;
-  bool isParsed_ = false;
   bool offersHttp2_ = false;
   bool writesInParts_ = false;
   HeaderList headers_;

@@ -24,11 +24,7 @@ bool isRedirect(long status);
 Hop redirected(const Hop& hop, long status, std::string url);
 
 /// Why an answer to `hop` must not lead to this absolute address; absent when it may. What was sent
-/// encrypted does not go on in clear.
+/// encrypted is never sent unencrypted.
 Text redirectProblem(const Hop& hop, const std::string& url);
-
-/// Why nothing can be sent to this address; absent when it is an http or https address. What lies
-/// behind the scheme is left to libcurl to find wrong.
-Text addressProblem(const std::string& url);
 
 } // namespace quarnet::platform

@@ -2,6 +2,7 @@
 
 #include "quarnet/platform/curl/HttpError.h"
 #include "quarnet/platform/curl/Origin.h"
+#include "quarnet/platform/curl/RequestCheck.h"
 
 #include <algorithm>
 #include <charconv>
