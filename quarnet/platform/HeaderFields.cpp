@@ -5,6 +5,12 @@
 #include <algorithm>
 
 namespace quarnet::platform {
+namespace {
+
+// Room for an ordinary call.
+constexpr std::size_t kUsualFields = 8;
+
+} // namespace
 
 HeaderFields::HeaderFields(std::initializer_list<Field> fields) {
   for (const auto& [name, value] : fields)
@@ -13,7 +19,9 @@ HeaderFields::HeaderFields(std::initializer_list<Field> fields) {
 
 void HeaderFields::set(std::string_view name, std::optional<std::string_view> value) {
   std::erase_if(fields_, [name](const Field& old) { return sameIgnoringCase(old.name, name); });
-  if (value) fields_.push_back({std::string(name), std::string(*value)});
+  if (!value) return;
+  if (fields_.empty()) fields_.reserve(kUsualFields);
+  fields_.push_back({std::string(name), std::string(*value)});
 }
 
 std::optional<std::string_view> HeaderFields::get(std::string_view name) const {

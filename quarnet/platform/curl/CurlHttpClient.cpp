@@ -38,10 +38,10 @@ CurlHttpClient::~CurlHttpClient() = default;
 
 HttpResult CurlHttpClient::sendSynchronously(const HttpRequest& request) noexcept {
   Connections& connections = implementation_->connections();
-  std::unique_ptr<Sender> sender = connections.take(request.url);
-  HttpResult result = sender->send(request);
+  Connections::Line line = connections.take(request.url);
+  HttpResult result = line.sender->send(request);
   // What failed may have no connection, and must not push out what has.
-  if (!result.error) connections.giveBack(std::move(sender), request.url);
+  if (!result.error) connections.giveBack(std::move(line));
   return result;
 }
 

@@ -34,23 +34,27 @@ void HeaderList::assign(const HttpRequest& request, const Hop& hop) {
     hasContentType = hasContentType || sameIgnoringCase(name, "Content-Type");
     hasExpect = hasExpect || sameIgnoringCase(name, "Expect");
   }
-  // A name with nothing behind the colon keeps libcurl from adding a field of its own.
-  if (!hasAccept) addLine({"Accept:"});
-  if (!hasContentType) addLine({"Content-Type:"});
-  if (!hasExpect && mayExpect(request)) addLine({"Expect:"});
+  if (!hasAccept) suppress("Accept");
+  if (!hasContentType) suppress("Content-Type");
+  if (!hasExpect && mayExpect(request)) suppress("Expect");
   link();
 }
 
 void HeaderList::add(std::string_view name, std::string_view value) {
   const bool isBlank = value.find_first_not_of(" \t\v\f") == std::string_view::npos;
-  // The second one is libcurl's form for a field without a value.
-  isBlank ? addLine({name, ";"}) : addLine({name, ": ", value});
+  lines_ += name;
+  // The first one is libcurl's form for a field without a value.
+  if (isBlank) {
+    lines_ += ';';
+  } else {
+    lines_.append(": ").append(value);
+  }
+  lines_ += '\0';
 }
 
-void HeaderList::addLine(std::initializer_list<std::string_view> parts) {
-  for (const std::string_view part : parts)
-    lines_ += part;
-  lines_ += '\0';
+// A name with nothing behind the colon keeps libcurl from adding a field of its own.
+void HeaderList::suppress(std::string_view name) {
+  lines_.append(name).append(":").push_back('\0');
 }
 
 void HeaderList::link() {

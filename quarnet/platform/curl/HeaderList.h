@@ -25,7 +25,7 @@ public:
 
 private:
   void add(std::string_view name, std::string_view value);
-  void addLine(std::initializer_list<std::string_view> parts);
+  void suppress(std::string_view name);
   void link();
 
   /// Each line as a C string, one after the other.

@@ -27,8 +27,8 @@ bool isToken(std::string_view text) {
 }
 
 bool breaksTheLine(std::string_view text) {
-  const auto endsLine = [](char c) { return c == '\r' || c == '\n' || c == '\0'; };
-  return std::any_of(text.begin(), text.end(), endsLine);
+  const auto holds = [text](char c) { return text.find(c) != std::string_view::npos; };
+  return holds('\r') || holds('\n') || holds('\0');
 }
 
 // The field's name up to what must not be in it.
