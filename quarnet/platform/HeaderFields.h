@@ -20,6 +20,7 @@ public:
   };
 
   HeaderFields() = default;
+  /// Sets one after the other.
   HeaderFields(std::initializer_list<Field> fields);
 
   /// Sets a field, as the last one, in place of one of that name; an absent value removes it.

@@ -12,8 +12,8 @@
 
 namespace quarnet::platform {
 
-/// All that a client has open: senders that wait for the next synchronous send, and the threads of
-/// the asynchronous ones. Of one process; safe from any thread of it.
+/// What a client keeps between sends: a pool of lines for the synchronous ones and the threads of
+/// the asynchronous ones. It belongs to the process that made it; safe from any of its threads.
 class Connections {
 public:
   explicit Connections(const CurlHttpClientOptions& options);

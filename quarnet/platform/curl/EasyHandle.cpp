@@ -12,8 +12,8 @@ namespace {
 // libcurl puts the head together in a buffer of 1 MiB, where a few lines of its own must fit in.
 constexpr std::size_t kMaximumHead = 1'040'000;
 
-// What is larger goes over HTTP/1.1: libcurl 7.88 cannot send a head of more than 64 KiB over
-// HTTP/2, and waits for ever when the server answers before it has read a whole body.
+// What is larger is sent over HTTP/1.1: libcurl 7.88 cannot send a head of more than 64 KiB over
+// HTTP/2, and waits without end when the server answers before it has read a whole body.
 constexpr std::size_t kSmallHead = 48 * 1024;
 constexpr std::size_t kSmallBody = 64 * 1024;
 
@@ -21,9 +21,9 @@ constexpr std::size_t kSmallBody = 64 * 1024;
 constexpr long kUploadBuffer = 64L * 1024;
 constexpr long kLargeUploadBuffer = 2L * 1024 * 1024;
 
-// OpenSSL fails a write whole of which it has written the first records, of 16 KiB; less than that
-// is one record, which is of no use to the server without its end. There is room for what libcurl
-// adds, an address in escapes included.
+// A failed write of OpenSSL may have sent its first records of 16 KiB each. What fits into one
+// record is sent as a whole or is of no use to the server. The rest of the record is left for what
+// libcurl adds, percent escapes of the address included.
 constexpr std::size_t kOneRecord = 5 * 1024;
 
 } // namespace
@@ -67,11 +67,12 @@ Text EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
   writesInParts_ = isEncrypted(hop.url) && headSize + bodySize > kOneRecord;
   curl_easy_setopt(get(), CURLOPT_HTTP_VERSION,
                    offersHttp2_ ? CURL_HTTP_VERSION_2TLS : CURL_HTTP_VERSION_1_1);
-  // The same for the server, and another one for libcurl 7.88: it would put a request that may
-  // share a connection of HTTP/2 on one of HTTP/1.1 where another request is under way.
+  // Another value that means the same to the server, so that libcurl 7.88 keeps such connections
+  // apart: else it would send a request that may share an HTTP/2 connection over one of HTTP/1.1
+  // that is in use.
   const long unshared = offersHttp2_ ? 0 : CURL_SSLVERSION_MAX_TLSv1_3;
   curl_easy_setopt(get(), CURLOPT_SSLVERSION, CURL_SSLVERSION_TLSv1_2 | unshared);
-  // Waits for the connection that is being made, to share it when HTTP/2 comes of it.
+  // Waits for a connection that is being made, to share it if it becomes one of HTTP/2.
   curl_easy_setopt(get(), CURLOPT_PIPEWAIT, long{offersHttp2_});
   curl_easy_setopt(get(), CURLOPT_UPLOAD_BUFFERSIZE,
                    headSize > kSmallHead ? kLargeUploadBuffer : kUploadBuffer);

@@ -19,13 +19,13 @@ public:
   /// What `share` holds outlives the single hop. `trust` and `share` must outlive the handle.
   EasyHandle(TrustStore& trust, CURLSH* share);
 
-  /// Puts a new libcurl handle in the place of the last one. libcurl keeps things of an answer or a
-  /// failure for a handle's whole life: 7.88 uses memory that it freed when the next answer's first
-  /// field begins with a blank, and counts of failures decide about the next request.
+  /// Replaces the libcurl handle by a new one. libcurl keeps state of an answer or a failure as
+  /// long as the handle exists: 7.88 uses memory that it freed when the next answer's first field
+  /// begins with a blank, and counts of failures influence the next request.
   void renew();
 
   /// Sets the new handle up for one hop of `request`, which must stay as it is until the transfer
-  /// has ended. HTTP/2 is offered to the server where it does good, if `mayUseHttp2`. Returns why
+  /// has ended. With `mayUseHttp2`, HTTP/2 is offered to the server where it is of use. Returns why
   /// the request cannot be sent, or absent. Throws std::bad_alloc.
   Text prepare(const HttpRequest& request, const Hop& hop, std::chrono::milliseconds timeout,
                bool mayUseHttp2);

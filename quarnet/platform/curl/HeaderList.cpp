@@ -52,7 +52,7 @@ void HeaderList::add(std::string_view name, std::string_view value) {
   lines_ += '\0';
 }
 
-// A name with nothing behind the colon keeps libcurl from adding a field of its own.
+// A name with nothing after the colon keeps libcurl from adding a field of its own.
 void HeaderList::suppress(std::string_view name) {
   lines_.append(name).append(":").push_back('\0');
 }

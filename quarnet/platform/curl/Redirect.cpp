@@ -29,7 +29,7 @@ Hop redirected(const Hop& hop, long status, std::string url) {
     next.withContent = false;
   }
   if (!sameOrigin(hop.url, url)) {
-    // Once dropped, the fields stay dropped, also when the way leads back.
+    // Once dropped, the fields stay dropped, even if a later hop returns to the first origin.
     next.withOwnFields = false;
     next.withContent = next.withContent && mayHaveBody(next.method);
   }

@@ -6,18 +6,18 @@
 
 namespace quarnet::platform {
 
-/// What of a request goes to one address. The first hop is the request as it was made; each
+/// What of a request is sent to one address. The first hop is the request as it was made; each
 /// redirect (RFC 9110, section 15.4) makes the next one.
 struct Hop {
   std::string url;
   std::string method;
-  /// Whether the body goes along, and with it the fields that describe it.
+  /// Whether the body is sent, and with it the fields that describe it.
   bool withContent = true;
-  /// Whether the request's other header fields go along.
+  /// Whether the request's other header fields are sent.
   bool withOwnFields = true;
 };
 
-/// Whether an answer with this status sends the client on to the address in its Location field.
+/// Whether an answer with this status redirects the client to the address in its Location field.
 bool isRedirect(long status);
 
 /// The hop that an answer of this status to `hop` asks for; `url` is an absolute address.

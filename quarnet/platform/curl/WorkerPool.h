@@ -10,7 +10,7 @@ namespace quarnet::platform {
 
 /// A fixed number of background threads that run calls in the order in which they came.
 ///
-/// An exception that leaves a call is written to the log as one line and goes no further. The
+/// An exception that leaves a call is written to the log as one line and ends there. The
 /// threads take over the signal mask of their maker. Every operation may be called from any thread,
 /// a call's own included.
 class WorkerPool {
