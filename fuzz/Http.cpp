@@ -4,7 +4,6 @@
 #include "sandbox/Text.h"
 
 #include "quarnet/platform/curl/CurlHttpClient.h"
-#include "quarnet/platform/curl/HeaderList.h"
 
 #include <future>
 #include <mutex>

@@ -10,6 +10,7 @@ namespace quarnet::platform {
 
 /// The head of an answer.
 struct HttpResponse {
+  /// Of the final answer: 200 or more.
   long statusCode = 0;
 };
 
@@ -28,18 +29,18 @@ struct HttpResult {
 ///
 /// An implementation checks certificates, follows redirects to http and https addresses only and
 /// none from https to http, and sends the request's own header fields to no other origin (scheme,
-/// host and port) than the one they were meant for, those that describe the body (Content-*) aside.
+/// host and port) than the request's; only those that describe the body (Content-*) follow it.
 /// A header field that holds CR, LF or NUL, an address that cannot be parsed, and what is too large
 /// for the memory fail like a transport error. Nothing is thrown.
 ///
 /// A request to which no answer came is sent again only where that is safe (RFC 9110, section
-/// 9.2.2): GET, HEAD, PUT and DELETE once, when the connection had been kept open and was found
-/// closed; others only when none of their bytes was written or the server said that it did not
+/// 9.2.2): GET, HEAD, PUT and DELETE once, when the connection had been kept open and turned out to
+/// be closed; others only when none of their bytes was written or the server said that it did not
 /// process them.
 class QUARNET_EXPORT HttpClient {
 public:
   /// Called exactly once for each asynchronous send, on a background thread, also when the process
-  /// is ending. Slow completions hold up other completions, never the transfers.
+  /// is ending. Slow completions delay other completions, never the transfers.
   using Completion = std::function<void(HttpResult)>;
 
   virtual ~HttpClient() = default;

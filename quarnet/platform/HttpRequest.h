@@ -18,9 +18,11 @@ inline constexpr std::chrono::seconds kRequestTimeout{60};
 struct QUARNET_EXPORT HttpRequest {
   /// The whole address, query included. One that cannot be parsed fails when it is sent.
   std::string url = {};
+  /// Any token; GET, HEAD, PUT and DELETE may be sent again (see HttpClient).
   std::string method = "GET";
+  /// Content-Length is not among those that are sent: the body's true size is.
   HeaderFields headerFields = {};
-  /// The body, shared and not copied on its way out; null for none.
+  /// The body, shared and not copied when it is sent; null for none.
   std::shared_ptr<const Data> body = nullptr;
   /// From the start of the transfer to its end.
   std::chrono::milliseconds timeout = kRequestTimeout;

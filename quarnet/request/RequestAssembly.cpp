@@ -124,10 +124,9 @@ void logHeaderFields(const HttpRequest& request) {
   const std::string_view open[] = {"Content-Type",         "Content-Length", "swap_key",
                                    VORNEL_OAUTH_CLIENT_ID, "Accept",         "Accept-Encoding"};
   std::vector<Log::Piece> line = {harmless("HTTPHeaderFields : {")};
-  for (std::size_t i = 0; i < request.headerFields.size(); ++i) {
-    const auto [name, value, whole] = request.headerFields[i];
+  for (const auto& [name, value] : request.headerFields) {
     const bool isOpen = std::ranges::find(open, name) != std::end(open);
-    line.insert(line.end(), {harmless(i > 0 ? ", " : ""), harmless(name), harmless(": "),
+    line.insert(line.end(), {harmless(line.size() > 1 ? ", " : ""), harmless(name), harmless(": "),
                              Log::Piece{.text = value, .isHarmless = isOpen}});
   }
   line.push_back(harmless("}"));

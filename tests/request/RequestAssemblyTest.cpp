@@ -20,8 +20,8 @@ protected:
   static std::string preparedFields() {
     const auto request = APIRequest::urlRequest();
     std::string fields;
-    for (std::size_t i = 0; i < request->headerFields.size(); ++i)
-      fields.append(i > 0 ? ", " : "").append(request->headerFields[i].line);
+    for (const auto& [name, value] : request->headerFields)
+      fields.append(fields.empty() ? "" : ", ").append(name + ": " + value);
     return fields;
   }
 

@@ -67,7 +67,7 @@ TEST_F(ServerTest, OpensOnceWhatAnotherProgramEncryptedUnderKeysOfAnyLength) {
 }
 
 TEST_F(ServerTest, TurnsAwayWhatItShouldNotAnswer) {
-  const std::pair<std::string, std::string>
+  const platform::HeaderFields::Field
       id = {"client_id", "demo-client"},
       swapKey = {"swap_key", "5"}, live = {"access_token", server_.issueTokens().accessToken},
       expired = {"access_token", server_.issueTokens("", std::chrono::seconds(0)).accessToken};

@@ -14,22 +14,29 @@ namespace {
 constexpr unsigned kWorkers = 2;
 constexpr std::chrono::seconds kPatienceAtExit{5};
 
-constinit std::mutex liveMutex;
-/// Made with the first client that needs it and never destroyed.
-constinit std::vector<std::weak_ptr<Background>>* live = nullptr;
-constinit bool registeredAtExit = false;
+/// What the process's end has to end.
+struct Live {
+  std::mutex mutex;
+  std::vector<std::weak_ptr<Background>> backgrounds;
+  bool isRegisteredAtExit = false;
+};
+
+/// Never destroyed, since clients may be used while the process ends.
+Live& live() {
+  static Live* const instance = new Live;
+  return *instance;
+}
 
 } // namespace
 
 std::shared_ptr<Background> Background::make(TrustStore& trust, std::size_t maximumBodySize) {
   const BlockedSignals blocked;
   std::shared_ptr<Background> background(new Background(trust, maximumBodySize));
-  const std::lock_guard lock(liveMutex);
-  if (live == nullptr) live = new std::vector<std::weak_ptr<Background>>;
-  std::erase_if(*live, [](const auto& entry) { return entry.expired(); });
-  live->push_back(background);
+  const std::lock_guard lock(live().mutex);
+  std::erase_if(live().backgrounds, [](const auto& entry) { return entry.expired(); });
+  live().backgrounds.push_back(background);
   // Registered after libcurl and OpenSSL registered theirs, and so run before them.
-  if (!std::exchange(registeredAtExit, true)) std::atexit(endAll);
+  if (!std::exchange(live().isRegisteredAtExit, true)) std::atexit(endAll);
   return background;
 }
 
@@ -43,10 +50,10 @@ Background::~Background() {
 void Background::endAll() {
   std::vector<std::weak_ptr<Background>> ending;
   {
-    const std::lock_guard lock(liveMutex);
-    ending.swap(*live);
-    // A client that is made from here on is ended by a call of its own.
-    registeredAtExit = false;
+    const std::lock_guard lock(live().mutex);
+    ending.swap(live().backgrounds);
+    // A client that is made later registers endAll() again.
+    live().isRegisteredAtExit = false;
   }
   for (const auto& entry : ending) {
     const std::shared_ptr<Background> background = entry.lock();

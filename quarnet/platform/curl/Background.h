@@ -1,8 +1,8 @@
 #pragma once
 
+#include "quarnet/platform/ForkCount.h"
 #include "quarnet/platform/curl/EventLoop.h"
-#include "quarnet/platform/curl/ForkCount.h"
-#include "quarnet/platform/glib/WorkerPool.h"
+#include "quarnet/platform/curl/WorkerPool.h"
 
 #include <memory>
 
@@ -10,14 +10,15 @@ namespace quarnet::platform {
 
 /// The threads of one client: one for the transfers, two for the completions.
 ///
-/// When the process ends by exit() or by returning from main, what is under way fails with the
-/// description "The process is ending", and its completions are waited for, five seconds at most.
+/// When the process ends by exit() or by returning from main, the sends that have not ended fail
+/// with the description "The process is ending", and their completions are waited for, five seconds
+/// at most.
 class Background {
 public:
   /// Throws std::system_error when no thread can be made. `trust` must outlive the loop.
   static std::shared_ptr<Background> make(TrustStore& trust, std::size_t maximumBodySize);
 
-  /// Fails what is under way and waits for its completions.
+  /// Fails the sends that have not ended and waits for their completions.
   ~Background();
 
   EventLoop& loop() { return loop_; }

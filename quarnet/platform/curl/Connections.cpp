@@ -10,7 +10,7 @@
 namespace quarnet::platform {
 namespace {
 
-constexpr std::size_t kMaximumIdleSenders = 16;
+constexpr std::size_t kMaximumIdleLines = 16;
 
 void initialiseLibraries() {
   static const bool done = [] {
@@ -26,28 +26,27 @@ void initialiseLibraries() {
 Connections::Connections(const CurlHttpClientOptions& options)
     : maximumBodySize_(options.maximumBodySize), trust_((initialiseLibraries(), options.caFile)) {}
 
-std::unique_ptr<Sender> Connections::take(std::string_view url) {
+Connections::Line Connections::take(std::string_view url) {
   const std::string_view origin = originIn(url);
   {
     const std::lock_guard lock(mutex_);
     const auto last = std::find_if(idle_.rbegin(), idle_.rend(),
-                                   [origin](const Idle& idle) { return idle.origin == origin; });
+                                   [origin](const Line& line) { return line.origin == origin; });
     if (last != idle_.rend()) {
-      auto sender = std::move(last->sender);
+      Line line = std::move(*last);
       idle_.erase(std::next(last).base());
-      return sender;
+      return line;
     }
   }
-  return std::make_unique<Sender>(trust_, maximumBodySize_);
+  return {std::string(origin), std::make_unique<Sender>(trust_, maximumBodySize_)};
 }
 
-void Connections::giveBack(std::unique_ptr<Sender> sender, std::string_view url) {
-  Idle outlived; // ends without the lock
-  Idle idle{std::string(originIn(url)), std::move(sender)};
+void Connections::giveBack(Line line) {
+  Line oldest; // ends without the lock
   const std::lock_guard lock(mutex_);
-  idle_.push_back(std::move(idle));
-  if (idle_.size() <= kMaximumIdleSenders) return;
-  outlived = std::move(idle_.front());
+  idle_.push_back(std::move(line));
+  if (idle_.size() <= kMaximumIdleLines) return;
+  oldest = std::move(idle_.front());
   idle_.erase(idle_.begin());
 }
 

@@ -12,17 +12,22 @@
 
 namespace quarnet::platform {
 
-/// All that a client has open: senders that wait for the next synchronous send, and the threads of
-/// the asynchronous ones. Of one process; safe from any thread of it.
+/// What a client keeps between sends: a pool of lines for the synchronous ones and the threads of
+/// the asynchronous ones. It belongs to the process that made it; safe from any of its threads.
 class Connections {
 public:
   explicit Connections(const CurlHttpClientOptions& options);
 
-  /// A sender for one synchronous send to `url`: the last one that was there, whose connection may
-  /// still be open, or a new one.
-  std::unique_ptr<Sender> take(std::string_view url);
-  /// Keeps the sender for the next send to where `url` lies.
-  void giveBack(std::unique_ptr<Sender> sender, std::string_view url);
+  /// A sender and the origin whose connection it may have.
+  struct Line {
+    std::string origin;
+    std::unique_ptr<Sender> sender;
+  };
+  /// A line for one synchronous send to `url`: the last one that was used for its origin, whose
+  /// connection may still be open, or a new one.
+  Line take(std::string_view url);
+  /// Keeps the line for the next send to its origin.
+  void giveBack(Line line);
 
   /// The client's threads, made with the first call. Throws std::system_error when none can be
   /// made.
@@ -33,16 +38,11 @@ public:
   bool inherited() const { return forks_ != forkCount(); }
 
 private:
-  struct Idle {
-    std::string origin;
-    std::unique_ptr<Sender> sender;
-  };
-
   const std::size_t maximumBodySize_;
   const unsigned forks_ = forkCount();
   TrustStore trust_;
   std::mutex mutex_;
-  std::vector<Idle> idle_;
+  std::vector<Line> idle_;
   std::shared_ptr<Background> background_;
 };
 

@@ -15,7 +15,7 @@ public:
       : options_(std::move(options)), current_(new Connections(options_)) {}
 
   ~Implementation() {
-    // What a forked child inherited is left alone.
+    // A forked child must not touch what its parent still uses.
     if (!current_.load()->inherited()) delete current_.load();
   }
 
@@ -38,10 +38,10 @@ CurlHttpClient::~CurlHttpClient() = default;
 
 HttpResult CurlHttpClient::sendSynchronously(const HttpRequest& request) noexcept {
   Connections& connections = implementation_->connections();
-  std::unique_ptr<Sender> sender = connections.take(request.url);
-  HttpResult result = sender->send(request);
-  // What failed may have no connection, and must not push out what has.
-  if (!result.error) connections.giveBack(std::move(sender), request.url);
+  Connections::Line line = connections.take(request.url);
+  HttpResult result = line.sender->send(request);
+  // After a failure there may be no connection; keeping such a line could drop one that has.
+  if (!result.error) connections.giveBack(std::move(line));
   return result;
 }
 
@@ -51,7 +51,7 @@ void CurlHttpClient::sendAsynchronously(std::shared_ptr<const HttpRequest> reque
   try {
     background = &implementation_->connections().background();
   } catch (const std::system_error& error) {
-    // Without a thread there is none but the caller's to complete on.
+    // There is no other thread to complete on.
     return completion(failedResult(CURLE_FAILED_INIT,
                                    std::string("The request could not be sent: ") + error.what()));
   }

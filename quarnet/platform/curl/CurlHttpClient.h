@@ -6,8 +6,8 @@
 
 namespace quarnet::platform {
 
-/// How a CurlHttpClient is set up; every default is what an application wants that talks to the
-/// real servers.
+/// How a CurlHttpClient is set up; the defaults suit an application that talks to the real
+/// servers.
 struct CurlHttpClientOptions {
   /// A PEM file of certificates that are trusted beside the system's own; empty for none.
   std::string caFile = {};
@@ -19,8 +19,8 @@ struct CurlHttpClientOptions {
 ///
 /// A synchronous send runs on the caller's thread. All asynchronous sends share one thread for the
 /// transfers and two for the completions, made with the first such send; up to 64 to each origin
-/// and 256 altogether are on the wire at a time, and the others wait without their time running.
-/// Destroying the client fails the sends that are still under way and waits for their completions.
+/// and 256 altogether are sent at a time; the others wait, and their time-outs have not started.
+/// Destroying the client fails the sends that have not ended and waits for their completions.
 class QUARNET_EXPORT CurlHttpClient final : public HttpClient {
 public:
   explicit CurlHttpClient(CurlHttpClientOptions options = {});

@@ -12,8 +12,8 @@ namespace {
 // libcurl puts the head together in a buffer of 1 MiB, where a few lines of its own must fit in.
 constexpr std::size_t kMaximumHead = 1'040'000;
 
-// What is larger goes over HTTP/1.1: libcurl 7.88 cannot send a head of more than 64 KiB over
-// HTTP/2, and waits for ever when the server answers before it has read a whole body.
+// What is larger is sent over HTTP/1.1: libcurl 7.88 cannot send a head of more than 64 KiB over
+// HTTP/2, and waits without end when the server answers before it has read a whole body.
 constexpr std::size_t kSmallHead = 48 * 1024;
 constexpr std::size_t kSmallBody = 64 * 1024;
 
@@ -21,33 +21,15 @@ constexpr std::size_t kSmallBody = 64 * 1024;
 constexpr long kUploadBuffer = 64L * 1024;
 constexpr long kLargeUploadBuffer = 2L * 1024 * 1024;
 
-// OpenSSL fails a write whole of which it has written the first records, of 16 KiB; less than that
-// is one record, which is of no use to the server without its end. There is room for what libcurl
-// adds, an address in escapes included.
+// A failed write of OpenSSL may have sent its first records of 16 KiB each. What fits into one
+// record is sent as a whole or is of no use to the server. The rest of the record is left for what
+// libcurl adds, percent escapes of the address included.
 constexpr std::size_t kOneRecord = 5 * 1024;
-
-// Absent when the address has no such part.
-Text partOf(CURLU* address, CURLUPart which, unsigned flags) {
-  char* text = nullptr;
-  curl_url_get(address, which, &text, flags);
-  const std::unique_ptr<char, decltype(&curl_free)> owned(text, curl_free);
-  return text != nullptr ? Text(text) : Text();
-}
-
-// "/path?query", escaped as libcurl would do it; empty without a query.
-std::string pathWithQuery(CURLU* address) {
-  const Text path = partOf(address, CURLUPART_PATH, CURLU_URLENCODE);
-  const Text query = partOf(address, CURLUPART_QUERY, 0);
-  return path && query ? *path + '?' + *query : "";
-}
 
 } // namespace
 
 EasyHandle::EasyHandle(TrustStore& trust, CURLSH* share)
-    : trust_(trust), share_(share), address_(curl_url(), curl_url_cleanup),
-      easy_(nullptr, curl_easy_cleanup) {
-  if (!address_) throw std::bad_alloc();
-}
+    : trust_(trust), share_(share), easy_(nullptr, curl_easy_cleanup) {}
 
 void EasyHandle::renew() {
   easy_.reset(curl_easy_init());
@@ -78,42 +60,23 @@ Text EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
   // libcurl takes 0 for "no limit".
   const long limit = std::clamp<long>(timeout.count(), 1, INT_MAX);
   setMethod(hop, body);
-  setAddress(hop.url);
+  address_.applyTo(get(), hop.url);
   curl_easy_setopt(get(), CURLOPT_HTTPHEADER, headers_.get());
   curl_easy_setopt(get(), CURLOPT_TIMEOUT_MS, limit);
   offersHttp2_ = mayUseHttp2 && !isLarge && isEncrypted(hop.url);
   writesInParts_ = isEncrypted(hop.url) && headSize + bodySize > kOneRecord;
   curl_easy_setopt(get(), CURLOPT_HTTP_VERSION,
                    offersHttp2_ ? CURL_HTTP_VERSION_2TLS : CURL_HTTP_VERSION_1_1);
-  // The same for the server, and another one for libcurl 7.88: it would put a request that may
-  // share a connection of HTTP/2 on one of HTTP/1.1 where another request is under way.
+  // Another value that means the same to the server, so that libcurl 7.88 keeps such connections
+  // apart: else it would send a request that may share an HTTP/2 connection over one of HTTP/1.1
+  // that is in use.
   const long unshared = offersHttp2_ ? 0 : CURL_SSLVERSION_MAX_TLSv1_3;
   curl_easy_setopt(get(), CURLOPT_SSLVERSION, CURL_SSLVERSION_TLSv1_2 | unshared);
-  // Waits for the connection that is being made, to share it when HTTP/2 comes of it.
+  // Waits for a connection that is being made, to share it if it becomes one of HTTP/2.
   curl_easy_setopt(get(), CURLOPT_PIPEWAIT, long{offersHttp2_});
   curl_easy_setopt(get(), CURLOPT_UPLOAD_BUFFERSIZE,
                    headSize > kSmallHead ? kLargeUploadBuffer : kUploadBuffer);
   return std::nullopt;
-}
-
-// Handed over in parts: an address in one piece would be taken apart, put together again and its
-// query copied, the last two by libcurl's printf, at some sixty instructions a character.
-void EasyHandle::setAddress(const std::string& url) {
-  if (url != url_) {
-    url_.clear();
-    // What cannot be parsed is left to libcurl to refuse in its own words, and an IPv6 zone is lost
-    // on the way. Over http there may be a proxy, which wants the whole address.
-    isParsed_ = curl_url_set(address_.get(), CURLUPART_URL, url.c_str(), 0) == CURLUE_OK &&
-                !partOf(address_.get(), CURLUPART_ZONEID, 0);
-    target_ = isParsed_ && isEncrypted(url) ? pathWithQuery(address_.get()) : "";
-    url_ = url;
-  }
-  const bool isSet =
-      curl_easy_setopt(get(), CURLOPT_URL, url.c_str()) == CURLE_OK &&
-      curl_easy_setopt(get(), CURLOPT_CURLU, isParsed_ ? address_.get() : nullptr) == CURLE_OK &&
-      (target_.empty() ||
-       curl_easy_setopt(get(), CURLOPT_REQUEST_TARGET, target_.c_str()) == CURLE_OK);
-  if (!isSet) throw std::bad_alloc();
 }
 
 void EasyHandle::setMethod(const Hop& hop, const Data* body) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "quarnet/platform/HttpRequest.h"
+#include "quarnet/platform/curl/Address.h"
 #include "quarnet/platform/curl/HeaderList.h"
 #include "quarnet/platform/curl/Redirect.h"
 #include "quarnet/platform/curl/TrustStore.h"
@@ -18,13 +19,13 @@ public:
   /// What `share` holds outlives the single hop. `trust` and `share` must outlive the handle.
   EasyHandle(TrustStore& trust, CURLSH* share);
 
-  /// Puts a new libcurl handle in the place of the last one. libcurl keeps things of an answer or a
-  /// failure for a handle's whole life: 7.88 uses memory that it freed when the next answer's first
-  /// field begins with a blank, and counts of failures decide about the next request.
+  /// Replaces the libcurl handle by a new one. libcurl keeps state of an answer or a failure as
+  /// long as the handle exists: 7.88 uses memory that it freed when the next answer's first field
+  /// begins with a blank, and counts of failures influence the next request.
   void renew();
 
   /// Sets the new handle up for one hop of `request`, which must stay as it is until the transfer
-  /// has ended. HTTP/2 is offered to the server where it does good, if `mayUseHttp2`. Returns why
+  /// has ended. With `mayUseHttp2`, HTTP/2 is offered to the server where it is of use. Returns why
   /// the request cannot be sent, or absent. Throws std::bad_alloc.
   Text prepare(const HttpRequest& request, const Hop& hop, std::chrono::milliseconds timeout,
                bool mayUseHttp2);
@@ -41,17 +42,12 @@ public:
   const char* errorText() const { return errorText_.data(); }
 
 private:
-  void setAddress(const std::string& url);
   void setMethod(const Hop& hop, const Data* body);
 
   TrustStore& trust_;
   CURLSH* const share_;
-  std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> address_;
+  Address address_;
   std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_;
-  /// What address_ holds, as text, and what of it is the request's target.
-  std::string url_;
-  std::string target_;
-  bool isParsed_ = false;
   bool offersHttp2_ = false;
   bool writesInParts_ = false;
   HeaderList headers_;

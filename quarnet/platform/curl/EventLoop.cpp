@@ -70,7 +70,7 @@ void EventLoop::run() {
     collect();
     const bool admitted = admit();
     workers_.run(std::exchange(completed_, {}));
-    // What was just admitted wants to be started before anything is waited for.
+    // What was just admitted is started before the thread waits.
     if (!admitted) sleep();
   }
   abandonAll();
@@ -87,7 +87,7 @@ void EventLoop::sleep() {
 }
 
 // libcurl 7.88 may forget requests that wait for a connection to share, until their time is up.
-// Each handle that leaves makes it look at the first of them.
+// Each handle that is removed makes it check the first of them.
 void EventLoop::remindOfWaiting() {
   for (std::size_t i = idle_.size(); i < flights_.size(); ++i) {
     curl_multi_add_handle(multi_.get(), reminder_.get());
@@ -151,7 +151,7 @@ void EventLoop::collect() {
   while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
     Flight* flight = nullptr;
     curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &flight);
-    // The message is gone once its handle is removed.
+    // The message is freed with the removal of its handle.
     const CURLcode code = message->data.result;
     curl_multi_remove_handle(multi_.get(), flight->transfer.easy());
     if (flight->transfer.advance(code)) {
@@ -169,7 +169,7 @@ void EventLoop::land(Flight& flight, HttpResult result) {
 }
 
 void EventLoop::complete(Submission submission, HttpResult result) {
-  // The request goes along, so that it is let go of on a worker, too.
+  // The request is captured as well, so that a worker frees it.
   completed_.emplace_back(
       [submission = std::move(submission), result = std::move(result)]() mutable {
         submission.completion(std::move(result));
@@ -177,7 +177,7 @@ void EventLoop::complete(Submission submission, HttpResult result) {
 }
 
 void EventLoop::abandonAll() {
-  // From here on submit() turns new ones away: what the queue holds now is all there is.
+  // submit() queues nothing any more, so the queue holds all that is left.
   for (const auto& flight : flights_) {
     if (flight->submission.request == nullptr) continue;
     curl_multi_remove_handle(multi_.get(), flight->transfer.easy());

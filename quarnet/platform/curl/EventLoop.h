@@ -5,7 +5,7 @@
 #include "quarnet/platform/curl/SendQueue.h"
 #include "quarnet/platform/curl/Share.h"
 #include "quarnet/platform/curl/Transfer.h"
-#include "quarnet/platform/glib/WorkerPool.h"
+#include "quarnet/platform/curl/WorkerPool.h"
 
 #include <chrono>
 #include <curl/curl.h>
@@ -16,10 +16,10 @@
 
 namespace quarnet::platform {
 
-/// One thread that carries all asynchronous sends of a client.
+/// One thread that makes all asynchronous sends of a client.
 ///
-/// Few transfers are on the wire at a time and the rest wait in a queue, so that what a waiting
-/// send costs is its entry there. Every send that was submitted completes exactly once, on the
+/// Few transfers run at a time and the rest wait in a queue, so that a waiting send costs no more
+/// than its entry there. Every send that was submitted completes exactly once, on the
 /// workers.
 class EventLoop {
 public:
@@ -33,8 +33,8 @@ public:
   /// Safe from any thread. After stop() the send fails with the reason given there.
   void submit(Submission submission);
 
-  /// Fails all that is queued or on the wire, as all that is submitted from now on, with the
-  /// description `reason`, and returns when the thread has ended. Safe from any thread, also twice.
+  /// Fails all sends, those that are submitted from now on included, with the description `reason`,
+  /// and returns when the thread has ended. Safe from any thread, also twice.
   void stop(const char* reason);
 
 private:
@@ -62,19 +62,19 @@ private:
   /// Never sends anything.
   std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> reminder_;
 
-  // Of the loop's thread alone.
+  // Used by the loop's thread alone.
   Goaways goaways_;
   std::chrono::steady_clock::time_point lastReminder_;
   std::vector<std::unique_ptr<Flight>> flights_;
   std::vector<Flight*> idle_;
-  /// Where sends have left the wire since the queue was last told.
+  /// The origins of the sends that ended since queue_ was last updated.
   std::vector<SendQueue::Origin*> landed_;
   /// What ended in this turn of the loop, for the workers.
   std::vector<std::function<void()>> completed_;
 
   std::mutex mutex_;
   SendQueue queue_;
-  /// The thread found nothing that may go on the wire and wants to hear of the next submission.
+  /// Whether the thread found nothing that may be sent, so that the next submission must wake it.
   bool starved_ = false;
   const char* endReason_ = nullptr;
 

@@ -11,7 +11,7 @@ constexpr std::size_t kMaximumKept = 1024;
 } // namespace
 
 void Goaways::open(const Connection& connection) {
-  // Those under way are forgotten, too, and then not sent again.
+  // Open ones are forgotten, too; their requests are then not sent again.
   if (connections_.size() >= kMaximumKept) connections_.clear();
   connections_[connection] = {};
 }

@@ -4,38 +4,33 @@
 #include "quarnet/platform/curl/Redirect.h"
 
 #include <curl/curl.h>
-#include <deque>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace quarnet::platform {
 
-/// The header fields of one request in the form that libcurl takes, which copies neither them nor
-/// the request's own text: keep both unchanged until the transfer has ended.
+/// The header fields of one request in the form that libcurl takes. libcurl does not copy them:
+/// keep the list unchanged until the transfer has ended.
 class HeaderList {
 public:
   /// Holds the fields of `request` that `hop` may carry, and keeps libcurl from adding any but
   /// Host and Content-Length. The fields were checked before.
   void assign(const HttpRequest& request, const Hop& hop);
 
-  /// How many bytes the fields hold.
-  std::size_t size() const { return size_; }
+  /// How many bytes the fields have, line breaks included.
+  std::size_t size() const { return lines_.size() + nodes_.size(); }
 
   curl_slist* get() { return nodes_.data(); }
 
 private:
-  void add(const HeaderFields::Field& field);
-  void addLine(std::string_view line);
+  void add(std::string_view name, std::string_view value);
+  void suppress(std::string_view name);
   void link();
 
+  /// Each line as a C string, one after the other.
+  std::string lines_;
   std::vector<curl_slist> nodes_;
-  /// The lines that libcurl wants in another form than they have in the request.
-  std::deque<std::string> ownLines_;
-  std::size_t size_ = 0;
 };
-
-/// Why a request's method or header fields must not go on the wire; absent when they may.
-Text headProblem(const HttpRequest& request);
 
 } // namespace quarnet::platform

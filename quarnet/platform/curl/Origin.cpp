@@ -26,9 +26,11 @@ std::array<std::string, 3> originOf(const std::string& url) {
 } // namespace
 
 std::string_view originIn(std::string_view url) {
-  const std::size_t authority = url.find("//");
-  const std::size_t start = authority == std::string_view::npos ? 0 : authority + 2;
-  return url.substr(0, url.find_first_of("/?#", start));
+  const std::size_t slashes = url.find("//");
+  std::size_t end = slashes == std::string_view::npos ? 0 : slashes + 2;
+  while (end < url.size() && url[end] != '/' && url[end] != '?' && url[end] != '#')
+    ++end;
+  return url.substr(0, end);
 }
 
 bool sameOrigin(const std::string& a, const std::string& b) {

@@ -1,8 +1,7 @@
 #include "quarnet/platform/curl/Redirect.h"
 
 #include "quarnet/platform/curl/Origin.h"
-
-#include <strings.h>
+#include "quarnet/platform/curl/RequestCheck.h"
 
 namespace quarnet::platform {
 namespace {
@@ -30,7 +29,7 @@ Hop redirected(const Hop& hop, long status, std::string url) {
     next.withContent = false;
   }
   if (!sameOrigin(hop.url, url)) {
-    // Once dropped, the fields stay dropped, also when the way leads back.
+    // Once dropped, the fields stay dropped, even if a later hop returns to the first origin.
     next.withOwnFields = false;
     next.withContent = next.withContent && mayHaveBody(next.method);
   }
@@ -44,16 +43,6 @@ Text redirectProblem(const Hop& hop, const std::string& url) {
     problem = "A redirect from https to http is not followed";
   }
   return problem;
-}
-
-Text addressProblem(const std::string& url) {
-  if (url.empty()) return "The address is empty";
-  if (url.find('\0') != std::string::npos) return "The address holds a zero byte";
-  const char* text = url.c_str();
-  if (strncasecmp(text, "http://", 7) != 0 && strncasecmp(text, "https://", 8) != 0) {
-    return "The address is neither an http nor an https one";
-  }
-  return std::nullopt;
 }
 
 } // namespace quarnet::platform

@@ -6,29 +6,25 @@
 
 namespace quarnet::platform {
 
-/// What of a request goes to one address. The first hop is the request as it was made; each
+/// What of a request is sent to one address. The first hop is the request as it was made; each
 /// redirect (RFC 9110, section 15.4) makes the next one.
 struct Hop {
   std::string url;
   std::string method;
-  /// Whether the body goes along, and with it the fields that describe it.
+  /// Whether the body is sent, and with it the fields that describe it.
   bool withContent = true;
-  /// Whether the request's other header fields go along.
+  /// Whether the request's other header fields are sent.
   bool withOwnFields = true;
 };
 
-/// Whether an answer with this status sends the client on to the address in its Location field.
+/// Whether an answer with this status redirects the client to the address in its Location field.
 bool isRedirect(long status);
 
 /// The hop that an answer of this status to `hop` asks for; `url` is an absolute address.
 Hop redirected(const Hop& hop, long status, std::string url);
 
 /// Why an answer to `hop` must not lead to this absolute address; absent when it may. What was sent
-/// encrypted does not go on in clear.
+/// encrypted is never sent unencrypted.
 Text redirectProblem(const Hop& hop, const std::string& url);
-
-/// Why nothing can be sent to this address; absent when it is an http or https address. What lies
-/// behind the scheme is left to libcurl to find wrong.
-Text addressProblem(const std::string& url);
 
 } // namespace quarnet::platform

@@ -7,9 +7,9 @@ namespace quarnet::platform {
 /// How an attempt to send a request failed.
 struct FailedAttempt {
   std::string_view method;
-  /// Whether anything of an answer came.
+  /// Whether any byte of an answer arrived.
   bool wasAnswered = false;
-  /// Whether the connection ended, and not, say, the time.
+  /// Whether the connection ended; false for a time-out, for instance.
   bool connectionDied = false;
   /// Whether the connection had carried requests before: the server may have closed it for being
   /// idle, without having seen this one.
@@ -24,7 +24,7 @@ struct FailedAttempt {
 inline constexpr int kMaximumResends = 4;
 
 /// Whether the request may be sent again (RFC 9110, section 9.2.2). What the server may have seen
-/// goes again once, and only when doing it twice is the same as doing it once.
+/// is sent again once, and only when doing it twice is the same as doing it once.
 constexpr bool maySendAgain(const FailedAttempt& attempt) {
   if (attempt.wasAnswered) return false;
   if (attempt.wasUntouched) return attempt.resends < kMaximumResends;

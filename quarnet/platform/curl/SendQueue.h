@@ -10,8 +10,8 @@
 
 namespace quarnet::platform {
 
-/// How many asynchronous sends of a client are on the wire at a time, and how many connections they
-/// may have.
+/// How many asynchronous sends of a client run at a time ("on the wire"), and how many connections
+/// they may have.
 inline constexpr std::size_t kMaximumOnWire = 256;
 inline constexpr std::size_t kMaximumOnWirePerOrigin = 64;
 
@@ -21,7 +21,7 @@ struct Submission {
   HttpClient::Completion completion;
 };
 
-/// The sends that wait for their turn. The origins take turns, so that none holds up another.
+/// The sends that wait for their turn. The origins take turns, so that none delays another.
 /// However many sends wait, each operation takes the same time. Not safe from several threads at
 /// once.
 class SendQueue {
@@ -31,8 +31,9 @@ public:
   SendQueue();
   ~SendQueue();
 
+  /// Adds a send behind those of its origin.
   void push(Submission submission);
-  /// Whether a send may go on the wire now.
+  /// Whether a send may start now.
   bool hasNext() const;
 
   struct Next {
@@ -41,6 +42,7 @@ public:
   };
   /// The send whose turn it is; counts as on the wire until its origin is given to landed().
   Next take();
+  /// Notes that a send to this origin has ended.
   void landed(Origin* origin);
 
   /// Takes what waits, in whatever order.
@@ -48,7 +50,7 @@ public:
 
 private:
   std::map<std::string, Origin, std::less<>> origins_;
-  /// Where something waits and may go on the wire, the next one in front.
+  /// The origins with a waiting send that may start, the next one in front.
   std::deque<Origin*> ready_;
   std::size_t onWire_ = 0;
 };

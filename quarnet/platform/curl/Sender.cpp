@@ -16,9 +16,9 @@ Sender::Sender(TrustStore& trust, std::size_t maximumBodySize)
 }
 
 HttpResult Sender::send(const HttpRequest& request) noexcept {
-  bool goesOn = transfer_.begin(request);
-  while (goesOn)
-    goesOn = transfer_.advance(perform());
+  bool isRunning = transfer_.begin(request);
+  while (isRunning)
+    isRunning = transfer_.advance(perform());
   return transfer_.takeResult();
 }
 

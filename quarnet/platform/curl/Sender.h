@@ -17,7 +17,7 @@ private:
   CURLcode perform();
 
   Share share_;
-  /// Holds the connections, which are not to end with a hop's handle.
+  /// Holds the connections, so that they outlive a hop's handle.
   std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> multi_;
   Transfer transfer_;
 };

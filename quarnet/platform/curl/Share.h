@@ -6,8 +6,8 @@
 
 namespace quarnet::platform {
 
-/// The TLS sessions that the libcurl handles of one sender or one loop hand on to each other. Of
-/// one thread at a time, since it takes no locks.
+/// The TLS sessions that the libcurl handles of one sender or one loop share. For one thread at a
+/// time, since it takes no locks.
 class Share {
 public:
   Share() : share_(curl_share_init(), curl_share_cleanup) {

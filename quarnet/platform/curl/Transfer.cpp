@@ -2,6 +2,7 @@
 
 #include "quarnet/platform/curl/HttpError.h"
 #include "quarnet/platform/curl/Origin.h"
+#include "quarnet/platform/curl/RequestCheck.h"
 
 #include <algorithm>
 #include <charconv>
@@ -15,7 +16,7 @@ namespace {
 constexpr int kMaximumRedirects = 20;
 
 // The last stream that the server took, from libcurl's line about a GOAWAY frame (which it spells
-// like this). What other lines say may come from anybody.
+// like this). Other lines may quote texts of anybody.
 std::optional<unsigned> lastTakenIn(std::string_view line) {
   constexpr std::string_view kLast = "last_stream=";
   const std::size_t at =
@@ -193,7 +194,7 @@ int Transfer::onStart(void* transfer, char* farAddress, char*, int farPort, int 
   const bool mayBeHttp2 = self.goaways_ != nullptr && isEncrypted(self.hop_.url);
   const Goaways::Connection connection{farAddress, farPort, nearPort};
   if (mayBeHttp2 && self.isOnNewConnection()) self.goaways_->open(connection);
-  // Whether it is sent again is not libcurl's to decide.
+  // libcurl must not decide whether the request is sent again.
   if (++self.starts_ > 1) return CURL_PREREQFUNC_ABORT;
   if (mayBeHttp2) {
     self.connection_ = connection;
@@ -202,29 +203,29 @@ int Transfer::onStart(void* transfer, char* farAddress, char*, int farPort, int 
   return CURL_PREREQFUNC_OK;
 }
 
-// What the server says about an HTTP/2 connection, libcurl tells in its debugging output alone, and
-// to whichever transfer reads from the connection. There is much more of that before and while a
-// request is sent, which would take longer than sending it.
+// libcurl reports what the server says about an HTTP/2 connection in its debugging output alone,
+// and to whichever transfer reads from the connection. The output before and while a request is
+// sent is off, since formatting it would take longer than sending the request.
 void Transfer::listen(bool isSent) {
   curl_easy_setopt(easy(), CURLOPT_NOPROGRESS, long{isSent});
   curl_easy_setopt(easy(), CURLOPT_VERBOSE, long{isSent});
 }
 
-// Called after each step of libcurl's until listen() wants it no more.
+// Called after each step of libcurl's until listen(true) ends that.
 int Transfer::onProgress(void* transfer, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
   auto& self = *static_cast<Transfer*>(transfer);
   if (self.starts_ > 0) self.listen(true);
   return 0;
 }
 
-// Where libcurl words it in another way, nothing counts as refused.
+// If another libcurl words these lines differently, nothing counts as refused.
 int Transfer::onDebug(CURL*, curl_infotype type, char* text, std::size_t size, void* transfer) {
   auto& self = *static_cast<Transfer*>(transfer);
   if (type != CURLINFO_TEXT) return 0;
   const std::string_view line(text, size);
   if (line.starts_with("REFUSED_STREAM")) self.wasRefused_ = true;
   if (line.starts_with("Downgrades to HTTP/1.1")) self.wantsHttp1_ = true;
-  // libcurl starts over: what it reads while it looks for a connection may be about any of them.
+  // libcurl starts over: what it reads while it searches for a connection may be about any of them.
   if (self.wasRefused_ || self.wantsHttp1_) self.connection_ = {};
   if (const auto lastTaken = lastTakenIn(line)) self.goaways_->end(self.connection_, *lastTaken);
   return 0;
@@ -257,8 +258,8 @@ bool Transfer::receiveBody(std::string_view piece) noexcept {
     return false;
   }
   try {
-    // Once, since growing step by step needs the body's size twice over. An announced length is no
-    // more than address space until the bytes arrive.
+    // Once, since growing step by step needs twice the body's size. The reserved memory is not used
+    // before the bytes arrive.
     if (announced > 0) body.reserve(static_cast<std::size_t>(announced));
     body += piece;
     return true;

@@ -7,12 +7,12 @@
 
 namespace quarnet::platform {
 
-/// The way of one request, redirects and second attempts included; used for one request after the
-/// other. A part of the request or of its answer that is too large for the memory is an error of
-/// it.
+/// One request from start to result, redirects and further attempts included; used for one request
+/// after the other. A part of the request or of its answer that is too large for the memory is an
+/// error of it.
 ///
-///     bool goesOn = transfer.begin(request);
-///     while (goesOn) goesOn = transfer.advance(code of performing transfer.easy());
+///     bool isRunning = transfer.begin(request);
+///     while (isRunning) isRunning = transfer.advance(code of performing transfer.easy());
 ///     return transfer.takeResult();
 class Transfer {
 public:
@@ -25,11 +25,11 @@ public:
   Transfer& operator=(const Transfer&) = delete;
 
   /// Starts the clock and sets easy() up for `request`, which must stay as it is until the result
-  /// is taken. False when nothing is to be sent, because the result is there already.
+  /// is taken. False when nothing is to be sent, because there is a result already.
   bool begin(const HttpRequest& request) noexcept;
 
-  /// Takes note of how libcurl ended. True when easy(), which is another handle now, is set up for
-  /// another hop or attempt, false when the result is there.
+  /// Takes the code with which libcurl ended. True when easy(), which is another handle now, is set
+  /// up for another hop or attempt, false when there is a result.
   bool advance(CURLcode code) noexcept;
 
   HttpResult takeResult();
@@ -65,7 +65,7 @@ private:
   Clock::time_point deadline_;
   Hop hop_;
   int redirects_ = 0;
-  /// How often libcurl has begun to send the hop in this attempt, and what it first began.
+  /// How often libcurl has begun to send the hop in this attempt, and where it did so first.
   int starts_ = 0;
   Goaways::Connection connection_;
   unsigned stream_ = 0;

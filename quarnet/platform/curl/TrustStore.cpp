@@ -9,7 +9,7 @@ namespace quarnet::platform {
 namespace {
 
 CURLcode useStore(CURL*, void* context, void* store) {
-  // Without a store every handshake fails: never a connection that was not checked.
+  // Without a store every handshake fails: no connection is ever left unchecked.
   if (store == nullptr) return CURLE_SSL_CACERT_BADFILE;
   SSL_CTX_set1_cert_store(static_cast<SSL_CTX*>(context), static_cast<X509_STORE*>(store));
   return CURLE_OK;
@@ -26,8 +26,8 @@ bool systemFolderIsHashed() {
 }
 
 bool trustSystem(X509_STORE* store) {
-  // OpenSSL looks a root up in such a folder when it needs it. Its defaults would parse the bundle
-  // beside the folder here and now, which takes longer than all the rest of a first call.
+  // OpenSSL reads a root from such a folder when it needs it. Its defaults would parse the bundle
+  // beside the folder at once, which takes longer than all the rest of a first call.
   const bool chosen = std::getenv(X509_get_default_cert_file_env()) != nullptr ||
                       std::getenv(X509_get_default_cert_dir_env()) != nullptr;
   if (chosen || !systemFolderIsHashed()) return X509_STORE_set_default_paths(store) == 1;
@@ -50,7 +50,7 @@ TrustStore::TrustStore(const std::string& caFile) : store_(X509_STORE_new(), X50
     store_.reset();
     return;
   }
-  // Whatever the file holds is trusted as it stands, a server's own certificate, too.
+  // Every certificate of the file is trusted by itself, even a server's own.
   X509_STORE_set_flags(store_.get(), X509_V_FLAG_TRUSTED_FIRST | X509_V_FLAG_PARTIAL_CHAIN);
 }
 

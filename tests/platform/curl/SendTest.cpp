@@ -144,6 +144,25 @@ TEST(SendTest, AnAnswerLargerThanATextCanBeFailsItsCall) {
               "Not enough memory for the answer");
 }
 
+TEST(SendTest, ThreadsShareAClientAndMakeOnesOfTheirOwnAtTheSameTime) {
+  WireServer server([](const std::string& request) { return answer(request.substr(4, 2)); });
+  CurlHttpClient shared;
+  const auto until = std::chrono::steady_clock::now() + 300ms;
+  std::vector<std::jthread> threads;
+  for (const std::string name : {"/1", "/2", "/3", "/4"}) {
+    threads.emplace_back([&, request = requestFor("GET", server.url(name)), name] {
+      while (std::chrono::steady_clock::now() < until)
+        EXPECT_EQ(shared.sendSynchronously(*request).body, name);
+    });
+    threads.emplace_back([&] {
+      while (std::chrono::steady_clock::now() < until) {
+        CurlHttpClient own;
+        EXPECT_NE(problemOf(sendEither(own, requestFor("GET", ""), true)), kNoError);
+      }
+    });
+  }
+}
+
 TEST(SendTest, WhatTheServerMayHaveSeenGoesAgainOnceAndAPostNever) {
   struct {
     std::string method;

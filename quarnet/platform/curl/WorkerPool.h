@@ -3,13 +3,14 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <thread>
 #include <vector>
 
 namespace quarnet::platform {
 
 /// A fixed number of background threads that run calls in the order in which they came.
 ///
-/// An exception that leaves a call is written to the log as one line and goes no further. The
+/// An exception that leaves a call is written to the log as one line and ends there. The
 /// threads take over the signal mask of their maker. Every operation may be called from any thread,
 /// a call's own included.
 class WorkerPool {
@@ -21,7 +22,7 @@ public:
   WorkerPool(const WorkerPool&) = delete;
   WorkerPool& operator=(const WorkerPool&) = delete;
 
-  /// Several at once wake each thread no more than once.
+  /// Queues the calls.
   void run(std::vector<std::function<void()>> calls);
 
   /// Waits until all calls have ended (from within a call: all others) or the time is up; after
@@ -30,7 +31,13 @@ public:
 
 private:
   struct State;
-  std::shared_ptr<State> state_;
+  /// Whether the calling thread is one of the pool's.
+  bool isOwnThread() const;
+  void endThreads();
+
+  /// Shared with the threads: the one that destroys the pool outlives it.
+  const std::shared_ptr<State> state_;
+  std::vector<std::thread> threads_;
 };
 
 } // namespace quarnet::platform
