@@ -91,7 +91,6 @@ void addTokenStore() {
   raw->save(record(0));
   add({.what = "saving the token record",
        .measure = "time, against five rows in one SQLite transaction",
-       .figure = Figure::time,
        .bound = atMost(1.2),
        .ours = repeat([number = 0]() mutable {
          OAuthInfo& info = OAuthInfo::sharedInstance();
@@ -111,7 +110,6 @@ void addTokenStore() {
        .byTheClock = true});
   add({.what = "restoring the token record",
        .measure = "time, against five selects on a prepared statement",
-       .figure = Figure::time,
        .bound = atMost(1.2),
        .ours = repeat([] {
          OAuthInfoManager::sharedInstance().restoreOAuthInfo();
