@@ -1,6 +1,6 @@
 #include "quarnet/core/Json.h"
 
-#include "quarnet/core/TextScan.h"
+#include "quarnet/core/Utf8.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,15 +1,12 @@
 #pragma once
 
 #include "quarnet/core/Export.h"
+#include "quarnet/core/PercentEscapes.h"
 #include "quarnet/core/Types.h"
 
 #include <string_view>
 
 namespace quarnet {
-
-/// Percent-escapes every byte but the unreserved characters A-Z a-z 0-9 - . _ ~ (RFC 3986, section
-/// 2.3). A percent sign is escaped like any other byte: escaping twice turns "%20" into "%2520".
-QUARNET_EXPORT std::string escapeString(std::string_view text);
 
 /// Query strings. Safe from any thread.
 class QUARNET_EXPORT StringUtil {

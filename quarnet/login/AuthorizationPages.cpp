@@ -3,6 +3,7 @@
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/StringUtil.h"
 #include "quarnet/core/Text.h"
+#include "quarnet/core/PercentEscapes.h"
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/oauth/TokenRequest.h"

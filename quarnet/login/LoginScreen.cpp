@@ -1,7 +1,7 @@
 // How the login screen is built, opened and closed.
 
 #include "quarnet/core/Registration.h"
-#include "quarnet/core/Text.h"
+#include "quarnet/core/Numbers.h"
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/platform/Platform.h"
 

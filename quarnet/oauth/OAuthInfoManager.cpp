@@ -1,7 +1,6 @@
 #include "quarnet/oauth/OAuthInfoManager.h"
 
 #include "quarnet/core/Registration.h"
-#include "quarnet/core/Text.h"
 #include "quarnet/login/OAuthClient.h"
 
 namespace quarnet {

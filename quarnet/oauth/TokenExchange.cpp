@@ -3,6 +3,7 @@
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Text.h"
+#include "quarnet/core/Utf8.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/oauth/TokenRecordStore.h"
 #include "quarnet/oauth/TokenRequest.h"

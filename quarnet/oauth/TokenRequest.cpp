@@ -2,6 +2,7 @@
 
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/Text.h"
+#include "quarnet/core/PercentEscapes.h"
 #include "quarnet/platform/LogPieces.h"
 #include "quarnet/platform/Platform.h"
 

@@ -1,7 +1,7 @@
 // The part of APIRequest that sends a call and reports its outcome on the main thread.
 
 #include "quarnet/core/Constants.h"
-#include "quarnet/core/Text.h"
+#include "quarnet/core/Utf8.h"
 #include "quarnet/platform/Platform.h"
 #include "quarnet/request/APIRequestState.h"
 

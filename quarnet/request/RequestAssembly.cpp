@@ -5,6 +5,7 @@
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/StringUtil.h"
 #include "quarnet/core/Text.h"
+#include "quarnet/core/Utf8.h"
 #include "quarnet/core/Wipe.h"
 #include "quarnet/oauth/OAuthInfo.h"
 #include "quarnet/platform/LogPieces.h"

@@ -1,6 +1,7 @@
 // The part of APIRequest that sends a call and waits for its answer.
 
 #include "quarnet/core/Text.h"
+#include "quarnet/core/Utf8.h"
 #include "quarnet/platform/Platform.h"
 #include "quarnet/request/APIRequestState.h"
 

@@ -1,5 +1,7 @@
 #include "quarnet/core/StringUtil.h"
-#include "quarnet/core/Text.h"
+#include "quarnet/core/PercentEscapes.h"
+#include "quarnet/core/Numbers.h"
+#include "quarnet/core/Utf8.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
