@@ -4,7 +4,7 @@
 #include "quarnet/core/Types.h"
 
 #include <cstddef>
-#include <cstring>
+#include <functional>
 #include <type_traits>
 
 namespace quarnet {
@@ -20,32 +20,26 @@ using Method = void (T::*)(const ResultDictionary&);
 /// One operation of some target's class: `&App::signedIn`, or null for "none".
 class Operation {
 public:
-  constexpr Operation() noexcept = default;
-  constexpr Operation(std::nullptr_t) noexcept {}
+  /// None.
+  Operation(std::nullptr_t = nullptr) noexcept {}
 
+  /// Null is none.
   template <class T>
-  Operation(Method<T> method) noexcept {
+  Operation(Method<T> method) {
     if (method == nullptr) return;
-    static_assert(sizeof(method) <= sizeof(storage_));
-    std::memcpy(storage_, &method, sizeof(method));
-    call_ = [](const std::byte* storage, void* target, const ResultDictionary& result) {
-      Method<T> stored;
-      std::memcpy(&stored, storage, sizeof(stored));
-      (static_cast<T*>(target)->*stored)(result);
+    call_ = [method](void* target, const ResultDictionary& result) {
+      (static_cast<T*>(target)->*method)(result);
     };
   }
 
+  /// Whether there is one.
   explicit operator bool() const noexcept { return call_ != nullptr; }
 
   /// Calls the operation on `target`, which must point to an object of the operation's own class.
-  void operator()(void* target, const ResultDictionary& result) const {
-    call_(storage_, target, result);
-  }
+  void operator()(void* target, const ResultDictionary& result) const { call_(target, result); }
 
 private:
-  using Call = void (*)(const std::byte*, void*, const ResultDictionary&);
-  Call call_ = nullptr;
-  alignas(std::max_align_t) std::byte storage_[2 * sizeof(void*)] = {};
+  std::function<void(void*, const ResultDictionary&)> call_;
 };
 
 /// Who is told how a call ended. The target is never owned.

@@ -31,9 +31,7 @@ std::optional<ResponseMessage> APIRequest::send(RequestBundle& bundle,
   message.setStatusCode(std::to_string(status));
   message.setResultMessage(std::move(text));
   if (status != 200) {
-    storeError(error, {.domain = "vornelAPIError",
-                       .code = 1,
-                       .description = answer.error ? answer.error->description : Text()});
+    storeError(error, apiError(answer.error ? answer.error->description : Text()));
   }
   return message;
 }
