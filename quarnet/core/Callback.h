@@ -10,7 +10,7 @@
 namespace quarnet {
 
 /// What a callback receives: texts under VornelAsyncResultCode, VornelAsyncResultMessage and
-/// VornelAsyncResultData. A key that has no text is left out.
+/// VornelAsyncResultData. A key without a text is left out.
 using ResultDictionary = Dictionary;
 
 /// An operation of class T that can be registered as a callback.
@@ -42,18 +42,21 @@ private:
   std::function<void(void*, const ResultDictionary&)> call_;
 };
 
-/// Who is told how a call ended. The target is never owned.
+/// Which object is called when a call has ended, and how. The target is never owned.
 ///
 /// Before a target dies, register null or another one in its place, on the main thread: then it is
 /// not called any more, also not by a call that is under way or whose outcome waits already. That
-/// outcome is told to nobody.
+/// outcome is dropped.
 struct CallbackTriple {
+  /// Null for nobody.
   void* target = nullptr;
+  /// Called after a call that succeeded.
   Operation finished;
+  /// Called after a call that did not.
   Operation failed;
 };
 
-/// A result dictionary; an absent text leaves its key out.
+/// A result dictionary of these texts; an absent one leaves its key out.
 QUARNET_EXPORT ResultDictionary resultDictionary(Text code, Text message, Text data);
 
 /// The triple of `target` and two of its operations, each of which may be null.

@@ -22,6 +22,7 @@ struct Error {
   /// server did answer.
   Text description = {};
 
+  /// Whether all three are the same.
   bool operator==(const Error&) const = default;
 };
 

@@ -12,7 +12,8 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-// The size of the token that `text` starts with, or 0 when it is malformed. For valid UTF-8.
+// Each returns the size of the token that `text` starts with, or 0 when it is malformed. `text` is
+// valid UTF-8.
 
 std::size_t stringSize(std::string_view text) {
   for (std::size_t i = 1; i < text.size(); ++i) {
@@ -62,7 +63,7 @@ std::size_t tokenSize(std::string_view text) {
   return numberSize(text);
 }
 
-/// Takes a text apart, blanks dropped.
+/// Reads a text token by token; blanks are skipped.
 class Tokens {
 public:
   explicit Tokens(std::string_view text) : rest_(text) {}
@@ -149,7 +150,7 @@ unsigned unitAt(std::string_view text) {
 }
 
 /// Decodes the "\uXXXX" that `text` starts with, together with the other half of a pair, and
-/// returns what size they had.
+/// returns how many bytes of `text` that took.
 std::size_t appendUnits(std::string& out, std::string_view text) {
   constexpr std::size_t kSize = 6;
   const unsigned first = unitAt(text);
@@ -165,10 +166,10 @@ std::size_t appendUnits(std::string& out, std::string_view text) {
   return kSize;
 }
 
-/// What stands between the quotes, escapes undone.
+/// The text between the quotes, escapes undone.
 std::string unquoted(std::string_view token) {
   std::string text;
-  text.reserve(token.size()); // grows never: a secret is to leave no copy
+  text.reserve(token.size()); // so that it never grows: a secret would leave a copy behind
   token = token.substr(1, token.size() - 2);
   while (true) {
     const std::size_t escape = std::min(token.find('\\'), token.size());
@@ -216,7 +217,7 @@ std::string compact(std::string_view container) {
   return out;
 }
 
-/// Written out in full where a person would: 1e5 seconds are "100000".
+/// Without an exponent unless the number is very large or small: 1e5 is "100000".
 std::string decimalText(std::string_view token) {
   if (token.find_first_of(".eE") == std::string_view::npos) return std::string(token);
   double number = 0;

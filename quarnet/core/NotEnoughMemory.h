@@ -7,7 +7,7 @@
 
 namespace quarnet {
 
-/// What becomes of a call that is too large for the memory.
+/// The error of a call that is too large for the memory.
 inline Error notEnoughMemory() {
   return apiError(kNotEnoughMemory);
 }

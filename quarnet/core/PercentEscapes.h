@@ -17,8 +17,8 @@ QUARNET_EXPORT std::string escapeString(std::string_view text);
 /// Appends what escapeString() makes of `text`.
 void appendEscaped(std::string& escaped, std::string_view text);
 
-/// Escapes what may never stand in a URL and leaves every legal character, the reserved ones
-/// included, as it is. Absent stays absent. Weaker than escapeString() and meant to be.
+/// Escapes the bytes that are not allowed in a URL and leaves every legal character, the reserved
+/// ones included, as it is. Absent stays absent. Weaker than escapeString() and meant to be.
 Text addingPercentEscapes(const Text& text);
 
 /// Undoes percent-escapes ("+" is no blank). Absent for a malformed escape or when the result is

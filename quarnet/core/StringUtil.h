@@ -19,13 +19,14 @@ public:
   /// "key=value" pairs joined by "&", both sides escaped; a key without a value stands alone.
   /// Absent, not empty, when there are no parameters.
   static Text getQueryStringFromDictionary(const Parameters& parameters);
+  /// The same; absent parameters are none.
   static Text getQueryStringFromDictionary(const std::optional<Parameters>& parameters) {
     return parameters ? getQueryStringFromDictionary(*parameters) : Text();
   }
 
-  /// What stands between the first "KEY=" anywhere in `query` and the next "&" or the end, escapes
+  /// The text between the first "KEY=" anywhere in `query` and the next "&" or the end, escapes
   /// untouched; absent when "KEY=" does not occur. The search is not anchored at a pair: the key
-  /// "code" finds its text in "barcode=1" first. This is meant.
+  /// "code" is found in "barcode=1", too. This is meant.
   static Text getValueFromQueryStringKey(std::string_view query, std::string_view key);
 };
 
