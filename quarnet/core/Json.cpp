@@ -12,6 +12,14 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
+bool isBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+bool isMark(char c) {
+  return c == ',' || c == ':' || c == '{' || c == '}' || c == '[' || c == ']';
+}
+
 // Each returns the size of the token that `text` starts with, or 0 when it is malformed. `text` is
 // valid UTF-8.
 
@@ -56,7 +64,7 @@ std::size_t numberSize(std::string_view text) {
 std::size_t tokenSize(std::string_view text) {
   const char c = text.front();
   if (c == '"') return stringSize(text);
-  if (std::string_view(",:{}[]").find(c) != std::string_view::npos) return 1;
+  if (isMark(c)) return 1;
   for (const std::string_view literal : {"true", "false", "null"}) {
     if (text.starts_with(literal)) return literal.size();
   }
@@ -70,7 +78,8 @@ public:
 
   /// Empty at the text's end and where it is malformed, for good.
   std::string_view next() {
-    rest_.remove_prefix(std::min(rest_.find_first_not_of(" \t\n\r"), rest_.size()));
+    while (!rest_.empty() && isBlank(rest_.front()))
+      rest_.remove_prefix(1);
     const std::string_view token = rest_.substr(0, rest_.empty() ? 0 : tokenSize(rest_));
     rest_.remove_prefix(token.size());
     return token;
@@ -122,10 +131,10 @@ bool isValid(std::string_view text) {
     const char c = token.front();
     if (!mayFollow(last, c, open.back())) return false;
     const bool isName = c == '"' && open.back() == '{' && last != ':';
-    const bool isMark = std::string_view(",:{[").find(c) != std::string_view::npos;
+    const bool isEnd = c == '}' || c == ']';
     if (c == '{' || c == '[') open += c;
-    if (c == '}' || c == ']') open.pop_back();
-    last = isMark ? c : isName ? 'n' : 'v';
+    if (isEnd) open.pop_back();
+    last = isMark(c) && !isEnd ? c : isName ? 'n' : 'v';
   }
   return tokens.atEnd() && last == 'v' && open.size() == 1;
 }
