@@ -23,7 +23,8 @@ TEST(PlainEscaping, KeepsExactlyTheLegalCharacters) {
   EXPECT_EQ(addingPercentEscapes(std::nullopt), std::nullopt);
 }
 
-TEST(Unescaping, ReadsNothingBehindItsText) {
+TEST(Views, AreNotReadBehindTheirEnd) {
+  EXPECT_FALSE(isUtf8(std::string_view("é", 1)));
   EXPECT_EQ(replacingPercentEscapes(std::string_view("%20", 2)), std::nullopt);
 }
 
