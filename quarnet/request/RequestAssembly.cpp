@@ -9,7 +9,7 @@
 #include "quarnet/oauth/OAuthInfo.h"
 #include "quarnet/platform/LogPieces.h"
 #include "quarnet/platform/Platform.h"
-#include "quarnet/platform/glib/UniqueString.h"
+#include "quarnet/platform/UniqueString.h"
 #include "quarnet/request/APIRequest.h"
 #include "quarnet/request/Multipart.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "quarnet/platform/ForkCount.h"
 #include "quarnet/platform/curl/EventLoop.h"
-#include "quarnet/platform/curl/ForkCount.h"
 #include "quarnet/platform/glib/WorkerPool.h"
 
 #include <memory>

@@ -1,4 +1,4 @@
-#include "quarnet/platform/curl/ForkCount.h"
+#include "quarnet/platform/ForkCount.h"
 
 #include <atomic>
 #include <pthread.h>
