@@ -17,7 +17,7 @@ void appendCharacter(std::string& json, std::string_view character) {
   } else if (isControl(character)) {
     // The last byte is the number of the character.
     char escape[8];
-    std::snprintf(escape, sizeof(escape), "\\u%04x", character.back() & 0xffU);
+    std::snprintf(escape, sizeof(escape), "\\u%04x", static_cast<unsigned char>(character.back()));
     json += escape;
   } else {
     json += character;

@@ -17,7 +17,7 @@ std::string masked(const std::string& secret) {
   return (secret.size() < kLong ? "" : secret.substr(0, 4)) + "********";
 }
 
-std::string shown(const Text& value, bool isSecret) {
+std::string printed(const Text& value, bool isSecret) {
   if (!value) return "(none)";
   if (value->empty()) return "(empty)";
   return isSecret && value != "(null)" ? masked(*value) : *value;
@@ -69,6 +69,7 @@ int TokenCommand::show() {
       Row{VORNEL_OAUTH_EXPIRES_SYSTIME, false}};
   settings_.install();
   std::vector<std::string_view> keys;
+  keys.reserve(rows.size());
   for (const Row& row : rows)
     keys.push_back(row.key);
   const auto values = platform::Platform::current().userDefaults->values(keys);
@@ -77,7 +78,7 @@ int TokenCommand::show() {
     const Text& value = (*values)[i];
     std::string line(key);
     line.resize(17, ' ');
-    line += shown(value, isSecret && !reveal_);
+    line += printed(value, isSecret && !reveal_);
     if (value && key == VORNEL_OAUTH_EXPIRES_SYSTIME) line += calendarTime(*value);
     printLine(std::move(line));
   }

@@ -8,7 +8,7 @@
 #include "quarnet/core/Wipe.h"
 #include "quarnet/oauth/TokenRecordStore.h"
 #include "quarnet/platform/Platform.h"
-#include "quarnet/platform/glib/UniqueString.h"
+#include "quarnet/platform/UniqueString.h"
 #include "quarnet/request/Multipart.h"
 #include "quarnet/request/ParameterKey.h"
 

@@ -1,6 +1,6 @@
-# Functions for scripts that drive a window under tests/gtk/with-display against a sandbox; to be
-# sourced, after sandbox.sh. The script sets `folder` to a folder of its own and has two functions:
-# `good WHAT` tells of a step, `fail WHAT` ends the script.
+# Functions for scripts that drive a window under tests/platform/gtk/with-display against a sandbox;
+# to be sourced, after sandbox.sh. The script sets `folder` to a folder of its own and has two
+# functions: `good WHAT` tells of a step, `fail WHAT` ends the script.
 
 # until_true WHAT COMMAND...: runs the command until it succeeds, for ten seconds at most.
 until_true() {

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # login.sh SOURCE_DIR SANDBOX QUARNET: `quarnet login` from its window's opening to its exit status,
-# however the user ends it. Runs under tests/gtk/with-display.
+# however the user ends it. Runs under tests/platform/gtk/with-display.
 set -euo pipefail
 
 sandbox=$2 quarnet=$3

@@ -1,4 +1,4 @@
-#include "quarnet/platform/glib/DataFolder.h"
+#include "quarnet/platform/DataFolder.h"
 
 #include <glib.h>
 #include <memory>

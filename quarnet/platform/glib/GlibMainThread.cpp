@@ -1,11 +1,10 @@
 #include "quarnet/platform/glib/GlibMainThread.h"
 
-#include "quarnet/platform/glib/Guarded.h"
+#include "quarnet/platform/Guarded.h"
 
 #include <algorithm>
-#include <deque>
+#include <atomic>
 #include <glib.h>
-#include <mutex>
 #include <utility>
 
 namespace quarnet::platform {
@@ -13,71 +12,27 @@ namespace {
 
 constexpr guint kLongestSleepInMilliseconds = 10;
 
+/// Makes GLib's hand-over of a call to the main thread visible to ThreadSanitizer, which does not
+/// see GLib's own locks.
+constinit std::atomic<unsigned> handedOver = 0;
+
+gboolean runPosted(gpointer call) {
+  handedOver.load(std::memory_order_acquire);
+  runGuarded(*static_cast<std::function<void()>*>(call));
+  return G_SOURCE_REMOVE;
+}
+
+void destroyPosted(gpointer call) {
+  delete static_cast<std::function<void()>*>(call);
+}
+
 } // namespace
 
-/// What is waiting to run. A batch of posts costs one source on the context, not one each.
-struct GlibMainThread::Queue {
-  std::mutex mutex;
-  std::deque<std::function<void()>> calls;
-  /// The queue itself while a source is there to run it, so that a post outlives its maker.
-  std::shared_ptr<Queue> scheduled;
-
-  /// Keeps the queue for the caller and tells how many calls wait.
-  std::pair<std::shared_ptr<Queue>, std::size_t> begin() {
-    const std::lock_guard lock(mutex);
-    return {scheduled, calls.size()};
-  }
-
-  /// An empty call when nothing waits.
-  std::function<void()> next() {
-    const std::lock_guard lock(mutex);
-    if (calls.empty()) return {};
-    std::function<void()> call = std::move(calls.front());
-    calls.pop_front();
-    return call;
-  }
-
-  /// Whether `source` is to run again.
-  bool goesOn(GSource* source) {
-    const std::lock_guard lock(mutex);
-    // A loop within a call has run all and ended the source; there may be a new one by now.
-    if (g_source_is_destroyed(source)) return false;
-    if (calls.empty()) scheduled = nullptr;
-    return scheduled != nullptr;
-  }
-
-  /// Runs what waits now; what is posted meanwhile has its turn after the context's other sources.
-  static gboolean run(gpointer data) {
-    const auto [queue, waiting] = static_cast<Queue*>(data)->begin();
-    GSource* source = g_main_current_source();
-    // Taken out one by one, since a call may run the loop itself, which then goes on with the next.
-    for (std::size_t left = waiting; left > 0; --left) {
-      const std::function<void()> call = queue->next();
-      if (!call) break;
-      runGuarded(call);
-    }
-    return queue->goesOn(source) ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
-  }
-};
-
-GlibMainThread::GlibMainThread() : queue_(std::make_shared<Queue>()) {}
-
-GlibMainThread::~GlibMainThread() = default;
-
 void GlibMainThread::post(std::function<void()> call) {
-  // Once the call can run, this object may go.
-  Queue* const queue = queue_.get();
-  {
-    const std::lock_guard lock(queue->mutex);
-    queue->calls.push_back(std::move(call));
-    if (std::exchange(queue->scheduled, queue_)) return;
-  }
-  GSource* source = g_idle_source_new();
-  g_source_set_priority(source, G_PRIORITY_DEFAULT);
-  g_source_set_can_recurse(source, TRUE);
-  g_source_set_callback(source, &Queue::run, queue, nullptr);
-  g_source_attach(source, nullptr);
-  g_source_unref(source);
+  auto* const posted = new std::function<void()>(std::move(call));
+  handedOver.fetch_add(1, std::memory_order_release);
+  // A source for each call: while one runs the loop itself, the next ones run there in their order.
+  g_idle_add_full(G_PRIORITY_DEFAULT, runPosted, posted, destroyPosted);
 }
 
 bool GlibMainThread::runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
@@ -85,17 +40,14 @@ bool GlibMainThread::runUntil(const std::function<bool()>& done, std::chrono::mi
   const gint64 deadline =
       g_get_monotonic_time() + std::min<gint64>(limit.count(), longest - 1) * 1000;
   // Wakes the context now and then: what `done` looks at may change on another thread.
-  GSource* alarm = g_timeout_source_new(kLongestSleepInMilliseconds);
-  g_source_set_callback(
-      alarm, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
-  g_source_attach(alarm, nullptr);
+  const guint alarm = g_timeout_add(
+      kLongestSleepInMilliseconds, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
   bool isDone = done();
   while (!isDone && g_get_monotonic_time() < deadline) {
     g_main_context_iteration(nullptr, TRUE);
     isDone = done();
   }
-  g_source_destroy(alarm);
-  g_source_unref(alarm);
+  g_source_remove(alarm);
   return isDone;
 }
 

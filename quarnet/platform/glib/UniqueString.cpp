@@ -1,4 +1,4 @@
-#include "quarnet/platform/glib/UniqueString.h"
+#include "quarnet/platform/UniqueString.h"
 
 #include <glib.h>
 

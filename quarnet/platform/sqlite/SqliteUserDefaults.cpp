@@ -2,37 +2,27 @@
 
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Wipe.h"
+#include "quarnet/platform/DataFolder.h"
+#include "quarnet/platform/ForkCount.h"
 #include "quarnet/platform/Platform.h"
-#include "quarnet/platform/glib/DataFolder.h"
 #include "quarnet/platform/sqlite/DefaultsDatabase.h"
 #include "quarnet/platform/sqlite/PrivateFile.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <filesystem>
 #include <mutex>
-#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace quarnet::platform {
 namespace {
 
-// Milliseconds to wait for another process. A lock that has outlasted one wait is waited for
-// shortly until it is gone, or a program that reads three times at its start would stand still
-// three times.
+/// Milliseconds to wait for another process that has the file locked.
 constexpr int kPatience = 5'000;
+/// The same after a wait in vain, until a read succeeds: a program that reads three times at its
+/// start must not be blocked for the long time three times.
 constexpr int kPatienceAgain = 200;
-
-/// How many forks lie between this process and the one that first opened a file. Counted by a
-/// handler, since asking for the process at every read would show in its time.
-constinit std::atomic<int> forks = 0;
-
-void countForks() {
-  static const int registered = pthread_atfork(nullptr, nullptr, [] { ++forks; });
-  static_cast<void>(registered);
-}
 
 /// Fixed once, so that a program that changes its working directory keeps its file.
 std::string absolutePath(const std::string& path) {
@@ -114,7 +104,8 @@ private:
   bool read(std::span<const std::string_view> keys, std::vector<Text>& found,
             std::string& failure) {
     if (!hasFile()) {
-      // Nothing was ever saved; of what lies behind a link that leads nowhere, nobody knows.
+      // With nothing at the path, nothing was ever saved. A link to a missing file is something:
+      // that file may be on a disk that is not mounted, and hold a record.
       struct stat there {};
       if (lstat(path().c_str(), &there) != 0 && errno == ENOENT) return true;
       if (!openFile(patience_, failure)) return false;
@@ -128,7 +119,7 @@ private:
   bool write(std::string& damage, std::string& failure) {
     if (!hasFile() && !makeFile(failure)) {
       if (!isMovedAside_) return false;
-      // Saved all the same, in a file that takes the damaged one's place.
+      // The damaged file was moved aside: the save makes a new one in its place.
       damage.swap(failure);
       if (!makeFile(failure)) return false;
     }
@@ -153,19 +144,18 @@ private:
   }
 
   bool openFile(int patience, std::string& failure) {
-    countForks();
     DefaultsDatabase::Refusal refusal;
     file_ = DefaultsDatabase::open(path(), patience, refusal);
-    forksBefore_ = forks;
+    forks_ = forkCount();
     if (!file_) failure = described(refusal.reason);
     isMovedAside_ = refusal.isMovedAside;
     return file_ != nullptr;
   }
 
-  /// After a fork, the file that the parent opened is given up and not closed: closing it would
-  /// undo the save that the parent may be in the middle of.
+  /// After a fork, the file that the parent opened is released and not closed: closing it would
+  /// undo a save of the parent that has not ended.
   void leaveFileOfParent() {
-    if (file_ && forksBefore_ != forks) static_cast<void>(file_.release());
+    if (file_ && forks_ != forkCount()) static_cast<void>(file_.release());
   }
 
   const std::string& path() {
@@ -186,7 +176,8 @@ private:
   /// Set or removed and not yet saved.
   DefaultsDatabase::Changes pending_;
   std::unique_ptr<DefaultsDatabase> file_;
-  int forksBefore_ = 0;
+  /// forkCount() when the file was opened.
+  unsigned forks_ = 0;
   /// Whether the last opening found a damaged file and gave it another name.
   bool isMovedAside_ = false;
   int patience_ = kPatience;

@@ -1,5 +1,5 @@
-// An application on Qt: it sets nothing up for the library, runs Qt's own loop, and must hear of
-// each of its calls once, on its main thread, in turns with Qt's own events. Exits with 0 then.
+// An application on Qt: it sets nothing up for the library, runs Qt's own loop, and must be called
+// back once for each call, on its main thread, in turns with Qt's own events. Exits with 0 then.
 
 #include "sandbox/Server.h"
 #include "tests/support/Callbacks.h"

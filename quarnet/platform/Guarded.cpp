@@ -1,4 +1,4 @@
-#include "quarnet/platform/glib/Guarded.h"
+#include "quarnet/platform/Guarded.h"
 
 #include "quarnet/platform/Platform.h"
 

@@ -1,7 +1,12 @@
-#include "tests/login/LoginTest.h"
+#include "quarnet/platform/headless/HeadlessToolkit.h"
 
-namespace quarnet::test {
+#include <gmock/gmock.h>
+
+namespace quarnet::platform {
 namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
 
 TEST(HeadlessToolkit, RunsAnimationsInTheOrderOfTheirEnds) {
   HeadlessToolkit toolkit;
@@ -60,4 +65,4 @@ TEST(HeadlessToolkit, KeepsAViewInOnePlaceOnly) {
 }
 
 } // namespace
-} // namespace quarnet::test
+} // namespace quarnet::platform

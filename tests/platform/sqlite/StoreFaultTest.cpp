@@ -1,4 +1,4 @@
-#include "tests/platform/store/StoreTest.h"
+#include "tests/platform/sqlite/StoreTest.h"
 
 #include <atomic>
 #include <csignal>
@@ -108,7 +108,7 @@ TEST_F(StoreFaultTest, DefaultPlaceIsTheProgramsFolderInTheUsersData) {
     }));
   };
   EXPECT_EQ(logLinesWith("XDG_DATA_HOME", root), 0);
-  EXPECT_EQ(generationIn(root / "quarnet_store_tests" / "quarnet.sqlite"), 1);
+  EXPECT_EQ(generationIn(root / "sqlite_tests" / "quarnet.sqlite"), 1);
   EXPECT_EQ(logLinesWith("HOME", "/proc/nowhere"), 1);
 }
 

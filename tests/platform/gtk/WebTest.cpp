@@ -1,6 +1,6 @@
 #include "sandbox/Server.h"
-#include "tests/gtk/Screen.h"
 #include "tests/platform/curl/WireServer.h"
+#include "tests/platform/gtk/Screen.h"
 
 #include <cstdlib>
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "tests/gtk/Screen.h"
+#include "tests/platform/gtk/Screen.h"
 
 namespace quarnet::platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "tests/gtk/Screen.h"
+#include "tests/platform/gtk/Screen.h"
 #include "tests/support/Callbacks.h"
 #include "tests/support/LibraryTest.h"
 

@@ -11,13 +11,14 @@
 
 namespace fs = std::filesystem;
 
-/// A record of five texts that all carry one number, long enough to lie on several pages.
+/// A record of five texts that all carry one number, long enough for several pages.
 inline constexpr std::array<std::string_view, 5> kRecordKeys = {
     "access_token", "refresh_token", "expires_in", "scope", "expires_systime"};
 
 inline std::string generationText(long generation) {
+  const auto size = static_cast<std::size_t>(1000 + generation % 7 * 900);
   return std::to_string(generation) + ":" +
-         std::string(1000 + generation % 7 * 900, static_cast<char>('a' + generation % 26));
+         std::string(size, static_cast<char>('a' + generation % 26));
 }
 
 inline void saveGeneration(quarnet::platform::UserDefaults& store, long generation) {

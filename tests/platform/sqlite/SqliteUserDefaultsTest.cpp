@@ -1,4 +1,4 @@
-#include "tests/platform/store/StoreTest.h"
+#include "tests/platform/sqlite/StoreTest.h"
 
 #include <sys/stat.h>
 #include <thread>
@@ -60,7 +60,7 @@ TEST_F(SqliteUserDefaultsTest, OthersSeeWhatWasSavedAndNothingEarlier) {
 }
 
 TEST_F(SqliteUserDefaultsTest, OnlyTheOwnerMayReadWhateverTheUmask) {
-  for (const mode_t mask : {0000, 0022, 0777}) {
+  for (const mode_t mask : {0000U, 0022U, 0777U}) {
     const fs::path top = root / std::to_string(mask);
     const fs::path path = top / "in" / "store.sqlite";
     const mode_t before = umask(mask);
@@ -90,7 +90,7 @@ TEST_F(SqliteUserDefaultsTest, OnlyTheOwnerMayReadWhateverTheUmask) {
 TEST_F(SqliteUserDefaultsTest, NoEarlierTokenStaysInTheFolder) {
   SqliteUserDefaults store(root / "store.sqlite");
   std::vector<std::string> secrets;
-  for (const std::size_t length : {20, 900, 20'000, 30}) {
+  for (const std::size_t length : {20U, 900U, 20'000U, 30U}) {
     secrets.push_back("secret" + std::to_string(length) + std::string(length, 's'));
     store.setValue("access_token", secrets.back());
     store.synchronize();
@@ -130,7 +130,7 @@ TEST_F(SqliteUserDefaultsTest, RelativePathOutlivesAChangeOfFolder) {
   EXPECT_EQ(generationIn(root / "store.sqlite"), 1);
 }
 
-TEST_F(SqliteUserDefaultsTest, ForkedChildAndParentBothGoOn) {
+TEST_F(SqliteUserDefaultsTest, ForkedChildAndParentBothContinue) {
   const fs::path path = root / "store.sqlite";
   SqliteUserDefaults store(path);
   saveGeneration(store, 1);
