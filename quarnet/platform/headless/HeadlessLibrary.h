@@ -30,8 +30,8 @@ public:
   HeadlessLibrary(const HeadlessLibrary&) = delete;
   HeadlessLibrary& operator=(const HeadlessLibrary&) = delete;
 
-  /// Makes new tokens live in the record and the store, as after a sign-in with the client
-  /// identifier "test-client", if there is none yet.
+  /// Puts new tokens into the record and the store, as a sign-in does. Without a client identifier
+  /// the session gets "test-client".
   void signIn();
 
   /// Gives the answers that are due and runs the callbacks, until there are none left.

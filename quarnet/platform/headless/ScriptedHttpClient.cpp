@@ -3,6 +3,7 @@
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/StringUtil.h"
 #include "quarnet/platform/headless/OneTimeKey.h"
+#include "quarnet/platform/headless/ScriptedRule.h"
 
 #include <condition_variable>
 #include <map>
@@ -14,16 +15,6 @@ namespace quarnet::platform {
 namespace {
 
 using std::chrono::milliseconds;
-
-// libcurl's numbers for the two, as applications know them from the real transport.
-constexpr int kCouldNotConnect = 7;
-constexpr int kTimedOut = 28;
-
-HttpResult failure(int code, std::string description) {
-  return {.response = std::nullopt,
-          .body = {},
-          .error = Error{"quarnet.http", code, std::move(description)}};
-}
 
 /// What a request gets, and how long after it was sent.
 struct Outcome {
@@ -45,62 +36,6 @@ HttpResult newKey(const ReceivedRequest& request) {
 }
 
 } // namespace
-
-/// One rule, shared with whoever still adds answers to it.
-struct ScriptedRule {
-  using Make = std::function<HttpResult(const ReceivedRequest&)>;
-  struct Answer {
-    milliseconds delay{0};
-    Make make;
-  };
-
-  explicit ScriptedRule(std::function<bool(const ReceivedRequest&)> condition)
-      : matches(std::move(condition)) {}
-
-  void add(Answer answer) {
-    const std::lock_guard lock(mutex);
-    answers.push_back(std::move(answer));
-  }
-
-  /// Absent when there is none at all.
-  std::optional<Answer> next() {
-    const std::lock_guard lock(mutex);
-    if (answers.empty()) return std::nullopt;
-    const std::size_t place = std::min(used++, answers.size() - 1);
-    return answers[place];
-  }
-
-  const std::function<bool(const ReceivedRequest&)> matches;
-  std::mutex mutex;
-  std::vector<Answer> answers;
-  std::size_t used = 0;
-};
-
-ScriptedAnswers& ScriptedAnswers::answer(Data body, long status) {
-  return answer([result = HttpResult{.response = HttpResponse{status},
-                                     .body = std::move(body),
-                                     .error = std::nullopt}](const auto&) { return result; });
-}
-
-ScriptedAnswers& ScriptedAnswers::answer(std::function<HttpResult(const ReceivedRequest&)> make) {
-  rule_->add({.delay = std::exchange(delay_, milliseconds(0)), .make = std::move(make)});
-  return *this;
-}
-
-ScriptedAnswers& ScriptedAnswers::fail(std::string description) {
-  return answer(
-      [result = failure(kCouldNotConnect, std::move(description))](const auto&) { return result; });
-}
-
-ScriptedAnswers& ScriptedAnswers::hang() {
-  constexpr std::chrono::hours kLongerThanAnyTimeout(24 * 365);
-  return after(kLongerThanAnyTimeout).fail("");
-}
-
-ScriptedAnswers& ScriptedAnswers::after(milliseconds delay) {
-  delay_ = delay;
-  return *this;
-}
 
 struct ScriptedHttpClient::State {
   struct Waiting {
@@ -131,12 +66,13 @@ struct ScriptedHttpClient::State {
       const auto answer = rule->matches(kept) ? rule->next() : std::nullopt;
       if (!answer) continue;
       if (answer->delay < request.timeout) return {answer->delay, answer->make(kept)};
-      return {request.timeout, failure(kTimedOut, "The time for the request is up")};
+      return {request.timeout, failedAnswer(kTimedOut, "The time for the request is up")};
     }
     const std::string address = addressWithoutQuery(request);
     const std::lock_guard lock(mutex);
     unexpected.push_back(address);
-    return {milliseconds(0), failure(kCouldNotConnect, "No answer is scripted for " + address)};
+    return {milliseconds(0),
+            failedAnswer(kCouldNotConnect, "No answer is scripted for " + address)};
   }
 
   /// Gives the rules as they stand, the latest first, to be asked while no lock is held.
@@ -232,7 +168,7 @@ void ScriptedHttpClient::dropConnections() {
   const std::lock_guard lock(state_->mutex);
   std::multimap<milliseconds, State::Waiting> dropped;
   for (auto& [time, waiting] : state_->waiting) {
-    waiting.result = failure(kCouldNotConnect, "The connection was lost");
+    waiting.result = failedAnswer(kCouldNotConnect, "The connection was lost");
     dropped.emplace(state_->now, std::move(waiting));
   }
   state_->waiting.swap(dropped);
