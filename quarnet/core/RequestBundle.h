@@ -4,6 +4,7 @@
 #include "quarnet/core/Types.h"
 
 #include <cstdint>
+#include <initializer_list>
 
 namespace quarnet {
 
@@ -33,6 +34,11 @@ public:
   /// What GET and DELETE send, encrypted; PUT and POST ignore it.
   const std::optional<Parameters>& parameters() const { return parameters_; }
   void setParameters(std::optional<Parameters> parameters) { parameters_ = std::move(parameters); }
+  /// `setParameters({{"keyword", "station"}})`; an empty list leaves them absent.
+  void setParameters(std::initializer_list<Parameters::value_type> parameters) {
+    using Given = std::optional<Parameters>;
+    setParameters(parameters.size() == 0 ? Given() : Given(std::in_place, parameters));
+  }
 
   /// The body of PUT and POST, as UTF-8.
   const Text& payload() const { return payload_; }

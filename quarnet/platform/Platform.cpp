@@ -38,6 +38,11 @@ void Platform::install(Platform replacements) {
   delete installed.exchange(completed(std::move(replacements)));
 }
 
+void Platform::uninstall() {
+  // Without the lock: a service may log its own end, which makes the defaults.
+  delete installed.exchange(nullptr);
+}
+
 const Platform& Platform::current() {
   if (const Platform* services = installed.load(std::memory_order_acquire)) return *services;
   const std::lock_guard lock(installing);

@@ -35,6 +35,10 @@ struct QUARNET_EXPORT Platform {
   /// under way, and lets go of the services of the time before.
   static void install(Platform replacements);
 
+  /// Lets go of all services, so that the next use makes the defaults. For the end of a test, while
+  /// nothing of the library is under way.
+  static void uninstall();
+
   /// The services in force. Safe from any thread.
   static const Platform& current();
 };

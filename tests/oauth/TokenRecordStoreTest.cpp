@@ -100,7 +100,7 @@ TEST_F(TokenStorage, TheDictionaryStopsAtTheFirstAbsentToken) {
             (Dictionary{{"access_token", "A"}, {"refresh_token", "R"}}));
 }
 
-/// In memory, as what is saved nowhere, with something to happen whenever texts are set.
+/// In memory, with something to happen whenever texts are set.
 class HookedDefaults final : public platform::UserDefaults {
 public:
   std::optional<std::vector<Text>> values(std::span<const std::string_view> keys) override {
@@ -118,7 +118,7 @@ public:
   std::size_t surplus = 0;
 
 private:
-  platform::SqliteUserDefaults store_{"/nowhere/store"};
+  platform::MemoryUserDefaults store_;
 };
 
 std::string answerOf(const std::string& name) {

@@ -26,38 +26,27 @@ void LibraryTest::SetUp() {
   server().behave();
   server().clearReceived();
   restart();
-  manager_.setClientSecret("demo-secret");
-  manager_.setScope("profile");
-  manager_.setClientId("demo-client");
 }
 
 void LibraryTest::TearDown() {
-  platform::Platform::install({});
+  platform::HeadlessLibrary::reset();
   std::filesystem::remove_all(folder_);
 }
 
 void LibraryTest::restart() {
+  platform::HeadlessLibrary::reset();
   log_ = std::make_shared<RecordingLog>();
-  clock_ = std::make_shared<FixedClock>();
+  clock_ = std::make_shared<platform::ManualClock>();
+  clock_->now = 1'700'000'000.2506; // to be cut to 250 milliseconds, not rounded to 251
   platform::Platform::install(
       {.httpClient = std::make_shared<platform::CurlHttpClient>(
            platform::CurlHttpClientOptions{.caFile = sandbox::Server::caFile()}),
        .userDefaults = std::make_shared<platform::SqliteUserDefaults>(storeFile()),
        .clock = clock_,
        .log = log_});
-  manager_.init();
-  for (const auto set :
-       {&OAuthInfo::setAccessToken, &OAuthInfo::setRefreshToken, &OAuthInfo::setExpiresIn,
-        &OAuthInfo::setScope, &OAuthInfo::setExpiresSystime}) {
-    (record_.*set)(std::nullopt);
-  }
-  for (const auto set :
-       {&OAuthInfoManager::setCode, &OAuthInfoManager::setError, &OAuthInfoManager::setErrorDesc}) {
-    (manager_.*set)(std::nullopt);
-  }
-  manager_.set_target(nullptr);
-  manager_.set_finishedSelector(nullptr);
-  manager_.set_failedSelector(nullptr);
+  manager_.setClientSecret("demo-secret");
+  manager_.setScope("profile");
+  manager_.setClientId("demo-client");
 }
 
 void LibraryTest::signIn() {

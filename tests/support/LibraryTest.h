@@ -2,6 +2,7 @@
 
 #include "sandbox/Server.h"
 
+#include "quarnet/platform/headless/HeadlessLibrary.h"
 #include "quarnet/quarnet.h"
 
 #include <algorithm>
@@ -46,13 +47,6 @@ private:
 std::filesystem::path
 makeFolder(const std::filesystem::path& parent = std::filesystem::temp_directory_path());
 
-/// Stands still until it is moved.
-class FixedClock final : public platform::Clock {
-public:
-  double now = 1'700'000'000.2506; // to be cut to 250 milliseconds, not rounded to 251
-  double secondsSince1970() override { return now; }
-};
-
 /// The API server of this test program; the endpoint addresses point at it.
 sandbox::Server& server();
 
@@ -90,7 +84,7 @@ protected:
   std::string makeFile(std::string_view name, std::string_view content) const;
 
   std::shared_ptr<RecordingLog> log_;
-  std::shared_ptr<FixedClock> clock_;
+  std::shared_ptr<platform::ManualClock> clock_;
   std::filesystem::path folder_;
   OAuthInfo& record_ = OAuthInfo::sharedInstance();
   OAuthInfoManager& manager_ = OAuthInfoManager::sharedInstance();

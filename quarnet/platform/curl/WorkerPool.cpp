@@ -1,6 +1,6 @@
 #include "quarnet/platform/curl/WorkerPool.h"
 
-#include "quarnet/platform/glib/Guarded.h"
+#include "quarnet/platform/Guarded.h"
 
 #include <algorithm>
 #include <condition_variable>
