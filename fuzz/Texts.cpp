@@ -91,19 +91,19 @@ void headers(std::string input) {
   HttpRequest request;
   request.method = piece(input);
   HeaderFields& fields = request.headerFields;
-  std::vector<std::pair<std::string, std::string>> expected;
+  std::vector<HeaderFields::Field> expected;
   while (!input.empty()) {
     const bool isSet = flag(input);
     const std::string name = piece(input);
     const Text value = isSet ? Text(piece(input)) : Text();
     fields.set(name, value);
     std::erase_if(expected,
-                  [&](auto& field) { return sandbox::equalIgnoringCase(field.first, name); });
-    if (value) expected.emplace_back(name, *value);
+                  [&](auto& field) { return sandbox::equalIgnoringCase(field.name, name); });
+    if (value) expected.push_back({name, *value});
     expect(fields.get(name) == value && fields.size() == expected.size());
   }
-  const auto isSame = [](const auto& field, const auto& pair) {
-    return field.name == pair.first && field.value == pair.second;
+  const auto isSame = [](const auto& a, const auto& b) {
+    return a.name == b.name && a.value == b.value;
   };
   expect(std::ranges::equal(fields, expected, isSame));
   bool isSound = isToken(request.method);

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <vector>
 
 namespace quarnet {
 namespace {
@@ -125,18 +126,19 @@ bool mayFollow(char last, char c, char container) {
 bool isValid(std::string_view text) {
   if (!isUtf8(text)) return false;
   Tokens tokens(text);
-  std::string open = " "; // the text as a whole and the containers that are open
-  char last = ':';        // a value may follow
+  std::vector<bool> isObject; // one bit for each container that is open
+  char last = ':';            // a value may follow
   for (std::string_view token = tokens.next(); !token.empty(); token = tokens.next()) {
     const char c = token.front();
-    if (!mayFollow(last, c, open.back())) return false;
-    const bool isName = c == '"' && open.back() == '{' && last != ':';
+    const char container = isObject.empty() ? ' ' : isObject.back() ? '{' : '[';
+    if (!mayFollow(last, c, container)) return false;
+    const bool isName = c == '"' && container == '{' && last != ':';
     const bool isEnd = c == '}' || c == ']';
-    if (c == '{' || c == '[') open += c;
-    if (isEnd) open.pop_back();
+    if (c == '{' || c == '[') isObject.push_back(c == '{');
+    if (isEnd) isObject.pop_back();
     last = isMark(c) && !isEnd ? c : isName ? 'n' : 'v';
   }
-  return tokens.atEnd() && last == 'v' && open.size() == 1;
+  return tokens.atEnd() && last == 'v' && isObject.empty();
 }
 
 void appendUtf8(std::string& out, unsigned code) {

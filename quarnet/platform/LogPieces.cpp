@@ -27,7 +27,7 @@ std::size_t schemeSize(std::string_view url) {
 }
 
 /// Whether it is "HOST" or "HOST:PORT" and so holds no password. Names in other scripts and numbers
-/// in brackets are not worth the room for doubt.
+/// in brackets do not count: a rule for them would be one more to get wrong.
 bool isHost(std::string_view authority) {
   const std::size_t colon = std::min(authority.find(':'), authority.size());
   const std::string_view port = authority.substr(std::min(colon + 1, authority.size()));

@@ -9,9 +9,11 @@ namespace quarnet::platform {
 /// (RFC 6749, section 3.3), which can neither quote nor escape another text.
 Log::Piece plainPiece(std::string_view text);
 
-/// An address from outside. A code may stand anywhere in it, so that only the scheme and the host
-/// of an http or https address are shown, and nothing of any other. Both lie in the address.
+/// An address from outside, in two pieces that point into it. A code may stand anywhere in it, so
+/// that only the scheme and the host of an http or https address are harmless, and nothing of any
+/// other.
 struct AddressPieces {
+  /// The harmless start, which may be empty.
   Log::Piece origin;
   Log::Piece rest;
 };

@@ -17,22 +17,24 @@ namespace quarnet::platform {
 
 class Toolkit;
 
-/// The services that the library stands on.
-///
-/// Each is there from the first use on: libcurl, an SQLite file in the user's data folder, the
-/// system's clock, the default GLib main context, standard error. The toolkit alone is absent until
-/// one is installed: `Platform::install({.toolkit = ...})`.
+/// The services that the library uses. Each has a default, which is there from the first use on.
 struct QUARNET_EXPORT Platform {
+  /// Default: libcurl.
   std::shared_ptr<HttpClient> httpClient = nullptr;
+  /// Default: an SQLite file in the user's data folder.
   std::shared_ptr<UserDefaults> userDefaults = nullptr;
+  /// Default: the system's clock.
   std::shared_ptr<Clock> clock = nullptr;
+  /// Default: the default GLib main context.
   std::shared_ptr<MainThread> mainThread = nullptr;
+  /// Default: the standard error stream.
   std::shared_ptr<Log> log = nullptr;
+  /// Without a default: null until one is installed, `Platform::install({.toolkit = ...})`.
   std::shared_ptr<Toolkit> toolkit = nullptr;
 
   /// Replaces the services that are set and gives the others their defaults. Call it at start-up,
   /// before anything else of the library; a test may call it again while nothing of the library is
-  /// under way, and lets go of the services of the time before.
+  /// under way. The services that were installed before are released.
   static void install(Platform replacements);
 
   /// Lets go of all services, so that the next use makes the defaults. For the end of a test, while
@@ -71,12 +73,13 @@ void log(Pieces&&... pieces) noexcept {
   writeLine(line);
 }
 
-/// Queues the outcome of a call to the main thread for who is registered now; nothing when there is
-/// no target or no such operation.
+/// Queues the outcome of a call to the main thread for the target that is registered now; nothing
+/// when there is no target or no such operation.
 ///
-/// There the registration is looked at again: a target that was replaced meanwhile is not called,
-/// nor is who replaced it; else the operation that is registered by then is, if there is one. So
-/// whoever takes its registration back on the main thread may be destroyed at once.
+/// On the main thread the registration is read again. If the target was replaced meanwhile, neither
+/// the old nor the new one is called; otherwise the operation that is registered by then is called,
+/// if there is one. So a target that takes its registration back on the main thread may be
+/// destroyed at once.
 QUARNET_EXPORT void deliver(std::shared_ptr<const Registration> registration,
                             Operation CallbackTriple::*operation, ResultDictionary result);
 

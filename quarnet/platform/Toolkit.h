@@ -30,24 +30,25 @@ struct Color {
   bool operator==(const Color&) const = default;
 };
 
-/// A rectangle on the screen that may hold others. Of the user-interface thread alone, as
+/// A rectangle on the screen that may hold others. To be used on the user-interface thread only, as
 /// everything in this header.
 class QUARNET_EXPORT View {
 public:
   virtual ~View() = default;
 
-  /// Where the view lies in its parent; honoured exactly, also where it reaches beyond the parent.
+  /// The view's place in its parent; kept exactly, also where it reaches beyond the parent.
   virtual Rect frame() const = 0;
   virtual void setFrame(const Rect& frame) = 0;
 
   virtual void setBackgroundColor(const Color& color) = 0;
   /// Whether children are cut off at the view's edges.
   virtual void setClipsToBounds(bool clips) = 0;
+  /// How opaque the view is with all that it holds, from 0 to 1.
   virtual void setAlpha(double alpha) = 0;
 
   /// Puts `child` on top of the view's other children and keeps it alive.
   virtual void addSubview(std::shared_ptr<View> child) = 0;
-  /// Takes the view out of its parent, which lets go of it; nothing when it has none.
+  /// Takes the view out of its parent, which no longer keeps it alive; nothing when it has none.
   virtual void removeFromSuperview() = 0;
 };
 
@@ -55,11 +56,13 @@ public:
 class QUARNET_EXPORT TitleBar : public View {
 public:
   virtual void setTitle(const std::string& title) = 0;
+  /// `pressed` is called for each press.
   virtual void setRightButton(const std::string& label, std::function<void()> pressed) = 0;
 };
 
 /// A page that did not load.
 struct WebLoadError {
+  /// The reason, for a person to read.
   std::string description;
   /// What else is known of it, as one text.
   std::string userInfo;
@@ -67,7 +70,7 @@ struct WebLoadError {
 
 class WebView;
 
-/// Told of what goes on in a web view. Not owned by the view; outlives it.
+/// Receives the events of a web view. Not owned by the view; outlives it.
 class QUARNET_EXPORT WebViewDelegate {
 public:
   virtual ~WebViewDelegate() = default;
@@ -81,9 +84,13 @@ public:
 /// A view that shows web pages.
 class QUARNET_EXPORT WebView : public View {
 public:
+  /// Null for none.
   virtual void setDelegate(WebViewDelegate* delegate) = 0;
+  /// Whether a page that is wider than the view is made smaller.
   virtual void setScalesPageToFit(bool scales) = 0;
+  /// Whether a page may be scrolled beyond its edges and springs back.
   virtual void setBounces(bool bounces) = 0;
+  /// Begins to load an address, after the delegate was asked.
   virtual void load(const std::string& url) = 0;
   /// The address of the page that is shown or on its way; absent before the first load.
   virtual Text currentUrl() const = 0;
@@ -101,12 +108,12 @@ public:
   virtual std::shared_ptr<TitleBar> makeTitleBar() = 0;
   virtual std::shared_ptr<WebView> makeWebView() = 0;
 
-  /// Runs `changes` and shows the frames they set as a movement that starts and ends slowly;
-  /// `completion` hears at its end whether it ran to its end.
+  /// Runs `changes` and shows the frames they set as a movement that starts and ends slowly.
+  /// `completion` is called when it is over; `finished` is false when it was cut short.
   virtual void animate(std::chrono::milliseconds duration, std::function<void()> changes,
                        std::function<void(bool finished)> completion) = 0;
 
-  /// A modal message with one button; `pressed` runs once, however the message is put away.
+  /// A modal message with one button; `pressed` runs once, however the message is closed.
   virtual void showAlert(const std::string& title, const std::string& message,
                          const std::string& button, std::function<void()> pressed) = 0;
 

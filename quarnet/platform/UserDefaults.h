@@ -24,8 +24,8 @@ public:
 
   virtual ~UserDefaults() = default;
 
-  /// The texts under `keys`, one for each and absent where there is none, all as they stood at one
-  /// instant; what was set and not yet synchronized is included. Absent as a whole when the store
+  /// The texts under `keys`, one for each and absent where there is none, all as of one instant;
+  /// what was set and not yet synchronized is included. Absent as a whole when the store
   /// cannot be read; the log says why.
   virtual std::optional<std::vector<Text>> values(std::span<const std::string_view> keys) = 0;
 
@@ -35,6 +35,7 @@ public:
   /// Sets all entries at one instant: nobody reads or synchronizes some of them only.
   virtual void setValues(std::span<const Entry> entries) = 0;
 
+  /// Sets one entry; an absent value removes it.
   void setValue(std::string_view key, const Text& value);
 
   /// Makes everything set since the last call durable, all of it or nothing, before it returns.

@@ -94,9 +94,9 @@ void GtkToolkit::animate(std::chrono::milliseconds duration, std::function<void(
 void GtkToolkit::showAlert(const std::string& title, const std::string& message,
                            const std::string& button, std::function<void()> pressed) {
   adw_init();
-  GtkWidget* dialog =
-      adw_message_dialog_new(implementation_->window(), shown(title).get(), shown(message).get());
-  adw_message_dialog_add_response(ADW_MESSAGE_DIALOG(dialog), "close", shown(button).get());
+  GtkWidget* dialog = adw_message_dialog_new(implementation_->window(), validUtf8(title).get(),
+                                             validUtf8(message).get());
+  adw_message_dialog_add_response(ADW_MESSAGE_DIALOG(dialog), "close", validUtf8(button).get());
   adw_message_dialog_set_default_response(ADW_MESSAGE_DIALOG(dialog), "close");
   gtk_window_set_destroy_with_parent(GTK_WINDOW(dialog), TRUE);
 
@@ -118,8 +118,8 @@ void GtkToolkit::openExternally(const std::string& url) {
     log("Cannot open the browser: ", error == nullptr ? "unknown reason" : error->message);
     g_clear_error(&error);
   };
-  gtk_show_uri_full(implementation_->window(), shown(url).get(), GDK_CURRENT_TIME, nullptr, opened,
-                    nullptr);
+  gtk_show_uri_full(implementation_->window(), validUtf8(url).get(), GDK_CURRENT_TIME, nullptr,
+                    opened, nullptr);
 }
 
 std::string GtkToolkit::systemVersion() {

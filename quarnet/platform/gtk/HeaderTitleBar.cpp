@@ -54,7 +54,7 @@ HeaderTitleBar::~HeaderTitleBar() {
 }
 
 void HeaderTitleBar::setTitle(const std::string& title) {
-  GtkWidget* label = gtk_label_new(shown(title).get());
+  GtkWidget* label = gtk_label_new(validUtf8(title).get());
   gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
   gtk_widget_add_css_class(label, "title");
   gtk_header_bar_set_title_widget(GTK_HEADER_BAR(bar_), label);
@@ -68,7 +68,7 @@ void HeaderTitleBar::setRightButton(const std::string& label, std::function<void
                              G_CALLBACK(+[](HeaderTitleBar* self) { self->press(); }), this);
     gtk_header_bar_pack_end(GTK_HEADER_BAR(bar_), button_);
   }
-  gtk_button_set_label(GTK_BUTTON(button_), shown(label).get());
+  gtk_button_set_label(GTK_BUTTON(button_), validUtf8(label).get());
 }
 
 void HeaderTitleBar::press() const {

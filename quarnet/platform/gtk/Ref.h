@@ -39,8 +39,8 @@ struct FreeError {
 };
 using ErrorRef = std::unique_ptr<GError, FreeError>;
 
-/// What the toolkit can show of a text: valid UTF-8 without a NUL.
-inline Chars shown(const std::string& text) {
+/// What the toolkit can display of a text: valid UTF-8 without a NUL.
+inline Chars validUtf8(const std::string& text) {
   return Chars(g_utf8_make_valid(text.c_str(), -1));
 }
 

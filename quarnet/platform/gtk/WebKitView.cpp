@@ -140,7 +140,7 @@ void WebKitView::connectSignals() {
 }
 
 void WebKitView::load(const std::string& url) {
-  webkit_web_view_load_uri(page_.get(), shown(url).get());
+  webkit_web_view_load_uri(page_.get(), validUtf8(url).get());
   gtk_widget_grab_focus(GTK_WIDGET(page_.get()));
 }
 
@@ -247,7 +247,7 @@ void WebKitView::report(const std::string& url, const std::string& description,
 }
 
 void WebKitView::showFailure(const std::string& description) {
-  const Chars markup(g_markup_escape_text(shown(description).get(), -1));
+  const Chars markup(g_markup_escape_text(validUtf8(description).get(), -1));
   adw_status_page_set_description(ADW_STATUS_PAGE(failure_), markup.get());
   gtk_widget_set_visible(failure_, TRUE);
 }

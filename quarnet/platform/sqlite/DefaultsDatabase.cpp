@@ -32,11 +32,11 @@ std::string reasonOf(sqlite3* connection) {
 constexpr std::string_view kTable =
     "CREATE TABLE user_defaults(key TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID";
 
-/// No statement of ours needs as many steps by far: what does was made to hold us up.
+/// In steps of SQLite's. Ours need far fewer: one that needs more was made to block the process.
 constexpr int kLongestStatement = 50'000'000;
 
-/// Gives a damaged file a name that tells when it was found, first its journal: beside a new file
-/// it would be taken for that one's. Returns what is to be told.
+/// Gives a damaged file a name with the time when it was found. Its journal is first: beside a new
+/// file it would be taken for that file's. Returns what was done, for the log.
 std::string moveAside(const std::string& path) {
   using namespace std::chrono;
   const auto now = duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
@@ -117,7 +117,7 @@ bool DefaultsDatabase::configure(int patience) {
   sqlite3_busy_timeout(connection, patience);
   sqlite3_progress_handler(
       connection, kLongestStatement, [](void*) { return 1; }, nullptr);
-  // Nothing that a file brings along is run.
+  // No code that a file contains, such as a trigger, is run.
   sqlite3_db_config(connection, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   for (const int feature : {SQLITE_DBCONFIG_TRUSTED_SCHEMA, SQLITE_DBCONFIG_ENABLE_TRIGGER,
                             SQLITE_DBCONFIG_ENABLE_VIEW})
@@ -142,8 +142,8 @@ bool DefaultsDatabase::isSound() {
   return false;
 }
 
-/// Whether the last failure says that the file is damaged. A file that does not even start as a
-/// database does is none, and is somebody's all the same.
+/// Whether the last failure says that the file is damaged. A file that does not start as a database
+/// does is none: it is another program's and is left alone.
 bool DefaultsDatabase::isDamaged() {
   constexpr std::string_view kStart("SQLite format 3\0", 16);
   const int kind = sqlite3_errcode(connection_.get()) & 0xff;
@@ -163,7 +163,7 @@ bool DefaultsDatabase::trustsJournals() {
   for (const char* const journal : {sqlite3_filename_journal(file), sqlite3_filename_wal(file)}) {
     std::string refusal;
     struct stat link {};
-    // SQLite never makes a link there, and what one leads to is not to be touched.
+    // SQLite never makes a link there, and the target of one must not be touched.
     if (lstat(journal, &link) == 0 && S_ISLNK(link.st_mode)) {
       refusal = "this is a link";
     } else if (findPrivateFile(journal, refusal)) {
@@ -175,8 +175,8 @@ bool DefaultsDatabase::trustsJournals() {
   return true;
 }
 
-/// Looks for the table. What has its name or hangs on it and is not as this class made it is
-/// refused: a view or an index could run for ever.
+/// Looks for the table. Anything else of its name is refused, as is an index or a trigger on it:
+/// this class makes none, and what they compute could take for ever.
 bool DefaultsDatabase::findTable(bool& isThere) {
   Statement objects;
   if (!prepare(objects, "SELECT sql FROM sqlite_schema "

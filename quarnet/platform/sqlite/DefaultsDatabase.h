@@ -12,8 +12,8 @@
 
 namespace quarnet::platform {
 
-/// One open SQLite file with one table of text by key. Of one thread at a time. After a failure the
-/// object is good for nothing but reason() and its destruction, which undoes what is not committed.
+/// One open SQLite file with one table of text by key. To be used by one thread at a time. After a
+/// failure only reason() and the destructor may be called, which undoes what is not committed.
 class DefaultsDatabase {
 public:
   /// What a save sets; an absent text removes the entry.
@@ -22,12 +22,12 @@ public:
   /// Why a file was not opened.
   struct Refusal {
     std::string reason;
-    /// The file was damaged and has been given another name; the reason tells it.
+    /// The file was damaged and has been given another name, which is in the reason.
     bool isMovedAside = false;
   };
 
-  /// Opens a file that exists, to read only where it cannot or must not be written, and looks
-  /// whether it is sound. Null with the reason when it is not to be used: a damaged file is moved
+  /// Opens a file that exists, for reading only where it cannot or must not be written, and checks
+  /// whether it is sound. Null with the reason when it must not be used: a damaged file is moved
   /// aside unless it is read-only, every other one stays where it is. Here and below, another
   /// process's transaction is waited for up to `patience` milliseconds.
   static std::unique_ptr<DefaultsDatabase> open(const std::string& path, int patience,
@@ -75,7 +75,7 @@ private:
 
   FoundFile found_;
   Connection connection_;
-  /// Why the file is not used, where SQLite has nothing against it.
+  /// Why the file is not used, where the reason is not SQLite's.
   std::string ownReason_;
   bool isUnsound_ = false;
   // Prepared once; null until first needed.

@@ -62,7 +62,7 @@ bool FoundFile::isStillAt(const std::string& path) const {
 }
 
 std::optional<FoundFile> findPrivateFile(const std::string& path, std::string& reason) {
-  // A descriptor of the place alone: opening it waits for nothing and closing it drops no lock.
+  // O_PATH does not open the file itself: it cannot block, and closing it drops no lock.
   const int place = open(path.c_str(), O_PATH | O_CLOEXEC);
   if (place < 0) {
     if (errno == ENOENT) return FoundFile{};

@@ -8,24 +8,25 @@
 namespace quarnet::platform {
 
 /// Makes an empty file of mode 0600 at `path` unless one is there, and the folders above it of mode
-/// 0700 where they are missing, whatever the umask. What it makes outlasts a power cut.
+/// 0700 where they are missing, whatever the umask. What it makes is durable when it returns.
 std::error_code makePrivateFile(const std::string& path);
 
 /// A file as it was found, before anything of it is read.
 struct FoundFile {
   bool isThere = false;
+  /// Of the target where the path is a link.
   struct stat status {};
 
-  /// Its owner may not write to it: it is to stay as it is, although the superuser could.
+  /// Whether its owner may not write to it. It is not written then, although root could do so.
   bool isReadOnly() const { return (status.st_mode & S_IWUSR) == 0; }
   /// Whether it is still the one at `path`, with the same owner and mode.
   bool isStillAt(const std::string& path) const;
 };
 
-/// Looks at the file at `path`, where it leads if it is a link, and takes it away from the group
-/// and others if it is this user's and that can be done: a file system without modes is no reason
-/// not to use the file. Absent with the reason when it is not to be used: what is no plain file,
-/// and a file or a link that belongs to somebody else than this user or root.
+/// Looks at the file at `path`, or at the target if it is a link. The permissions of group and
+/// others are removed if the file is this user's; where that is not possible, on a file system
+/// without modes, the file is used all the same. Absent with the reason when it must not be used:
+/// what is no plain file, and a file or a link that belongs to another user than this one and root.
 std::optional<FoundFile> findPrivateFile(const std::string& path, std::string& reason);
 
 } // namespace quarnet::platform

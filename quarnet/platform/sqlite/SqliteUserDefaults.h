@@ -12,7 +12,8 @@ namespace quarnet::platform {
 /// A synchronize() is one durable transaction: a process killed at any instant leaves all of a save
 /// or none of it, and no earlier text stays readable in the folder. Two processes may share the
 /// file; each values() is one transaction and sees the other's saves. A wait for the other process
-/// ends after five seconds, and after a fifth of a second while it keeps lasting.
+/// ends after five seconds; after a wait in vain, a read waits for a fifth of a second only, until
+/// one succeeds.
 ///
 /// The file is opened with the first use and made with the first save. Where it cannot be opened or
 /// written, the values stay in memory, one line goes to the log, and the next synchronize() tries
@@ -30,8 +31,7 @@ namespace quarnet::platform {
 /// texts that values() gave.
 ///
 /// A child made by fork() opens the file anew, provided that no other thread was inside the store
-/// at that instant. Texts that are too large for the memory
-/// count as not read.
+/// at that instant. Texts that are too large for the memory count as not read.
 class QUARNET_EXPORT SqliteUserDefaults final : public UserDefaults {
 public:
   /// `path` is the file; empty for "<user's data folder>/<program's name>/quarnet.sqlite".

@@ -14,13 +14,8 @@ using platform::CurlHttpClient;
 using testing::ElementsAre;
 using testing::Pair;
 
-std::string fine(const std::string&) {
-  return answer("fine");
-}
-
-std::string silent(const std::string&) {
-  return WireServer::kSilence;
-}
+const WireServer::Script fine = [](const std::string&) { return answer("fine"); };
+const WireServer::Script silent = [](const std::string&) { return WireServer::kSilence; };
 
 std::ptrdiff_t threadCount() {
   const std::filesystem::directory_iterator threads("/proc/self/task");
