@@ -7,13 +7,13 @@
 #include "sandbox/Text.h"
 
 #include "quarnet/core/Json.h"
+#include "quarnet/core/Numbers.h"
+#include "quarnet/core/PercentEscapes.h"
 #include "quarnet/core/StringUtil.h"
 #include "quarnet/core/Text.h"
+#include "quarnet/core/Utf8.h"
 #include "quarnet/platform/curl/Redirect.h"
 #include "quarnet/platform/curl/RequestCheck.h"
-#include "quarnet/core/PercentEscapes.h"
-#include "quarnet/core/Numbers.h"
-#include "quarnet/core/Utf8.h"
 #include "quarnet/request/APIRequest.h"
 
 #include <boost/asio/buffer.hpp>

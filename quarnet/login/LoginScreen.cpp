@@ -1,7 +1,7 @@
 #include "quarnet/login/LoginScreen.h"
 
-#include "quarnet/core/Text.h"
 #include "quarnet/core/Numbers.h"
+#include "quarnet/core/Text.h"
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/platform/Platform.h"
 

@@ -2,7 +2,7 @@
 
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/Global.h"
-#include "quarnet/core/StringUtil.h"
+#include "quarnet/core/PercentEscapes.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/core/Utf8.h"
 #include "quarnet/core/Wipe.h"
