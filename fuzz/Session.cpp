@@ -7,6 +7,8 @@
 
 #include "quarnet/core/Json.h"
 #include "quarnet/core/Text.h"
+#include "quarnet/core/PercentEscapes.h"
+#include "quarnet/core/Utf8.h"
 #include "quarnet/platform/headless/HeadlessToolkit.h"
 #include "quarnet/quarnet.h"
 

@@ -9,6 +9,9 @@
 #include "quarnet/core/Json.h"
 #include "quarnet/core/StringUtil.h"
 #include "quarnet/core/Text.h"
+#include "quarnet/core/PercentEscapes.h"
+#include "quarnet/core/Numbers.h"
+#include "quarnet/core/Utf8.h"
 #include "quarnet/platform/curl/HeaderList.h"
 #include "quarnet/request/APIRequest.h"
 

@@ -9,6 +9,7 @@
 #include "quarnet/core/Global.h"
 #include "quarnet/core/Hosts.h"
 #include "quarnet/core/HttpHeader.h"
+#include "quarnet/core/PercentEscapes.h"
 #include "quarnet/core/RequestBundle.h"
 #include "quarnet/core/ResponseMessage.h"
 #include "quarnet/core/StringUtil.h"

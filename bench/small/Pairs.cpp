@@ -12,8 +12,8 @@ namespace {
 constexpr int kRepetitions = 33;
 
 std::vector<Pair>& pairs() {
-  static auto* const all = new std::vector<Pair>;
-  return *all;
+  static std::vector<Pair>* const instance = new std::vector<Pair>;
+  return *instance;
 }
 
 /// Keeps the seconds per iteration of every repetition, by the benchmark's name.
@@ -43,15 +43,7 @@ void registerSide(const std::string& name, const Pair& pair,
 }
 
 double figureOf(const Pair& pair, double ours, double yardstick) {
-  switch (pair.figure) {
-  case Figure::time:
-    return ours / yardstick;
-  case Figure::speed:
-    return yardstick / ours;
-  case Figure::nanosecondsMore:
-    return (ours - yardstick) * 1e9;
-  }
-  return 0;
+  return pair.bound.kind == Bound::Kind::atMost ? ours / yardstick : yardstick / ours;
 }
 
 } // namespace

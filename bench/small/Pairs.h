@@ -8,21 +8,12 @@
 
 namespace quarnet::bench {
 
-/// How the figure of a pair is made from the median times of both.
-enum class Figure {
-  /// Ours in times of the yardstick.
-  time,
-  /// How many times as fast as the yardstick ours is.
-  speed,
-  /// How many nanoseconds ours takes longer.
-  nanosecondsMore
-};
-
-/// Two operations of which each is one iteration of a benchmark.
+/// Two operations of which each is one iteration of a benchmark. The figure is made of the median
+/// times of both.
 struct Pair {
   std::string what;
   std::string measure;
-  Figure figure;
+  /// At most: our time in times of the yardstick's. At least: how many times as fast ours is.
   Bound bound;
   std::function<void(benchmark::State&)> ours;
   std::function<void(benchmark::State&)> yardstick;
@@ -48,8 +39,6 @@ std::function<void(benchmark::State&)> repeat(Operation operation) {
 void addEscaping();
 void addQueryStrings();
 void addEncryption();
-void addDelivery();
-void addInstances();
 void addTokenStore();
 
 } // namespace quarnet::bench

@@ -84,14 +84,17 @@ std::array<Row, 5> record(int number) {
            {"expires_systime", std::to_string(785'000'000'000 + number)}}};
 }
 
+RawStore& rawStore() {
+  static RawStore* const instance = new RawStore(Setting::current().folder + "/raw.sqlite");
+  return *instance;
+}
+
 } // namespace
 
 void addTokenStore() {
-  static RawStore* const raw = new RawStore(Setting::current().folder + "/raw.sqlite");
-  raw->save(record(0));
+  rawStore().save(record(0));
   add({.what = "saving the token record",
        .measure = "time, against five rows in one SQLite transaction",
-       .figure = Figure::time,
        .bound = atMost(1.2),
        .ours = repeat([number = 0]() mutable {
          OAuthInfo& info = OAuthInfo::sharedInstance();
@@ -105,13 +108,12 @@ void addTokenStore() {
          return number;
        }),
        .yardstick = repeat([number = 0]() mutable {
-         raw->save(record(++number));
+         rawStore().save(record(++number));
          return number;
        }),
        .byTheClock = true});
   add({.what = "restoring the token record",
        .measure = "time, against five selects on a prepared statement",
-       .figure = Figure::time,
        .bound = atMost(1.2),
        .ours = repeat([] {
          OAuthInfoManager::sharedInstance().restoreOAuthInfo();
@@ -120,7 +122,7 @@ void addTokenStore() {
        .yardstick = repeat([] {
          for (const char* key :
               {"access_token", "refresh_token", "expires_in", "scope", "expires_systime"}) {
-           benchmark::DoNotOptimize(raw->read(key));
+           benchmark::DoNotOptimize(rawStore().read(key));
          }
          return 0;
        })});

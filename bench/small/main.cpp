@@ -9,9 +9,7 @@ int main() {
   addEscaping();
   addEncryption();
   addQueryStrings();
-  addDelivery();
   addTokenStore();
-  addInstances();
   runPairs();
   return 0;
 }

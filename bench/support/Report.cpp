@@ -1,21 +1,19 @@
 #include "bench/support/Report.h"
 
 #include <array>
-#include <cmath>
 #include <cstdio>
 
 namespace quarnet::bench {
 namespace {
 
 std::string number(double value) {
-  const double size = std::fabs(value);
-  const int decimals = size >= 100 ? 0 : size >= 10 ? 1 : 2;
+  const int decimals = value >= 100 ? 0 : value >= 10 ? 1 : 2;
   std::array<char, 64> text;
   const int length = std::snprintf(text.data(), text.size(), "%.*f", decimals, value);
   return {text.data(), static_cast<std::size_t>(length)};
 }
 
-/// "1.05x" and "2 ns more": a ratio's sign stands close, other units apart.
+/// "1.05x" and "16.6 MiB": a ratio's sign stands close, other units apart.
 std::string figureText(const std::string& value, std::string_view unit) {
   return value + (unit == "x" || unit.empty() ? "" : " ") + std::string(unit);
 }

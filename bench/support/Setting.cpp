@@ -25,13 +25,13 @@ std::string contentOf(const std::string& path) {
 } // namespace
 
 const Setting& Setting::current() {
-  static const Setting* const setting =
+  static const Setting* const instance =
       new Setting{.sandbox = variable("QUARNET_BENCH_SANDBOX"),
                   .nginx = variable("QUARNET_BENCH_NGINX"),
                   .caFile = variable("QUARNET_BENCH_CA"),
                   .tokenAnswer = contentOf(variable("QUARNET_BENCH_TOKEN")),
                   .folder = variable("QUARNET_BENCH_FOLDER")};
-  return *setting;
+  return *instance;
 }
 
 void setUpLibrary() {

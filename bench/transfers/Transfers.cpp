@@ -1,7 +1,6 @@
 #include "bench/transfers/Transfers.h"
 
 #include "bench/support/Child.h"
-#include "bench/support/Report.h"
 #include "bench/support/Rounds.h"
 
 #include <cstdio>
@@ -14,7 +13,7 @@ constexpr int kRounds = 11;
 } // namespace
 
 void compareTransfers(std::string_view what, const std::string& ours, const std::string& raw,
-                      double size) {
+                      double size, const Bound& time) {
   std::vector<double> oursPeaks, rawPeaks;
   const auto runOnce = [](const std::string& role, std::vector<double>& peaks) {
     const ChildResult child = runSelf({role});
@@ -29,7 +28,7 @@ void compareTransfers(std::string_view what, const std::string& ours, const std:
   report(what, "peak memory beyond its size", mebibytes(oursPeak - size),
          mebibytes(median(rawPeaks) - size), (oursPeak - size) / kMebibyte, atMost(32, "MiB"));
   report(what, "time", seconds(result.ours.wall), seconds(result.yardstick.wall), result.wallRatio,
-         atMost(1.05));
+         time);
 }
 
 void timeTransfer(const std::function<void()>& transfer) {

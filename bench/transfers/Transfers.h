@@ -1,5 +1,7 @@
 #pragma once
 
+#include "bench/support/Report.h"
+
 #include <functional>
 #include <string>
 #include <string_view>
@@ -18,9 +20,9 @@ void largeAnswerOurs();
 void largeAnswerRaw();
 
 /// Runs the two roles in turns and prints what ours needs of memory beyond `size` bytes and of
-/// time.
+/// time, of which `time` is the bound.
 void compareTransfers(std::string_view what, const std::string& ours, const std::string& raw,
-                      double size);
+                      double size, const Bound& time);
 
 /// Prints how many seconds `transfer` took, for compareTransfers() to read.
 void timeTransfer(const std::function<void()>& transfer);

@@ -41,7 +41,7 @@ void makeFile() {
 
 void measureUpload() {
   makeFile();
-  compareTransfers("upload of a 512 MB file", "upload", "upload-raw", kSize);
+  compareTransfers("upload of a 512 MB file", "upload", "upload-raw", kSize, atMost(1.05));
   std::filesystem::remove(filePath());
 }
 

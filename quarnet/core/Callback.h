@@ -4,13 +4,13 @@
 #include "quarnet/core/Types.h"
 
 #include <cstddef>
-#include <cstring>
+#include <functional>
 #include <type_traits>
 
 namespace quarnet {
 
 /// What a callback receives: texts under VornelAsyncResultCode, VornelAsyncResultMessage and
-/// VornelAsyncResultData. A key that has no text is left out.
+/// VornelAsyncResultData. A key without a text is left out.
 using ResultDictionary = Dictionary;
 
 /// An operation of class T that can be registered as a callback.
@@ -20,46 +20,43 @@ using Method = void (T::*)(const ResultDictionary&);
 /// One operation of some target's class: `&App::signedIn`, or null for "none".
 class Operation {
 public:
-  constexpr Operation() noexcept = default;
-  constexpr Operation(std::nullptr_t) noexcept {}
+  /// None.
+  Operation(std::nullptr_t = nullptr) noexcept {}
 
+  /// Null is none.
   template <class T>
-  Operation(Method<T> method) noexcept {
+  Operation(Method<T> method) {
     if (method == nullptr) return;
-    static_assert(sizeof(method) <= sizeof(storage_));
-    std::memcpy(storage_, &method, sizeof(method));
-    call_ = [](const std::byte* storage, void* target, const ResultDictionary& result) {
-      Method<T> stored;
-      std::memcpy(&stored, storage, sizeof(stored));
-      (static_cast<T*>(target)->*stored)(result);
+    call_ = [method](void* target, const ResultDictionary& result) {
+      (static_cast<T*>(target)->*method)(result);
     };
   }
 
+  /// Whether there is one.
   explicit operator bool() const noexcept { return call_ != nullptr; }
 
   /// Calls the operation on `target`, which must point to an object of the operation's own class.
-  void operator()(void* target, const ResultDictionary& result) const {
-    call_(storage_, target, result);
-  }
+  void operator()(void* target, const ResultDictionary& result) const { call_(target, result); }
 
 private:
-  using Call = void (*)(const std::byte*, void*, const ResultDictionary&);
-  Call call_ = nullptr;
-  alignas(std::max_align_t) std::byte storage_[2 * sizeof(void*)] = {};
+  std::function<void(void*, const ResultDictionary&)> call_;
 };
 
-/// Who is told how a call ended. The target is never owned.
+/// Which object is called when a call has ended, and how. The target is never owned.
 ///
 /// Before a target dies, register null or another one in its place, on the main thread: then it is
 /// not called any more, also not by a call that is under way or whose outcome waits already. That
-/// outcome is told to nobody.
+/// outcome is dropped.
 struct CallbackTriple {
+  /// Null for nobody.
   void* target = nullptr;
+  /// Called after a call that succeeded.
   Operation finished;
+  /// Called after a call that did not.
   Operation failed;
 };
 
-/// A result dictionary; an absent text leaves its key out.
+/// A result dictionary of these texts; an absent one leaves its key out.
 QUARNET_EXPORT ResultDictionary resultDictionary(Text code, Text message, Text data);
 
 /// The triple of `target` and two of its operations, each of which may be null.

@@ -56,7 +56,9 @@ QUARNET_EXPORT extern const std::string_view VornelAsyncResultCode;
 QUARNET_EXPORT extern const std::string_view VornelAsyncResultMessage;
 QUARNET_EXPORT extern const std::string_view VornelAsyncResultData;
 
+/// The library's version as a number: 1.0.
 QUARNET_EXPORT extern const double Quarnet_SDK_FWVersionNumber;
+/// The library's version as what(1) finds it in a binary, with a line's end.
 QUARNET_EXPORT extern const std::string_view Quarnet_SDK_FWVersionString;
 
 } // namespace quarnet

@@ -17,11 +17,14 @@ constinit std::string_view parameterKeyAddress =
 constinit std::string_view mobileAddress = "https://" QUARNET_MOBILE_HOST;
 constinit std::string_view portalAddress = QUARNET_PORTAL_HOST "/sso/openPage.do";
 
-/// The text lives as long as the process: the constants are views, and views handed out before stay
-/// good.
+/// Never destroyed: the constants are views, and views that were handed out before stay good.
+std::list<std::string>& keptTexts() {
+  static std::list<std::string>* const instance = new std::list<std::string>;
+  return *instance;
+}
+
 std::string_view kept(std::string text) {
-  static auto* const texts = new std::list<std::string>;
-  return texts->emplace_back(std::move(text));
+  return keptTexts().emplace_back(std::move(text));
 }
 
 } // namespace

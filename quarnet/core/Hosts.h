@@ -7,7 +7,7 @@
 namespace quarnet {
 
 /// The hosts of one deployment, each without a scheme and with a port if it needs one
-/// ("api.example.org", "127.0.0.1:8443"). An empty host keeps the one that is in force.
+/// ("api.example.org", "127.0.0.1:8443"). An empty host leaves the one that is used unchanged.
 struct Hosts {
   /// Sign-in, tokens, parameter keys.
   std::string api = {};

@@ -12,6 +12,7 @@ namespace quarnet {
 /// meant. Not safe to share between threads without a lock.
 class QUARNET_EXPORT HttpHeader {
 public:
+  /// An empty map.
   HttpHeader() { checkInit(); }
 
   /// Empties the map.
@@ -23,7 +24,7 @@ public:
     headerDic_[std::move(key)] = std::move(value);
   }
 
-  /// The value under `key`, or absent.
+  /// The value of `key`, or absent.
   Text get(const std::string& key) const {
     const auto entry = headerDic_.find(key);
     return entry == headerDic_.end() ? Text() : Text(entry->second);
@@ -35,7 +36,9 @@ public:
     return headerDic_;
   }
 
+  /// The map as it is.
   const Dictionary& headerDic() const { return headerDic_; }
+  /// Replaces the map; it may hold more than one pair then.
   void setHeaderDic(Dictionary headerDic) { headerDic_ = std::move(headerDic); }
 
 private:

@@ -1,10 +1,11 @@
 #include "quarnet/core/Json.h"
 
-#include "quarnet/core/TextScan.h"
+#include "quarnet/core/Utf8.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <vector>
 
 namespace quarnet {
@@ -16,11 +17,12 @@ bool isBlank(char c) {
   return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
+bool isMark(char c) {
+  return c == ',' || c == ':' || c == '{' || c == '}' || c == '[' || c == ']';
 }
 
-// The size of the token that `text` starts with, or 0 when it is malformed. For valid UTF-8.
+// Each returns the size of the token that `text` starts with, or 0 when it is malformed. `text` is
+// valid UTF-8.
 
 std::size_t stringSize(std::string_view text) {
   for (std::size_t i = 1; i < text.size(); ++i) {
@@ -45,8 +47,7 @@ std::size_t numberSize(std::string_view text) {
   // False without a digit.
   const auto passDigits = [&] {
     const std::size_t start = size;
-    while (size < text.size() && isDigit(text[size]))
-      ++size;
+    size = std::min(text.find_first_not_of("0123456789", start), text.size());
     return size > start;
   };
   const auto passAny = [&](std::string_view of) {
@@ -64,14 +65,14 @@ std::size_t numberSize(std::string_view text) {
 std::size_t tokenSize(std::string_view text) {
   const char c = text.front();
   if (c == '"') return stringSize(text);
-  if (c == ',' || c == ':' || c == '{' || c == '}' || c == '[' || c == ']') return 1;
+  if (isMark(c)) return 1;
   for (const std::string_view literal : {"true", "false", "null"}) {
     if (text.starts_with(literal)) return literal.size();
   }
   return numberSize(text);
 }
 
-/// Takes a text apart, blanks dropped.
+/// Reads a text token by token; blanks are skipped.
 class Tokens {
 public:
   explicit Tokens(std::string_view text) : rest_(text) {}
@@ -104,55 +105,52 @@ private:
   std::string_view rest_;
 };
 
+/// Whether a token that starts with `c` may come after `last` in `container`: '{', '[' or, for the
+/// text as a whole, ' '. `last` is a mark, 'n' after a name and 'v' after a value.
+bool mayFollow(char last, char c, char container) {
+  switch (c) {
+  case ':':
+    return last == 'n';
+  case ',':
+    return last == 'v' && container != ' ';
+  case '}':
+    return container == '{' && (last == '{' || last == 'v');
+  case ']':
+    return container == '[' && (last == '[' || last == 'v');
+  default:
+    if (container == '{' && last != ':') return c == '"' && (last == '{' || last == ',');
+    return last == ':' || last == '[' || last == ',';
+  }
+}
+
 bool isValid(std::string_view text) {
   if (!isUtf8(text)) return false;
   Tokens tokens(text);
   std::vector<bool> isObject; // one bit for each container that is open
-  // What was last: a mark, 'n' for a name or 'v' for a whole value.
-  char last = ':';
+  char last = ':';            // a value may follow
   for (std::string_view token = tokens.next(); !token.empty(); token = tokens.next()) {
     const char c = token.front();
-    const bool inObject = !isObject.empty() && isObject.back();
-    const bool isNewItem = last == '{' || last == '[' || last == ',';
-    const bool isName = isNewItem && inObject && c == '"';
-    const bool mayBeValue = last == ':' || (isNewItem && !inObject);
-    if (c == ':') {
-      if (last != 'n') return false;
-      last = c;
-    } else if (c == ',') {
-      if (last != 'v' || isObject.empty()) return false;
-      last = c;
-    } else if (c == '}' || c == ']') {
-      if (isObject.empty() || inObject != (c == '}')) return false;
-      if (last != 'v' && last != (inObject ? '{' : '[')) return false;
-      isObject.pop_back();
-      last = 'v';
-    } else if (!isName && !mayBeValue) {
-      return false;
-    } else if (c == '{' || c == '[') {
-      isObject.push_back(c == '{');
-      last = c;
-    } else {
-      last = isName ? 'n' : 'v';
-    }
+    const char container = isObject.empty() ? ' ' : isObject.back() ? '{' : '[';
+    if (!mayFollow(last, c, container)) return false;
+    const bool isName = c == '"' && container == '{' && last != ':';
+    const bool isEnd = c == '}' || c == ']';
+    if (c == '{' || c == '[') isObject.push_back(c == '{');
+    if (isEnd) isObject.pop_back();
+    last = isMark(c) && !isEnd ? c : isName ? 'n' : 'v';
   }
   return tokens.atEnd() && last == 'v' && isObject.empty();
 }
 
 void appendUtf8(std::string& out, unsigned code) {
-  const auto continuation = [&](unsigned shift) {
-    return static_cast<char>(0x80 | (code >> shift & 0x3F));
-  };
   if (code < 0x80) {
     out += static_cast<char>(code);
-  } else if (code < 0x800) {
-    out += {static_cast<char>(0xC0 | code >> 6), continuation(0)};
-  } else if (code < 0x10000) {
-    out += {static_cast<char>(0xE0 | code >> 12), continuation(6), continuation(0)};
-  } else {
-    out +=
-        {static_cast<char>(0xF0 | code >> 18), continuation(12), continuation(6), continuation(0)};
+    return;
   }
+  constexpr unsigned kFirst[] = {0, 0xC0, 0xE0, 0xF0};
+  unsigned more = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+  out += static_cast<char>(kFirst[more] | code >> 6 * more);
+  while (more-- > 0)
+    out += static_cast<char>(0x80 | (code >> 6 * more & 0x3F));
 }
 
 /// The code unit of the "\uXXXX" that `text` starts with; 0 when it does not.
@@ -163,7 +161,7 @@ unsigned unitAt(std::string_view text) {
 }
 
 /// Decodes the "\uXXXX" that `text` starts with, together with the other half of a pair, and
-/// returns what size they had.
+/// returns how many bytes of `text` that took.
 std::size_t appendUnits(std::string& out, std::string_view text) {
   constexpr std::size_t kSize = 6;
   const unsigned first = unitAt(text);
@@ -179,10 +177,10 @@ std::size_t appendUnits(std::string& out, std::string_view text) {
   return kSize;
 }
 
-/// What stands between the quotes, escapes undone.
+/// The text between the quotes, escapes undone.
 std::string unquoted(std::string_view token) {
   std::string text;
-  text.reserve(token.size()); // grows never: a secret is to leave no copy
+  text.reserve(token.size()); // so that it never grows: a secret would leave a copy behind
   token = token.substr(1, token.size() - 2);
   while (true) {
     const std::size_t escape = std::min(token.find('\\'), token.size());
@@ -200,24 +198,15 @@ std::string unquoted(std::string_view token) {
   }
 }
 
-bool isText(std::string_view token, std::string_view text) {
-  const std::string_view asWritten = token.substr(1, token.size() - 2);
-  return asWritten.find('\\') == asWritten.npos ? asWritten == text : unquoted(token) == text;
-}
-
 void appendQuoted(std::string& out, std::string_view text) {
-  constexpr std::string_view kHex = "0123456789abcdef";
   out += '"';
   for (const char c : text) {
     if (c == '"' || c == '\\') {
       out += {'\\', c};
     } else if (static_cast<unsigned char>(c) < 0x20) {
-      out += {'\\',
-              'u',
-              '0',
-              '0',
-              kHex[static_cast<std::size_t>(c) >> 4],
-              kHex[static_cast<std::size_t>(c) & 15]};
+      char escape[8];
+      std::snprintf(escape, sizeof(escape), "\\u%04x", static_cast<unsigned>(c));
+      out += escape;
     } else {
       out += c;
     }
@@ -239,12 +228,12 @@ std::string compact(std::string_view container) {
   return out;
 }
 
-/// Written out in full where a person would: 1e5 seconds are "100000".
+/// Without an exponent unless the number is very large or small: 1e5 is "100000".
 std::string decimalText(std::string_view token) {
   if (token.find_first_of(".eE") == std::string_view::npos) return std::string(token);
   double number = 0;
   const auto read = std::from_chars(token.data(), token.data() + token.size(), number);
-  if (read.ec != std::errc() || !std::isfinite(number)) return std::string(token);
+  if (read.ec != std::errc()) return std::string(token);
   char text[64];
   const double size = std::fabs(number);
   const auto format = size == 0 || (size >= 1e-5 && size < 1e17) ? std::chars_format::fixed
@@ -268,7 +257,7 @@ std::optional<Json> Json::member(std::string_view name) const {
   Tokens tokens(value_.substr(1));
   for (std::string_view token = tokens.next(); token.front() != '}'; token = tokens.next()) {
     if (token.front() == ',') continue;
-    const bool isWanted = isText(token, name);
+    const bool isWanted = unquoted(token) == name;
     tokens.next(); // the colon
     const Json value(tokens.nextValue());
     if (isWanted) found = value;

@@ -8,18 +8,19 @@ namespace quarnet {
 
 /// A value of a JSON text (RFC 8259) of any size and depth.
 ///
-/// No tree is made: a value is a view into the text, which must outlive it, and is decoded when it
-/// is asked for.
+/// No tree is made: a value is a view into the text, which must outlive it, and is decoded by
+/// text().
 class Json {
 public:
-  /// The object that the text holds, a byte order mark in front of it aside. Absent when the text
-  /// is not valid JSON to its last byte or holds anything else.
+  /// The object that the text is; a byte order mark in front of it is skipped. Absent when the text
+  /// is not valid JSON to its last byte, and when it is another value than an object.
   static std::optional<Json> parse(std::string_view text);
 
+  /// Whether the value is a string.
   bool isString() const { return value_.front() == '"'; }
 
-  /// The member of that name, the last one when it stands twice; absent when there is none and when
-  /// this is no object.
+  /// The member of that name, the last one when there are several; absent when there is none and
+  /// when this is no object.
   std::optional<Json> member(std::string_view name) const;
 
   /// The value as text: a string as it is, with U+FFFD for half of a surrogate pair; a number in

@@ -7,14 +7,12 @@
 
 namespace quarnet {
 
-inline constexpr char kNotEnoughMemory[] = "Not enough memory for the call";
-
-/// What becomes of a call that is too large for the memory.
+/// The error of a call that is too large for the memory.
 inline Error notEnoughMemory() {
   return apiError(kNotEnoughMemory);
 }
 
-/// Gives what `call` gives, or what `tooLarge` does when the memory did not suffice for `call`.
+/// Returns what `call` returns, or what `tooLarge` does when the memory did not suffice for `call`.
 template <class Call, class TooLarge>
 auto withinMemory(const Call& call, const TooLarge& tooLarge) -> decltype(call()) {
   try {

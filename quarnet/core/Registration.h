@@ -6,23 +6,26 @@
 
 namespace quarnet {
 
-/// Who is told how calls end, as an application has it registered just now. Safe from any thread; a
-/// read never sees half of a write.
+/// The callback that an application has registered at the moment. Safe from any thread; a read
+/// never sees half of a write.
 ///
-/// Held by the object that it is registered with and by the outcomes that are on their way.
+/// Shared by the object that it is registered with and by the outcomes that wait for delivery.
 class Registration {
 public:
+  /// A copy of the callback.
   CallbackTriple current() const {
     const std::lock_guard lock(mutex_);
     return triple_;
   }
 
-  /// How often the target was changed: another object may come to lie where a target lay.
+  /// How often the target was changed. Its address alone does not tell: another object may have the
+  /// address of a target that died.
   std::size_t targetChanges() const {
     const std::lock_guard lock(mutex_);
     return targetChanges_;
   }
 
+  /// Replaces the callback.
   void set(const CallbackTriple& triple) {
     const std::lock_guard lock(mutex_);
     if (triple.target != triple_.target) ++targetChanges_;

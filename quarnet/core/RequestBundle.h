@@ -23,8 +23,7 @@ public:
   const std::optional<Dictionary>& header() const { return header_; }
   void setHeader(std::optional<Dictionary> header) { header_ = std::move(header); }
 
-  /// Stores the value under "appId" in header(), which is made if absent; an absent value removes
-  /// it.
+  /// Stores the value as "appId" in header(), which is made if absent; an absent value removes it.
   void setAppId(const Text& appId);
 
   /// The address without the ".json" or ".xml" suffix and without a query.
@@ -47,7 +46,7 @@ public:
   const Text& uploadFileKey() const { return uploadFileKey_; }
   void setUploadFileKey(Text key) { uploadFileKey_ = std::move(key); }
 
-  /// Default GET.
+  /// The HTTP method. Default GET.
   HttpMethod httpMethod() const { return httpMethod_; }
   void setHttpMethod(HttpMethod method) { httpMethod_ = method; }
 

@@ -1,16 +1,14 @@
 #pragma once
 
+#include "quarnet/core/Text.h"
+
 #include <map>
-#include <optional>
 #include <string>
 
 namespace quarnet {
 
 /// The bytes of a body or of an answer; not necessarily text.
 using Data = std::string;
-
-/// A text that may be absent. Absent is not empty.
-using Text = std::optional<std::string>;
 
 /// Request parameters: a key may come without a value. Iterated in the order of the keys.
 using Parameters = std::map<std::string, Text>;

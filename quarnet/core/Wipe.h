@@ -8,8 +8,8 @@
 
 namespace quarnet {
 
-/// Overwrites all of the text's memory, the room behind its end included, and leaves it empty. What
-/// the text left behind where it lay before it grew or was moved is out of reach.
+/// Overwrites all of the text's memory, its unused capacity included, and leaves it empty. Memory
+/// that the text used before it grew or was moved is out of reach.
 inline void wipe(std::string& text) noexcept {
   text.resize(text.capacity());
   explicit_bzero(text.data(), text.size());

@@ -1,6 +1,6 @@
 #include "quarnet/login/LoginScreen.h"
 
-#include "quarnet/core/Text.h"
+#include "quarnet/core/Numbers.h"
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/platform/Platform.h"
 

@@ -2,9 +2,11 @@
 
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/NotEnoughMemory.h"
+#include "quarnet/core/PercentEscapes.h"
 #include "quarnet/core/Registration.h"
 #include "quarnet/core/StringUtil.h"
 #include "quarnet/core/Text.h"
+#include "quarnet/core/Utf8.h"
 #include "quarnet/login/LoginScreen.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/oauth/TokenAddresses.h"

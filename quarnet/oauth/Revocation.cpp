@@ -1,6 +1,7 @@
 #include "quarnet/oauth/Revocation.h"
 
 #include "quarnet/core/Text.h"
+#include "quarnet/core/Utf8.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/oauth/TokenRecordStore.h"
 #include "quarnet/platform/Platform.h"

@@ -1,6 +1,7 @@
 #include "quarnet/oauth/TokenAddresses.h"
 
 #include "quarnet/core/Constants.h"
+#include "quarnet/core/PercentEscapes.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/platform/LogPieces.h"

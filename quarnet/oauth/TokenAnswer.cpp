@@ -2,6 +2,7 @@
 
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/Json.h"
+#include "quarnet/core/Numbers.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/platform/Platform.h"
 

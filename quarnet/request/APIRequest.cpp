@@ -3,6 +3,7 @@
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/StringUtil.h"
 #include "quarnet/core/Text.h"
+#include "quarnet/core/Utf8.h"
 #include "quarnet/platform/LogPieces.h"
 #include "quarnet/platform/Platform.h"
 #include "quarnet/request/AsynchronousAnswer.h"

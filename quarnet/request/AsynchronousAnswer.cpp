@@ -2,7 +2,7 @@
 
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/NotEnoughMemory.h"
-#include "quarnet/core/Text.h"
+#include "quarnet/core/Utf8.h"
 #include "quarnet/platform/Platform.h"
 
 namespace quarnet {

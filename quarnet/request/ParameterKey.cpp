@@ -2,7 +2,7 @@
 
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/Json.h"
-#include "quarnet/core/Text.h"
+#include "quarnet/core/Numbers.h"
 #include "quarnet/core/Wipe.h"
 #include "quarnet/oauth/OAuthInfo.h"
 #include "quarnet/platform/Platform.h"

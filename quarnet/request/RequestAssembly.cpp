@@ -4,6 +4,7 @@
 #include "quarnet/core/Global.h"
 #include "quarnet/core/StringUtil.h"
 #include "quarnet/core/Text.h"
+#include "quarnet/core/Utf8.h"
 #include "quarnet/core/Wipe.h"
 #include "quarnet/oauth/TokenRecordStore.h"
 #include "quarnet/platform/Platform.h"

@@ -1,9 +1,9 @@
+#include "quarnet/core/Numbers.h"
+#include "quarnet/core/PercentEscapes.h"
 #include "quarnet/core/StringUtil.h"
-#include "quarnet/core/Text.h"
+#include "quarnet/core/Utf8.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <limits>
 
 // What the inputs in fuzz/seeds/texts, which are compared with plainer code, leave open.
@@ -23,29 +23,18 @@ TEST(PlainEscaping, KeepsExactlyTheLegalCharacters) {
   EXPECT_EQ(addingPercentEscapes(std::nullopt), std::nullopt);
 }
 
-TEST(Unescaping, ReadsNothingBehindItsText) {
+TEST(Views, AreNotReadBehindTheirEnd) {
+  EXPECT_FALSE(isUtf8(std::string_view("é", 1)));
   EXPECT_EQ(replacingPercentEscapes(std::string_view("%20", 2)), std::nullopt);
 }
 
-TEST(QueryString, IsBuiltFromPairs) {
+TEST(QueryString, IsBuiltFromPairsAndReadWhereTheKeyIsFound) {
   EXPECT_EQ(StringUtil::getQueryStringFromDictionary(std::nullopt), std::nullopt);
   EXPECT_EQ(StringUtil::getQueryStringFromDictionary(Parameters{}), std::nullopt);
   EXPECT_EQ(StringUtil::getQueryStringFromDictionary(
                 Parameters{{"", std::nullopt}, {"a&", ""}, {"b", std::nullopt}, {"c", "%20"}}),
             "&a%26=&b&c=%2520");
-}
-
-// Long texts are worked through in blocks; a block's end must not show.
-TEST(QueryString, IsReadAndWrittenAtEverySize) {
   EXPECT_EQ(StringUtil::getValueFromQueryStringKey("barcode=1&code=2", "code"), "1"); // is meant
-  for (std::size_t size = 0; size < 300; ++size) {
-    const std::string plain(size, 'y');
-    const std::string before = plain + "&ey=1&kkey2=";
-    EXPECT_EQ(StringUtil::getValueFromQueryStringKey(before + "&key=v&z", "key"), "v") << size;
-    EXPECT_EQ(StringUtil::getValueFromQueryStringKey(before + "key", "key"), std::nullopt) << size;
-    EXPECT_EQ(StringUtil::getQueryStringFromDictionary(Parameters{{"k", plain + "/" + plain}}),
-              "k=" + plain + "%2F" + plain);
-  }
 }
 
 TEST(Numbers, AreCutToTheirLimits) {
@@ -54,14 +43,15 @@ TEST(Numbers, AreCutToTheirLimits) {
   EXPECT_EQ(truncated(-0x1p63), Limits::min());
 }
 
-// The bounds of RFC 3629, at every place in a block.
+// The bounds of RFC 3629, at every place of a step of eight bytes.
 TEST(Utf8Text, RefusesInvalidBytes) {
-  for (std::size_t size = 0; size < 300; ++size) {
+  for (std::size_t size = 0; size < 17; ++size) {
     const std::string x(size, 'x');
     const auto taken = [&x](const std::string& bytes) {
-      const std::string around[] = {x + bytes, bytes + x, x + bytes + x};
-      return std::count_if(std::begin(around), std::end(around),
-                           [](const std::string& text) { return utf8Text(text) == text; });
+      int count = 0;
+      for (const std::string& text : {x + bytes, bytes + x, x + bytes + x})
+        count += utf8Text(text) == text;
+      return count;
     };
     for (const char* valid :
          {"", "\x7F", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80",
