@@ -2,6 +2,7 @@
 
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Registration.h"
+#include "quarnet/core/Text.h"
 #include "quarnet/core/Utf8.h"
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/oauth/Revocation.h"

@@ -39,13 +39,6 @@ protected:
   /// Whether the screen has begun to close, which clears its page.
   bool closing() const { return toolkit_->webView()->loads().back() == "about:blank"; }
 
-  /// Runs the main loop until the line, which wakes nobody, is in the log.
-  bool waitForLog(std::string_view line) {
-    for (int tries = 0; tries < 1000 && log_->count(line) == 0; ++tries)
-      Callbacks::letPass(10ms);
-    return log_->count(line) > 0;
-  }
-
   static std::string completionUrl(const std::string& code) {
     return apiUrl("/oauth/access_complete_mobile?code=" + code + "&state=1");
   }

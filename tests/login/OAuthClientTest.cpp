@@ -147,7 +147,8 @@ TEST_F(CodeExchange, EveryAnswerHasItsOutcome) {
 TEST_F(CodeExchange, AnEmptyAnswerIsNone) {
   server().misbehave("/oauth/token", Misbehaviour::empty());
   open()->finish(completionUrl("any"));
-  EXPECT_TRUE(waitForLog("Nothing was downloaded."));
+  const auto isLogged = [this] { return log_->count("Nothing was downloaded.") > 0; };
+  EXPECT_TRUE(platform::GlibMainThread::runUntil(isLogged, 10s));
   Callbacks::letPass();
   EXPECT_FALSE(closing());
   EXPECT_EQ(record_.accessToken(), std::nullopt);
