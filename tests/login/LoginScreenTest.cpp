@@ -79,6 +79,10 @@ TEST_F(LoginScreen, LiesOnTheWindowAsTheSystemsVersionSays) {
     EXPECT_EQ(page->backgroundColor().alpha, 0);
     EXPECT_TRUE(page->scalesPageToFit());
     EXPECT_FALSE(page->bounces());
+    const auto view = client_->viewBlock();
+    client_->setViewBlock(nullptr);
+    client_->closeLoginView(); // which waits for the backdrop
+    client_->setViewBlock(view);
     client_->closeLoginView();
     toolkit_->advance(500ms);
     EXPECT_EQ(overlays(), 0U);

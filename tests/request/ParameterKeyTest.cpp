@@ -151,8 +151,8 @@ bool isInMemory(std::string_view hidden) {
       const ssize_t size = pread64(memory, chunk.data(), chunk.size(), static_cast<off64_t>(start));
       if (size <= 0) break;
       const std::string_view read(chunk.data(), static_cast<std::size_t>(size));
-      found |=
-          !std::ranges::search(read, hidden, [](char c, char h) { return c == h + 1; }).empty();
+      found |= std::search(read.begin(), read.end(), hidden.begin(), hidden.end(),
+                           [](char c, char h) { return c == h + 1; }) != read.end();
     }
   }
   close(memory);

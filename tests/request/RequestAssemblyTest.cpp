@@ -79,6 +79,7 @@ TEST_F(Assembly, SetsTheHeaderFieldsInOrder) {
                                   refresh + ", Accept: application/xml, Accept-Encoding: utf-8");
   EXPECT_EQ(log_->lines().back(), "HTTPHeaderFields : {" + preparedFields() + "}");
   EXPECT_EQ(*APIRequest::urlRequest()->body, "h\u00e9llo");
+  EXPECT_EQ(log_->count("POST payload : h\u00e9llo"), 1U);
 
   // Without an error slot the call is prepared up to the tokens.
   RequestBundle put = bundleOf(HttpMethod::PUT);
@@ -133,6 +134,9 @@ TEST_F(Assembly, AFileThatCannotBeReadIsUploadedEmpty) {
                 HasSubstr("octet-stream\r\n\r\n\r\nContent-Transfer-Encoding"))
         << path;
   }
+  bundle.setUploadFilePath("a/");
+  assemble(bundle);
+  EXPECT_THAT(*APIRequest::urlRequest()->body, HasSubstr("filename=\"a\""));
   bundle.setUploadFilePath("");
   assemble(bundle);
   EXPECT_EQ(*APIRequest::urlRequest()->body, "text");

@@ -10,7 +10,11 @@ namespace quarnet::platform {
 /// A web view that loads nothing: a test says where the user goes and which pages arrive.
 class QUARNET_EXPORT HeadlessWebView final : public HeadlessViewAs<WebView> {
 public:
-  using HeadlessViewAs::HeadlessViewAs;
+  /// White, like a page without a colour of its own.
+  explicit HeadlessWebView(std::shared_ptr<const HeadlessClock> clock)
+      : HeadlessViewAs(std::move(clock)) {
+    backgroundColor_ = {1, 1, 1, 1};
+  }
 
   /// What a link, a form or a redirect does: asks the delegate. Whether the address is being loaded
   /// now; without a delegate it always is.

@@ -104,7 +104,7 @@ TEST(FaultsTest, ACallIsMadeOnceAndToldOnce) {
     CurlHttpClient client({.caFile = server.caFile()});
     const auto call = [&](int i) {
       const int kind = i / kThreads;
-      const std::string method = i % 7 == 0 ? "GET" : kMethods[kind % 4];
+      const std::string method = i % 7 == 0 ? "GET" : kMethods[static_cast<std::size_t>(kind % 4)];
       const std::string target = (i % 7 == 0 ? "/large?" : "/") + std::to_string(i);
       const std::string url =
           kind / 4 % 2 == 0 ? plain.url(target) : encrypted.url(target, "https");
