@@ -5,12 +5,6 @@
 #include <algorithm>
 
 namespace quarnet::platform {
-namespace {
-
-// Room for an ordinary call.
-constexpr std::size_t kUsualFields = 8;
-
-} // namespace
 
 HeaderFields::HeaderFields(std::initializer_list<Field> fields) {
   for (const auto& [name, value] : fields)
@@ -20,7 +14,7 @@ HeaderFields::HeaderFields(std::initializer_list<Field> fields) {
 void HeaderFields::set(std::string_view name, std::optional<std::string_view> value) {
   std::erase_if(fields_, [name](const Field& old) { return sameIgnoringCase(old.name, name); });
   if (!value) return;
-  if (fields_.empty()) fields_.reserve(kUsualFields);
+  if (fields_.empty()) fields_.reserve(8); // an ordinary call
   fields_.push_back({std::string(name), std::string(*value)});
 }
 

@@ -13,17 +13,12 @@ using platform::harmless;
 using platform::HttpResult;
 using platform::log;
 
-namespace {
-
-constexpr char kDataReceived[] = "APIRequest async data received";
-
-} // namespace
-
 void AsynchronousAnswer::take(HttpResult answer) {
   withinMemory([&] { report(std::move(answer)); }, [&] { failForMemory(); });
 }
 
 void AsynchronousAnswer::report(HttpResult answer) {
+  constexpr char kDataReceived[] = "APIRequest async data received";
   const long status = answer.response ? answer.response->statusCode : 0;
   const std::string statusText = std::to_string(status);
   log(harmless(statusText));

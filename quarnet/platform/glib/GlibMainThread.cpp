@@ -22,30 +22,19 @@ struct GlibMainThread::Queue {
   std::deque<std::function<void()>> calls;
   bool hasSource = false;
 
-  std::size_t size() {
-    const std::lock_guard lock(mutex);
-    return calls.size();
-  }
-
-  /// An empty call when nothing waits.
-  std::function<void()> next() {
-    const std::lock_guard lock(mutex);
-    if (calls.empty()) return {};
-    std::function<void()> call = std::move(calls.front());
-    calls.pop_front();
-    return call;
-  }
-
   /// Runs what waits now. What is posted meanwhile runs after the context's other sources.
   static gboolean run(gpointer data) {
     Queue& queue = **static_cast<std::shared_ptr<Queue>*>(data);
     // Taken out one by one: a call may run the loop itself, and there the next ones run.
-    for (std::size_t left = queue.size(); left > 0; --left) {
-      const std::function<void()> call = queue.next();
-      if (!call) break;
+    std::unique_lock lock(queue.mutex);
+    for (std::size_t left = queue.calls.size(); left > 0 && !queue.calls.empty(); --left) {
+      std::function<void()> call = std::move(queue.calls.front());
+      queue.calls.pop_front();
+      lock.unlock();
       runGuarded(call);
+      call = nullptr; // what it held may post when it ends
+      lock.lock();
     }
-    const std::lock_guard lock(queue.mutex);
     queue.hasSource = !queue.calls.empty();
     return queue.hasSource ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
   }
