@@ -4,7 +4,6 @@
 #include "quarnet/core/Types.h"
 
 #include <cstddef>
-#include <functional>
 #include <type_traits>
 
 namespace quarnet {
@@ -18,17 +17,21 @@ template <class T>
 using Method = void (T::*)(const ResultDictionary&);
 
 /// One operation of some target's class: `&App::signedIn`, or null for "none".
+///
+/// Copying and destroying one runs no code of that class, which may be a plug-in's that is unloaded
+/// when its target has been taken back.
 class Operation {
 public:
   /// None.
-  Operation(std::nullptr_t = nullptr) noexcept {}
+  constexpr Operation(std::nullptr_t = nullptr) noexcept {}
 
   /// Null is none.
   template <class T>
-  Operation(Method<T> method) {
+  Operation(Method<T> method) noexcept {
     if (method == nullptr) return;
-    call_ = [method](void* target, const ResultDictionary& result) {
-      (static_cast<T*>(target)->*method)(result);
+    method_ = reinterpret_cast<Method<Any>>(method);
+    call_ = [](Method<Any> stored, void* target, const ResultDictionary& result) {
+      (static_cast<T*>(target)->*reinterpret_cast<Method<T>>(stored))(result);
     };
   }
 
@@ -36,10 +39,16 @@ public:
   explicit operator bool() const noexcept { return call_ != nullptr; }
 
   /// Calls the operation on `target`, which must point to an object of the operation's own class.
-  void operator()(void* target, const ResultDictionary& result) const { call_(target, result); }
+  void operator()(void* target, const ResultDictionary& result) const {
+    call_(method_, target, result);
+  }
 
 private:
-  std::function<void(void*, const ResultDictionary&)> call_;
+  /// Stands for the operation's own class.
+  struct Any;
+
+  Method<Any> method_ = nullptr;
+  void (*call_)(Method<Any>, void*, const ResultDictionary&) = nullptr;
 };
 
 /// Which object is called when a call has ended, and how. The target is never owned.

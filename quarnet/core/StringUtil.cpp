@@ -1,5 +1,6 @@
 #include "quarnet/core/StringUtil.h"
 
+#include <cstring>
 #include <utility>
 
 namespace quarnet {
@@ -24,10 +25,13 @@ Text StringUtil::getQueryStringFromDictionary(const Parameters& parameters) {
 
 Text StringUtil::getValueFromQueryStringKey(std::string_view query, std::string_view key) {
   const std::string marker = std::string(key) + '=';
-  const std::size_t found = query.find(marker);
-  if (found == std::string_view::npos) return std::nullopt;
-  const std::string_view rest = query.substr(found + marker.size());
-  return std::string(rest.substr(0, rest.find('&')));
+  if (query.size() < marker.size()) return std::nullopt;
+  // Not find(), which could block the process for minutes: a page may choose both texts.
+  const void* const found = memmem(query.data(), query.size(), marker.data(), marker.size());
+  if (found == nullptr) return std::nullopt;
+  query.remove_prefix(static_cast<std::size_t>(static_cast<const char*>(found) - query.data()));
+  query.remove_prefix(marker.size());
+  return std::string(query.substr(0, query.find('&')));
 }
 
 } // namespace quarnet

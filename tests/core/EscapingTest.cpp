@@ -35,6 +35,9 @@ TEST(QueryString, IsBuiltFromPairsAndReadWhereTheKeyIsFound) {
                 Parameters{{"", std::nullopt}, {"a&", ""}, {"b", std::nullopt}, {"c", "%20"}}),
             "&a%26=&b&c=%2520");
   EXPECT_EQ(StringUtil::getValueFromQueryStringKey("barcode=1&code=2", "code"), "1"); // is meant
+  const std::string many(10'000'000, 'a'); // a search that compares at every place takes minutes
+  EXPECT_EQ(StringUtil::getValueFromQueryStringKey(many, many.substr(many.size() / 2)),
+            std::nullopt);
 }
 
 TEST(Numbers, AreCutToTheirLimits) {

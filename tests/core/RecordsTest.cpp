@@ -45,6 +45,7 @@ TEST(Hosts, MoveTheAddressesAndKeepSchemesAndPaths) {
 struct App : std::string, test::Callbacks {};
 
 TEST(Callbacks, ReachTheOperationsOfTheTargetsBase) {
+  static_assert(std::is_trivially_copyable_v<Operation>); // an unloaded plug-in's does no harm
   App app;
   const CallbackTriple both = makeCallback(&app, &App::finished, &App::failed);
   both.finished(both.target, {{"RC", "1"}});
