@@ -20,11 +20,15 @@ constexpr guint kLongestSleepInMilliseconds = 10;
 struct GlibMainThread::Queue {
   std::mutex mutex;
   std::deque<std::function<void()>> calls;
-  bool hasSource = false;
+  /// The queue itself while it has a source, so that the posts outlive the object that took them.
+  /// The source has a plain pointer: nothing but the mutex hands data from thread to thread, since
+  /// ThreadSanitizer does not see GLib's locks.
+  std::shared_ptr<Queue> scheduled;
 
-  std::size_t size() {
+  /// Keeps the queue alive for the caller and counts the calls that wait.
+  std::pair<std::shared_ptr<Queue>, std::size_t> begin() {
     const std::lock_guard lock(mutex);
-    return calls.size();
+    return {scheduled, calls.size()};
   }
 
   /// An empty call when nothing waits.
@@ -36,18 +40,25 @@ struct GlibMainThread::Queue {
     return call;
   }
 
+  /// Whether `source` must run again.
+  bool needs(GSource* source) {
+    const std::lock_guard lock(mutex);
+    // A loop within a call has run everything and ended the source; there may be a new one by now.
+    if (g_source_is_destroyed(source)) return false;
+    if (calls.empty()) scheduled = nullptr;
+    return scheduled != nullptr;
+  }
+
   /// Runs what waits now. What is posted meanwhile runs after the context's other sources.
   static gboolean run(gpointer data) {
-    Queue& queue = **static_cast<std::shared_ptr<Queue>*>(data);
+    const auto [queue, waiting] = static_cast<Queue*>(data)->begin();
     // Taken out one by one: a call may run the loop itself, and there the next ones run.
-    for (std::size_t left = queue.size(); left > 0; --left) {
-      const std::function<void()> call = queue.next();
+    for (std::size_t left = waiting; left > 0; --left) {
+      const std::function<void()> call = queue->next();
       if (!call) break;
       runGuarded(call);
     }
-    const std::lock_guard lock(queue.mutex);
-    queue.hasSource = !queue.calls.empty();
-    return queue.hasSource ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+    return queue->needs(g_main_current_source()) ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
   }
 };
 
@@ -57,17 +68,16 @@ GlibMainThread::~GlibMainThread() = default;
 
 void GlibMainThread::post(std::function<void()> call) {
   // Once the call can run, this object may end.
-  const std::shared_ptr<Queue> queue = queue_;
+  Queue* const queue = queue_.get();
   {
     const std::lock_guard lock(queue->mutex);
     queue->calls.push_back(std::move(call));
-    if (std::exchange(queue->hasSource, true)) return;
+    if (std::exchange(queue->scheduled, queue_)) return;
   }
   GSource* source = g_idle_source_new();
   g_source_set_priority(source, G_PRIORITY_DEFAULT);
   g_source_set_can_recurse(source, TRUE);
-  g_source_set_callback(source, &Queue::run, new std::shared_ptr<Queue>(queue),
-                        [](gpointer owner) { delete static_cast<std::shared_ptr<Queue>*>(owner); });
+  g_source_set_callback(source, &Queue::run, queue, nullptr);
   g_source_attach(source, nullptr);
   g_source_unref(source);
 }
