@@ -20,13 +20,18 @@ constexpr guint kLongestSleepInMilliseconds = 10;
 struct GlibMainThread::Queue {
   std::mutex mutex;
   std::deque<std::function<void()>> calls;
-  bool hasSource = false;
+  /// The queue itself while it has a source, so that the posts outlive the object that took them.
+  /// The source has a plain pointer: nothing but the mutex hands data from thread to thread, since
+  /// ThreadSanitizer does not see GLib's locks.
+  std::shared_ptr<Queue> scheduled;
 
   /// Runs what waits now. What is posted meanwhile runs after the context's other sources.
   static gboolean run(gpointer data) {
-    Queue& queue = **static_cast<std::shared_ptr<Queue>*>(data);
-    // Taken out one by one: a call may run the loop itself, and there the next ones run.
+    Queue& queue = *static_cast<Queue*>(data);
+    std::shared_ptr<Queue> kept; // ends without the lock
     std::unique_lock lock(queue.mutex);
+    kept = queue.scheduled;
+    // Taken out one by one: a call may run the loop itself, and there the next ones run.
     for (std::size_t left = queue.calls.size(); left > 0 && !queue.calls.empty(); --left) {
       std::function<void()> call = std::move(queue.calls.front());
       queue.calls.pop_front();
@@ -35,8 +40,10 @@ struct GlibMainThread::Queue {
       call = nullptr; // what it held may post when it ends
       lock.lock();
     }
-    queue.hasSource = !queue.calls.empty();
-    return queue.hasSource ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+    // A loop within a call has run everything and ended the source; there may be a new one by now.
+    if (g_source_is_destroyed(g_main_current_source())) return G_SOURCE_REMOVE;
+    if (queue.calls.empty()) queue.scheduled = nullptr;
+    return queue.scheduled != nullptr ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
   }
 };
 
@@ -46,17 +53,16 @@ GlibMainThread::~GlibMainThread() = default;
 
 void GlibMainThread::post(std::function<void()> call) {
   // Once the call can run, this object may end.
-  const std::shared_ptr<Queue> queue = queue_;
+  Queue* const queue = queue_.get();
   {
     const std::lock_guard lock(queue->mutex);
     queue->calls.push_back(std::move(call));
-    if (std::exchange(queue->hasSource, true)) return;
+    if (std::exchange(queue->scheduled, queue_)) return;
   }
   GSource* source = g_idle_source_new();
   g_source_set_priority(source, G_PRIORITY_DEFAULT);
   g_source_set_can_recurse(source, TRUE);
-  g_source_set_callback(source, &Queue::run, new std::shared_ptr<Queue>(queue),
-                        [](gpointer owner) { delete static_cast<std::shared_ptr<Queue>*>(owner); });
+  g_source_set_callback(source, &Queue::run, queue, nullptr);
   g_source_attach(source, nullptr);
   g_source_unref(source);
 }
