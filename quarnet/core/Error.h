@@ -29,8 +29,6 @@ struct Error {
 /// The error value of code 1 to 7; any other has no description.
 QUARNET_EXPORT Error makeError(int code);
 
-// The library's own, not exported.
-
 /// What the memory did not suffice for says this in the log and in its description.
 inline constexpr char kNotEnoughMemory[] = "Not enough memory for the call";
 

@@ -12,8 +12,6 @@ namespace quarnet {
 /// 2.3). A percent sign is escaped like any other byte: escaping twice turns "%20" into "%2520".
 QUARNET_EXPORT std::string escapeString(std::string_view text);
 
-// The library's own, not exported.
-
 /// Appends what escapeString() makes of `text`.
 void appendEscaped(std::string& escaped, std::string_view text);
 

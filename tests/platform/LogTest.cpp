@@ -68,7 +68,7 @@ TEST_F(LogTest, ARedactedSessionShowsNoSecretAndAllElse) {
       "refresh_token":["{\"access_token\":\t\"Zq7\"}"],"expires_in":"3600\"Zq7",
       "scope":{"\\u0061ccess_token":"Zq7"},"body":{"key":"Zq7","iv":"Zq7"}})"));
   const auto page = toolkit_->webView();
-  for (const char* url : {"HTTP://h9:89/Zq7", "https://h?Zq7", "https://u:Zq7@h/", "https://h\\Zq7",
+  for (const char* url : {"HTTP://a-zA.Z0:9/Zq7", "https://h?Zq7", "https://u:Zq7@h/", "https://h\\Zq7",
                           "https://h:Zq7/", "about:Zq7", "Zq7://h/"})
     page->navigate(url);
   page->fail({.description = secret, .userInfo = secret});
@@ -112,7 +112,7 @@ TEST_F(LogTest, ARedactedSessionShowsNoSecretAndAllElse) {
                   "&grant_type=refresh_token&scope=profile&refresh_token=***\n"),
            "&client_secret=***&code=***&grant_type=authorization_code\n",
            "accessToken:***\nrefreshToken:***\nexpiresIn:(null)\nscope:(null)\n",
-           "encryptedString : ***\n", "URL : HTTP://h9:89***\n", "URL : https://h***\n",
+           "encryptedString : ***\n", "URL : HTTP://a-zA.Z0:9***\n", "URL : https://h***\n",
            "{Content-Type: application/json, swap_key: 1700000000250, client_id: demo-client, "
            "access_token: ***, refresh_token: ***, Accept: ",
            "\n401\nAPIRequest async data received\nphoto size : 84\n",

@@ -9,12 +9,6 @@
 #include <utility>
 
 namespace quarnet::platform {
-namespace {
-
-constexpr guint kLongestSleepInMilliseconds = 10;
-
-} // namespace
-
 /// The calls that wait. One source on the context runs them all: a source for each would make an
 /// asynchronous call 10 % dearer when thousands of them end at once.
 struct GlibMainThread::Queue {
@@ -68,6 +62,7 @@ void GlibMainThread::post(std::function<void()> call) {
 }
 
 bool GlibMainThread::runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
+  constexpr guint kLongestSleepInMilliseconds = 10;
   const gint64 longest = (G_MAXINT64 - g_get_monotonic_time()) / 1000;
   const gint64 deadline =
       g_get_monotonic_time() + std::min<gint64>(limit.count(), longest - 1) * 1000;

@@ -148,7 +148,8 @@ TEST_P(ObstacleTest, KeepsTheValuesSaysItOnceAndSavesThemLater) {
     saveGeneration(*store, generation);
     const std::vector<std::string> lines = log->take();
     ASSERT_EQ(lines.size(), 1U) << testing::PrintToString(lines);
-    EXPECT_EQ(lines[0].find("user defaults cannot be saved : " + path.string() + ": "), 0U);
+    const std::string start = "user defaults cannot be saved : " + path.string() + ": ";
+    EXPECT_TRUE(lines[0].starts_with(start) && lines[0].size() > start.size()) << lines[0];
     EXPECT_EQ(storedGeneration(*store), generation);
   }
   const long found = storedGeneration(*reader);
