@@ -170,6 +170,7 @@ const Obstacle kObstacles[] = {
     {"FolderInPlaceOfTheFile", "rm in/s; mkdir in/s", "rmdir in/s"},
     {"PipeInPlaceOfTheFile", "rm in/s; mkfifo in/s", "rm in/s"},
     {"LinkThatLeadsNowhere", "rm in/s; ln -s nowhere in/s", "rm in/s"},
+    {"LinkToItself", "rm in/s; ln -s s in/s", "rm in/s"},
     {"NotADatabase", "seq 2000 > in/s", "rm in/s"},
     {"ReadOnlyFile", "chmod 444 in/s", "test $(stat -c %a in/s) = 400 && chmod 600 in/s"},
     {"DamagedFileThatIsReadOnly", "truncate -s 9000 in/s && chmod 400 in/s", "rm in/s", "", true},
