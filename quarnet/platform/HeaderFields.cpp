@@ -14,7 +14,7 @@ HeaderFields::HeaderFields(std::initializer_list<Field> fields) {
 void HeaderFields::set(std::string_view name, std::optional<std::string_view> value) {
   std::erase_if(fields_, [name](const Field& old) { return sameIgnoringCase(old.name, name); });
   if (!value) return;
-  if (fields_.empty()) fields_.reserve(8); // an ordinary call
+  if (fields_.empty()) fields_.reserve(7); // an ordinary call; thousands may wait
   fields_.push_back({std::string(name), std::string(*value)});
 }
 

@@ -12,17 +12,25 @@ namespace quarnet::platform {
 struct HttpResponse {
   /// Of the final answer: 200 or more.
   long statusCode = 0;
+  /// How long the server wants to be left alone (Retry-After; RFC 9110, section 10.2.3); 0 when it
+  /// did not say.
+  std::chrono::seconds retryAfter{0};
 };
+
+/// Why a request brought no whole answer, for a program.
+enum class HttpFailure { NoConnection, TimedOut, InvalidRequest, TooLarge };
 
 /// How a request ended.
 struct HttpResult {
   /// Absent when no answer began to arrive.
-  std::optional<HttpResponse> response;
+  std::optional<HttpResponse> response = {};
   /// The body, or what had arrived of it when the transport failed.
-  Data body;
+  Data body = {};
   /// Why the transport failed, always with a description, which goes to the log as harmless and so
   /// quotes no address, header field or body; absent when a whole answer came, whatever its status.
-  std::optional<Error> error;
+  std::optional<Error> error = {};
+  /// The same for a program; of no meaning without an error.
+  HttpFailure failure = HttpFailure::NoConnection;
 };
 
 /// Sends HTTP requests. Every operation may be called from any thread at the same time.
@@ -35,8 +43,8 @@ struct HttpResult {
 ///
 /// A request to which no answer came is sent again only where that is safe (RFC 9110, section
 /// 9.2.2): GET, HEAD, PUT and DELETE once, when the connection had been kept open and turned out to
-/// be closed; others only when none of their bytes was written or the server said that it did not
-/// process them.
+/// be closed; others, and what is for once, only when none of their bytes was written or the server
+/// said that it did not process them.
 class QUARNET_EXPORT HttpClient {
 public:
   /// Called exactly once for each asynchronous send, on a background thread, also when the process
@@ -51,6 +59,10 @@ public:
   /// Returns at once.
   virtual void sendAsynchronously(std::shared_ptr<const HttpRequest> request,
                                   Completion completion) = 0;
+
+  /// Has a connection opened that the next asynchronous send to the origin of `url` may use, unless
+  /// one is open. No request is made. Returns at once; nothing comes of it when it cannot be done.
+  virtual void openConnection(const std::string& /*url*/) {}
 };
 
 } // namespace quarnet::platform

@@ -68,8 +68,8 @@ TEST_F(LogTest, ARedactedSessionShowsNoSecretAndAllElse) {
       "refresh_token":["{\"access_token\":\t\"Zq7\"}"],"expires_in":"3600\"Zq7",
       "scope":{"\\u0061ccess_token":"Zq7"},"body":{"key":"Zq7","iv":"Zq7"}})"));
   const auto page = toolkit_->webView();
-  for (const char* url : {"HTTP://a-zA.Z0:9/Zq7", "https://h?Zq7", "https://u:Zq7@h/", "https://h\\Zq7",
-                          "https://h:Zq7/", "about:Zq7", "Zq7://h/"})
+  for (const char* url : {"HTTP://a-zA.Z0:9/Zq7", "https://h?Zq7", "https://u:Zq7@h/",
+                          "https://h\\Zq7", "https://h:Zq7/", "about:Zq7", "Zq7://h/"})
     page->navigate(url);
   page->fail({.description = secret, .userInfo = secret});
   page->finish(completionUrl(secret));

@@ -1,6 +1,6 @@
 #include "quarnet/platform/curl/Background.h"
 
-#include "quarnet/platform/curl/BlockedSignals.h"
+#include "quarnet/platform/BlockedSignals.h"
 
 #include <chrono>
 #include <cstdlib>

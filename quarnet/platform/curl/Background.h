@@ -1,8 +1,8 @@
 #pragma once
 
 #include "quarnet/platform/ForkCount.h"
+#include "quarnet/platform/WorkerPool.h"
 #include "quarnet/platform/curl/EventLoop.h"
-#include "quarnet/platform/curl/WorkerPool.h"
 
 #include <memory>
 

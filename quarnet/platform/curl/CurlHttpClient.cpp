@@ -58,4 +58,12 @@ void CurlHttpClient::sendAsynchronously(std::shared_ptr<const HttpRequest> reque
   background->loop().submit({std::move(request), std::move(completion)});
 }
 
+void CurlHttpClient::openConnection(const std::string& url) noexcept {
+  try {
+    implementation_->connections().background().loop().openConnection(url);
+  } catch (const std::system_error&) {
+    // The send itself reports that there is no thread.
+  }
+}
+
 } // namespace quarnet::platform

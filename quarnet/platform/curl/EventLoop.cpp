@@ -1,6 +1,8 @@
 #include "quarnet/platform/curl/EventLoop.h"
 
+#include "quarnet/platform/curl/Cancellation.h"
 #include "quarnet/platform/curl/HttpError.h"
+#include "quarnet/platform/curl/Origin.h"
 
 #include <algorithm>
 #include <new>
@@ -11,12 +13,14 @@ namespace {
 
 constexpr std::chrono::milliseconds kLongestSleep{60'000};
 constexpr std::chrono::milliseconds kBetweenReminders{500};
+constexpr const char* kCancelled = "The request was cancelled";
 
 } // namespace
 
 struct EventLoop::Flight {
-  Flight(TrustStore& trust, std::size_t maximumBodySize, CURLSH* share, Goaways& goaways)
-      : transfer(trust, maximumBodySize, share, &goaways) {}
+  Flight(TrustStore& trust, std::size_t maximumBodySize, CURLSH* share, Goaways& goaways,
+         Sockets& sockets)
+      : transfer(trust, maximumBodySize, share, &goaways, &sockets) {}
 
   Transfer transfer;
   Submission submission;
@@ -37,20 +41,45 @@ EventLoop::EventLoop(TrustStore& trust, std::size_t maximumBodySize, WorkerPool&
 EventLoop::~EventLoop() = default;
 
 void EventLoop::submit(Submission submission) {
+  const std::stop_token token = submission.request->stopToken;
+  const std::shared_ptr<Cancellation> cancellation =
+      token.stop_possible() ? Cancellation::make(*this, token) : nullptr;
+  submission.cancellation = cancellation;
   std::unique_lock lock(mutex_);
-  if (endReason_ == nullptr) {
-    queue_.push(std::move(submission));
+  // A stop from here on finds the send in the queue: it is looked for under the lock.
+  const char* const refusal = token.stop_requested() ? kCancelled : endReason_;
+  if (refusal == nullptr) {
+    const SendQueue::Place place = queue_.push(std::move(submission));
+    if (cancellation) cancellation->place = place;
     if (starved_ && queue_.hasNext()) {
       starved_ = false;
       curl_multi_wakeup(multi_.get());
     }
     return;
   }
-  HttpResult result = failedResult(CURLE_ABORTED_BY_CALLBACK, endReason_);
   lock.unlock();
+  if (cancellation) cancellation->end();
+  HttpResult result = failedResult(CURLE_ABORTED_BY_CALLBACK, refusal);
   workers_.run({[submission = std::move(submission), result = std::move(result)]() mutable {
     submission.completion(std::move(result));
   }});
+}
+
+void EventLoop::cancel(std::shared_ptr<Cancellation> cancellation) {
+  // The lock of another process's loop may be held for good.
+  if (cancellation == nullptr || forks_ != forkCount()) return;
+  const std::lock_guard lock(mutex_);
+  if (cancelled_.empty()) curl_multi_wakeup(multi_.get());
+  cancelled_.push_back(std::move(cancellation));
+}
+
+void EventLoop::openConnection(const std::string& url) {
+  const std::string_view origin = originIn(url);
+  const std::lock_guard lock(mutex_);
+  // What is on its way there has its connections.
+  if (queue_.holds(origin) || wanted_.contains(origin)) return;
+  if (wanted_.empty()) curl_multi_wakeup(multi_.get());
+  wanted_.emplace(origin);
 }
 
 void EventLoop::stop(const char* reason) {
@@ -68,6 +97,8 @@ void EventLoop::run() {
     int running = 0;
     curl_multi_perform(multi_.get(), &running);
     collect();
+    endCancelled();
+    openWanted();
     const bool admitted = admit();
     workers_.run(std::exchange(completed_, {}));
     // What was just admitted is started before the thread waits.
@@ -77,8 +108,9 @@ void EventLoop::run() {
 }
 
 void EventLoop::sleep() {
+  sockets_.closeUnused();
   const bool isIdle = flights_.size() == idle_.size();
-  const auto limit = isIdle ? kLongestSleep : kBetweenReminders;
+  const auto limit = isIdle && !sockets_.hasUnused() ? kLongestSleep : kBetweenReminders;
   curl_multi_poll(multi_.get(), nullptr, 0, static_cast<int>(limit.count()), nullptr);
   const auto now = std::chrono::steady_clock::now();
   if (isIdle || now - lastReminder_ < kBetweenReminders) return;
@@ -116,8 +148,11 @@ std::vector<SendQueue::Next> EventLoop::take() {
   const std::lock_guard lock(mutex_);
   for (SendQueue::Origin* origin : std::exchange(landed_, {}))
     queue_.landed(origin);
-  while (queue_.hasNext())
+  while (queue_.hasNext()) {
     taken.push_back(queue_.take());
+    if (const auto& cancellation = taken.back().submission.cancellation)
+      cancellation->place.reset();
+  }
   starved_ = taken.empty();
   return taken;
 }
@@ -128,6 +163,7 @@ void EventLoop::launch(SendQueue::Next next) {
   idle_.pop_back();
   flight.submission = std::move(next.submission);
   flight.origin = next.origin;
+  if (flight.submission.cancellation) flight.submission.cancellation->flight = &flight;
   if (flight.transfer.begin(*flight.submission.request)) {
     put(flight);
   } else {
@@ -136,7 +172,8 @@ void EventLoop::launch(SendQueue::Next next) {
 }
 
 void EventLoop::addFlight() {
-  flights_.push_back(std::make_unique<Flight>(trust_, maximumBodySize_, share_.get(), goaways_));
+  flights_.push_back(
+      std::make_unique<Flight>(trust_, maximumBodySize_, share_.get(), goaways_, sockets_));
   idle_.push_back(flights_.back().get());
 }
 
@@ -153,6 +190,10 @@ void EventLoop::collect() {
     curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &flight);
     // The message is freed with the removal of its handle.
     const CURLcode code = message->data.result;
+    if (flight == nullptr) {
+      opener_.finish(message->easy_handle, code);
+      continue;
+    }
     curl_multi_remove_handle(multi_.get(), flight->transfer.easy());
     if (flight->transfer.advance(code)) {
       put(*flight);
@@ -162,6 +203,40 @@ void EventLoop::collect() {
   }
 }
 
+void EventLoop::endCancelled() {
+  std::vector<std::shared_ptr<Cancellation>> cancelled;
+  std::vector<Submission> waiting;
+  {
+    const std::lock_guard lock(mutex_);
+    cancelled.swap(cancelled_);
+    for (const auto& one : cancelled) {
+      if (const auto place = std::exchange(one->place, {}))
+        waiting.push_back(queue_.remove(*place));
+    }
+  }
+  for (Submission& submission : waiting)
+    complete(std::move(submission), failedResult(CURLE_ABORTED_BY_CALLBACK, kCancelled));
+  for (const auto& one : cancelled) {
+    Flight* const flight = one->flight;
+    if (flight != nullptr) land(*flight, abandon(*flight, kCancelled));
+  }
+}
+
+void EventLoop::openWanted() {
+  std::set<std::string, std::less<>> wanted;
+  {
+    const std::lock_guard lock(mutex_);
+    wanted.swap(wanted_);
+  }
+  for (const std::string& origin : wanted)
+    opener_.open(origin);
+}
+
+HttpResult EventLoop::abandon(Flight& flight, const char* reason) {
+  curl_multi_remove_handle(multi_.get(), flight.transfer.easy());
+  return flight.transfer.abandon(reason);
+}
+
 void EventLoop::land(Flight& flight, HttpResult result) {
   complete(std::move(flight.submission), std::move(result));
   landed_.push_back(flight.origin);
@@ -169,6 +244,10 @@ void EventLoop::land(Flight& flight, HttpResult result) {
 }
 
 void EventLoop::complete(Submission submission, HttpResult result) {
+  if (submission.cancellation) {
+    submission.cancellation->flight = nullptr;
+    submission.cancellation->end();
+  }
   // The request is captured as well, so that a worker frees it.
   completed_.emplace_back(
       [submission = std::move(submission), result = std::move(result)]() mutable {
@@ -180,9 +259,7 @@ void EventLoop::abandonAll() {
   // submit() queues nothing any more, so the queue holds all that is left.
   for (const auto& flight : flights_) {
     if (flight->submission.request == nullptr) continue;
-    curl_multi_remove_handle(multi_.get(), flight->transfer.easy());
-    HttpResult result = flight->transfer.takeResult();
-    result.error = httpError(CURLE_ABORTED_BY_CALLBACK, endReason_);
+    HttpResult result = abandon(*flight, endReason_);
     complete(std::move(flight->submission), std::move(result));
   }
   for (Submission& submission : queue_.takeAll())

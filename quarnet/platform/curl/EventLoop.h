@@ -1,16 +1,20 @@
 #pragma once
 
+#include "quarnet/platform/ForkCount.h"
 #include "quarnet/platform/HttpClient.h"
+#include "quarnet/platform/WorkerPool.h"
+#include "quarnet/platform/curl/ConnectionOpener.h"
 #include "quarnet/platform/curl/Goaways.h"
 #include "quarnet/platform/curl/SendQueue.h"
 #include "quarnet/platform/curl/Share.h"
 #include "quarnet/platform/curl/Transfer.h"
-#include "quarnet/platform/curl/WorkerPool.h"
 
 #include <chrono>
 #include <curl/curl.h>
 #include <memory>
 #include <mutex>
+#include <set>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -33,13 +37,21 @@ public:
   /// Safe from any thread. After stop() the send fails with the reason given there.
   void submit(Submission submission);
 
+  /// Takes a submitted send off the wire or out of the queue and completes it with an error;
+  /// nothing for null and when it has ended. Safe from any thread of the process that made the
+  /// loop; does nothing in another one.
+  void cancel(std::shared_ptr<Cancellation> cancellation);
+
+  /// See HttpClient. Safe from any thread.
+  void openConnection(const std::string& url);
+
+  struct Flight;
+
   /// Fails all sends, those that are submitted from now on included, with the description `reason`,
   /// and returns when the thread has ended. Safe from any thread, also twice.
   void stop(const char* reason);
 
 private:
-  struct Flight;
-
   void run();
   bool isEnding();
   bool admit();
@@ -48,21 +60,27 @@ private:
   void addFlight();
   void put(Flight& flight);
   void collect();
+  void endCancelled();
+  void openWanted();
   void sleep();
   void remindOfWaiting();
+  HttpResult abandon(Flight& flight, const char* reason);
   void land(Flight& flight, HttpResult result);
   void complete(Submission submission, HttpResult result);
   void abandonAll();
 
   TrustStore& trust_;
   const std::size_t maximumBodySize_;
+  const unsigned forks_ = forkCount();
   WorkerPool& workers_;
   Share share_;
+  Sockets sockets_;
   std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> multi_;
   /// Never sends anything.
   std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> reminder_;
 
   // Used by the loop's thread alone.
+  ConnectionOpener opener_{multi_.get(), sockets_};
   Goaways goaways_;
   std::chrono::steady_clock::time_point lastReminder_;
   std::vector<std::unique_ptr<Flight>> flights_;
@@ -74,6 +92,10 @@ private:
 
   std::mutex mutex_;
   SendQueue queue_;
+  /// What is to end before its time.
+  std::vector<std::shared_ptr<Cancellation>> cancelled_;
+  /// The origins to which a connection is to be opened.
+  std::set<std::string, std::less<>> wanted_;
   /// Whether the thread found nothing that may be sent, so that the next submission must wake it.
   bool starved_ = false;
   const char* endReason_ = nullptr;

@@ -33,6 +33,11 @@ std::string_view originIn(std::string_view url) {
   return url.substr(0, end);
 }
 
+std::string plainAddressOf(const std::string& url) {
+  const auto [scheme, host, port] = originOf(url);
+  return host.empty() ? "" : "http://" + host + ":" + port;
+}
+
 bool sameOrigin(const std::string& a, const std::string& b) {
   const auto first = originOf(a);
   const auto second = originOf(b);

@@ -3,14 +3,17 @@
 #include "quarnet/platform/curl/Origin.h"
 
 #include <iterator>
+#include <optional>
 #include <utility>
 
 namespace quarnet::platform {
 
 struct SendQueue::Origin {
   std::map<std::string, Origin, std::less<>>::iterator self;
-  std::deque<Submission> waiting;
+  std::list<Submission> waiting;
   std::size_t onWire = 0;
+  /// Its place among the ready ones.
+  std::optional<std::list<Origin*>::iterator> turn;
 
   bool isReady() const { return !waiting.empty() && onWire < kMaximumOnWirePerOrigin; }
 };
@@ -18,7 +21,7 @@ struct SendQueue::Origin {
 SendQueue::SendQueue() = default;
 SendQueue::~SendQueue() = default;
 
-void SendQueue::push(Submission submission) {
+SendQueue::Place SendQueue::push(Submission submission) {
   const std::string_view name = originIn(submission.request->url);
   auto found = origins_.find(name);
   if (found == origins_.end()) {
@@ -26,9 +29,20 @@ void SendQueue::push(Submission submission) {
     found->second.self = found;
   }
   Origin& origin = found->second;
-  const bool wasReady = origin.isReady();
-  origin.waiting.push_back(std::move(submission));
-  if (!wasReady && origin.isReady()) ready_.push_back(&origin);
+  const auto entry = origin.waiting.insert(origin.waiting.end(), std::move(submission));
+  update(origin);
+  return {&origin, entry};
+}
+
+Submission SendQueue::remove(const Place& place) {
+  Submission removed = std::move(*place.entry);
+  place.origin->waiting.erase(place.entry);
+  update(*place.origin);
+  return removed;
+}
+
+bool SendQueue::holds(std::string_view origin) const {
+  return origins_.contains(origin);
 }
 
 bool SendQueue::hasNext() const {
@@ -37,21 +51,30 @@ bool SendQueue::hasNext() const {
 
 SendQueue::Next SendQueue::take() {
   Origin& origin = *ready_.front();
-  ready_.pop_front();
   Next next{std::move(origin.waiting.front()), &origin};
   origin.waiting.pop_front();
   ++origin.onWire;
   ++onWire_;
-  if (origin.isReady()) ready_.push_back(&origin);
+  ready_.splice(ready_.end(), ready_, ready_.begin());
+  update(origin);
   return next;
 }
 
 void SendQueue::landed(Origin* origin) {
-  const bool wasReady = origin->isReady();
   --origin->onWire;
   --onWire_;
-  if (!wasReady && origin->isReady()) ready_.push_back(origin);
-  if (origin->waiting.empty() && origin->onWire == 0) origins_.erase(origin->self);
+  update(*origin);
+}
+
+// Called after each change of an origin, which may end with it.
+void SendQueue::update(Origin& origin) {
+  if (origin.isReady() && !origin.turn) {
+    origin.turn = ready_.insert(ready_.end(), &origin);
+  } else if (!origin.isReady() && origin.turn) {
+    ready_.erase(*origin.turn);
+    origin.turn.reset();
+  }
+  if (origin.waiting.empty() && origin.onWire == 0) origins_.erase(origin.self);
 }
 
 std::vector<Submission> SendQueue::takeAll() {

@@ -2,10 +2,11 @@
 
 #include "quarnet/platform/HttpClient.h"
 
-#include <deque>
+#include <list>
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quarnet::platform {
@@ -15,10 +16,14 @@ namespace quarnet::platform {
 inline constexpr std::size_t kMaximumOnWire = 256;
 inline constexpr std::size_t kMaximumOnWirePerOrigin = 64;
 
+struct Cancellation;
+
 /// One asynchronous send.
 struct Submission {
   std::shared_ptr<const HttpRequest> request;
   HttpClient::Completion completion;
+  /// Null when nobody can ask for its end.
+  std::shared_ptr<Cancellation> cancellation = nullptr;
 };
 
 /// The sends that wait for their turn. The origins take turns, so that none delays another.
@@ -31,8 +36,17 @@ public:
   SendQueue();
   ~SendQueue();
 
+  /// Where a send waits; valid until the send is taken or removed.
+  struct Place {
+    Origin* origin;
+    std::list<Submission>::iterator entry;
+  };
   /// Adds a send behind those of its origin.
-  void push(Submission submission);
+  Place push(Submission submission);
+  /// Takes a send out of the queue for good.
+  Submission remove(const Place& place);
+  /// Whether a send to the origin of that name waits or is on the wire.
+  bool holds(std::string_view origin) const;
   /// Whether a send may start now.
   bool hasNext() const;
 
@@ -49,9 +63,11 @@ public:
   std::vector<Submission> takeAll();
 
 private:
+  void update(Origin& origin);
+
   std::map<std::string, Origin, std::less<>> origins_;
   /// The origins with a waiting send that may start, the next one in front.
-  std::deque<Origin*> ready_;
+  std::list<Origin*> ready_;
   std::size_t onWire_ = 0;
 };
 

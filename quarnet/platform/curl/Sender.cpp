@@ -10,7 +10,7 @@ constexpr int kLongestSleepInMilliseconds = 1'000;
 
 Sender::Sender(TrustStore& trust, std::size_t maximumBodySize)
     : multi_(curl_multi_init(), curl_multi_cleanup),
-      transfer_(trust, maximumBodySize, share_.get(), nullptr) {
+      transfer_(trust, maximumBodySize, share_.get(), nullptr, nullptr) {
   if (!multi_) throw std::bad_alloc();
   curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, kMaximumConnections);
 }

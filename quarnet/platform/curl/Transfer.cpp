@@ -1,11 +1,12 @@
 #include "quarnet/platform/curl/Transfer.h"
 
-#include "quarnet/platform/curl/HttpError.h"
+#include "quarnet/platform/Guarded.h"
 #include "quarnet/platform/curl/Origin.h"
 #include "quarnet/platform/curl/RequestCheck.h"
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
 #include <exception>
 #include <new>
 #include <utility>
@@ -14,6 +15,9 @@ namespace quarnet::platform {
 namespace {
 
 constexpr int kMaximumRedirects = 20;
+constexpr std::chrono::milliseconds kBetweenReports{100};
+// The largest number of seconds that is of any use (RFC 9111, section 1.2.2).
+constexpr curl_off_t kLongestDelay = INT_MAX;
 
 // The last stream that the server took, from libcurl's line about a GOAWAY frame (which it spells
 // like this). Other lines may quote texts of anybody.
@@ -30,8 +34,10 @@ std::optional<unsigned> lastTakenIn(std::string_view line) {
 
 } // namespace
 
-Transfer::Transfer(TrustStore& trust, std::size_t maximumBodySize, CURLSH* share, Goaways* goaways)
-    : trust_(trust), maximumBodySize_(maximumBodySize), goaways_(goaways), handle_(trust, share) {}
+Transfer::Transfer(TrustStore& trust, std::size_t maximumBodySize, CURLSH* share, Goaways* goaways,
+                   Sockets* sockets)
+    : trust_(trust), maximumBodySize_(maximumBodySize), goaways_(goaways), sockets_(sockets),
+      handle_(trust, share) {}
 
 void Transfer::renewHandle() {
   handle_.renew();
@@ -45,6 +51,14 @@ void Transfer::renewHandle() {
   curl_easy_setopt(easy(), CURLOPT_XFERINFODATA, this);
   curl_easy_setopt(easy(), CURLOPT_DEBUGFUNCTION, onDebug);
   curl_easy_setopt(easy(), CURLOPT_DEBUGDATA, this);
+  if (sockets_ != nullptr) {
+    curl_easy_setopt(easy(), CURLOPT_OPENSOCKETFUNCTION, onSocket);
+    curl_easy_setopt(easy(), CURLOPT_OPENSOCKETDATA, this);
+    curl_easy_setopt(easy(), CURLOPT_SOCKOPTFUNCTION, onSocketMade);
+    curl_easy_setopt(easy(), CURLOPT_SOCKOPTDATA, this);
+    curl_easy_setopt(easy(), CURLOPT_CLOSESOCKETFUNCTION, Sockets::close);
+    curl_easy_setopt(easy(), CURLOPT_CLOSESOCKETDATA, sockets_);
+  }
   // libcurl sends whatever was on a reused connection that died again, a POST too, and up to five
   // times. This keeps it from that, over HTTP as well; what the server refused is not concerned.
   curl_easy_setopt(easy(), CURLOPT_RTSP_REQUEST, long{CURL_RTSPREQ_RECEIVE});
@@ -54,8 +68,8 @@ bool Transfer::begin(const HttpRequest& request) noexcept {
   try {
     using namespace std::chrono_literals;
     request_ = &request;
-    deadline_ =
-        Clock::now() + std::clamp<std::chrono::milliseconds>(request.timeout, 0ms, 24h * 24);
+    lastReport_ = Clock::now();
+    deadline_ = lastReport_ + std::clamp<std::chrono::milliseconds>(request.timeout, 0ms, 24h * 24);
     redirects_ = 0;
     resends_ = 0;
     wantsHttp1_ = false;
@@ -81,14 +95,18 @@ bool Transfer::advance(CURLcode code) noexcept {
     // libcurl lets an answer pass whose head was cut off or never came.
     if (code == CURLE_OK && !result_.response) code = CURLE_PARTIAL_FILE;
     if (code != CURLE_OK) {
-      return maySendAgain(failedAttempt(code)) ? sendAgain() : fail(code, describe(code));
+      return maySendAgain(failedAttempt(code))
+                 ? sendAgain()
+                 : fail(code, describe(code), failureOf(refusal_ != CURLE_OK ? refusal_ : code));
     }
     const char* next = nullptr;
     if (isRedirect(result_.response->statusCode)) {
       // The Location field made absolute, since libcurl was told not to follow it itself.
       curl_easy_getinfo(easy(), CURLINFO_REDIRECT_URL, &next);
     }
-    return next != nullptr && follow(next);
+    if (next != nullptr) return follow(next);
+    if (request_->progress) report();
+    return false;
   } catch (const std::bad_alloc&) {
     return fail(CURLE_OUT_OF_MEMORY, "Not enough memory for the call");
   }
@@ -98,6 +116,12 @@ HttpResult Transfer::takeResult() {
   // A length that was announced and not kept to must not hold on to memory.
   if (result_.body.size() < result_.body.capacity() / 2) result_.body.shrink_to_fit();
   return std::exchange(result_, {});
+}
+
+HttpResult Transfer::abandon(const char* reason) {
+  if (stream_ != 0 && !hasBegunToSend()) goaways_->lose(connection_);
+  fail(CURLE_ABORTED_BY_CALLBACK, reason);
+  return takeResult();
 }
 
 bool Transfer::follow(std::string url) {
@@ -127,31 +151,36 @@ bool Transfer::prepareHop() {
   }
   renewHandle();
   refusal_ = CURLE_OK;
+  progress_ = {};
+  wasConnectedAhead_ = false;
   starts_ = 0;
   stream_ = 0;
   wasRefused_ = false;
   // Some servers end an HTTP/2 connection after a few requests and refuse the others on it.
   const bool mayUseHttp2 = goaways_ != nullptr && !wantsHttp1_ && resends_ <= kMaximumResends / 2;
   if (Text problem = handle_.prepare(*request_, hop_, left, mayUseHttp2)) {
-    return fail(CURLE_BAD_FUNCTION_ARGUMENT, std::move(*problem));
+    return fail(CURLE_BAD_FUNCTION_ARGUMENT, std::move(*problem), HttpFailure::TooLarge);
   }
   if (handle_.offersHttp2()) listen(false);
+  if (request_->progress) curl_easy_setopt(easy(), CURLOPT_NOPROGRESS, 0L);
   return true;
 }
 
 FailedAttempt Transfer::failedAttempt(CURLcode code) const {
   long answerSize = 0;
   long requestSize = 0;
-  curl_off_t sendingBegan = 0;
   curl_easy_getinfo(easy(), CURLINFO_HEADER_SIZE, &answerSize);
   curl_easy_getinfo(easy(), CURLINFO_REQUEST_SIZE, &requestSize);
-  curl_easy_getinfo(easy(), CURLINFO_PRETRANSFER_TIME_T, &sendingBegan);
   const bool wasStartedOver = starts_ > 1;
-  const bool wasReused = starts_ > 0 && !isOnNewConnection();
-  const bool nothingWasWritten = requestSize == 0 && sendingBegan == 0 && !handle_.writesInParts();
-  if (stream_ != 0 && sendingBegan == 0) goaways_->lose(connection_);
+  const bool wasReused = starts_ > 0 && (!isOnNewConnection() || wasConnectedAhead_);
+  const bool endedInHandshake =
+      starts_ == 0 &&
+      (code == CURLE_SSL_CONNECT_ERROR || code == CURLE_SEND_ERROR || code == CURLE_RECV_ERROR);
+  const bool nothingWasWritten = requestSize == 0 && !hasBegunToSend() && !handle_.writesInParts();
+  if (stream_ != 0 && !hasBegunToSend()) goaways_->lose(connection_);
   return {
       .method = hop_.method,
+      .isForOnce = request_->isForOnce,
       .wasAnswered = answerSize > 0,
       .connectionDied = wasStartedOver || code == CURLE_SEND_ERROR || code == CURLE_RECV_ERROR ||
                         code == CURLE_GOT_NOTHING || code == CURLE_PARTIAL_FILE ||
@@ -159,9 +188,16 @@ FailedAttempt Transfer::failedAttempt(CURLcode code) const {
       .wasReused = wasStartedOver || wasReused,
       .wasUntouched =
           wasRefused_ || (goaways_ != nullptr && goaways_->refused(connection_, stream_)) ||
+          (wasConnectedAhead_ && endedInHandshake) ||
           (wasReused && nothingWasWritten && (code == CURLE_SEND_ERROR || code == CURLE_HTTP2)),
       .resends = resends_,
   };
+}
+
+bool Transfer::hasBegunToSend() const {
+  curl_off_t began = 0;
+  curl_easy_getinfo(easy(), CURLINFO_PRETRANSFER_TIME_T, &began);
+  return began != 0;
 }
 
 bool Transfer::isOnNewConnection() const {
@@ -170,8 +206,11 @@ bool Transfer::isOnNewConnection() const {
   return newConnections > 0;
 }
 
-bool Transfer::fail(CURLcode code, std::string description) {
+bool Transfer::fail(CURLcode code, std::string description, HttpFailure failure) {
   result_.error = httpError(code, std::move(description));
+  // What is wrong with the address of a redirect is the server's fault.
+  const bool isServersFault = redirects_ > 0 && failure == HttpFailure::InvalidRequest;
+  result_.failure = isServersFault ? HttpFailure::NoConnection : failure;
   return false;
 }
 
@@ -186,6 +225,19 @@ std::string Transfer::describe(CURLcode code) const {
   if (*text != '\0') return text;
   if (code != CURLE_PARTIAL_FILE || result_.response) return curl_easy_strerror(code);
   return "The connection was closed in the middle of the answer's head";
+}
+
+curl_socket_t Transfer::onSocket(void* transfer, curlsocktype, curl_sockaddr* address) {
+  auto& self = *static_cast<Transfer*>(transfer);
+  const Sockets::Opened opened = self.sockets_->open(originIn(self.hop_.url), *address);
+  self.isConnected_ = opened.isConnected;
+  if (opened.isConnected) self.wasConnectedAhead_ = true;
+  return opened.socket;
+}
+
+int Transfer::onSocketMade(void* transfer, curl_socket_t, curlsocktype) {
+  const auto& self = *static_cast<Transfer*>(transfer);
+  return self.isConnected_ ? CURL_SOCKOPT_ALREADY_CONNECTED : CURL_SOCKOPT_OK;
 }
 
 // Called before each time that a request is sent.
@@ -207,15 +259,27 @@ int Transfer::onStart(void* transfer, char* farAddress, char*, int farPort, int 
 // and to whichever transfer reads from the connection. The output before and while a request is
 // sent is off, since formatting it would take longer than sending the request.
 void Transfer::listen(bool isSent) {
-  curl_easy_setopt(easy(), CURLOPT_NOPROGRESS, long{isSent});
+  isListening_ = isSent;
+  curl_easy_setopt(easy(), CURLOPT_NOPROGRESS, long{isSent && !request_->progress});
   curl_easy_setopt(easy(), CURLOPT_VERBOSE, long{isSent});
 }
 
-// Called after each step of libcurl's until listen(true) ends that.
-int Transfer::onProgress(void* transfer, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+// Called after each step of libcurl's; unless the progress is of interest, until listen(true).
+int Transfer::onProgress(void* transfer, curl_off_t toReceive, curl_off_t received,
+                         curl_off_t toSend, curl_off_t sent) {
   auto& self = *static_cast<Transfer*>(transfer);
-  if (self.starts_ > 0) self.listen(true);
+  const bool mayListen = self.handle_.offersHttp2() && !self.isListening_;
+  if (mayListen && self.starts_ > 0) self.listen(true);
+  if (!self.request_->progress) return 0;
+  const auto count = [](curl_off_t bytes) { return static_cast<std::uint64_t>(bytes); };
+  self.progress_ = {count(sent), count(toSend), count(received), count(toReceive)};
+  if (Clock::now() - self.lastReport_ >= kBetweenReports) self.report();
   return 0;
+}
+
+void Transfer::report() {
+  lastReport_ = Clock::now();
+  runGuarded([this] { request_->progress(progress_); });
 }
 
 // If another libcurl words these lines differently, nothing counts as refused.
@@ -244,8 +308,13 @@ void Transfer::receiveHeaderLine(std::string_view line) {
   if (line != "\r\n" && line != "\n") return;
   // The head is whole; that of an interim answer (1xx) does not count.
   long status = 0;
+  curl_off_t delay = 0;
   curl_easy_getinfo(easy(), CURLINFO_RESPONSE_CODE, &status);
-  if (status >= 200) result_.response = HttpResponse{.statusCode = status};
+  curl_easy_getinfo(easy(), CURLINFO_RETRY_AFTER, &delay);
+  if (status < 200) return;
+  const auto retryAfter = std::clamp<curl_off_t>(delay, 0, kLongestDelay);
+  result_.response =
+      HttpResponse{.statusCode = status, .retryAfter = std::chrono::seconds(retryAfter)};
 }
 
 bool Transfer::receiveBody(std::string_view piece) noexcept {

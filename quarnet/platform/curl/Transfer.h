@@ -3,7 +3,9 @@
 #include "quarnet/platform/HttpClient.h"
 #include "quarnet/platform/curl/EasyHandle.h"
 #include "quarnet/platform/curl/Goaways.h"
+#include "quarnet/platform/curl/HttpError.h"
 #include "quarnet/platform/curl/Resend.h"
+#include "quarnet/platform/curl/Sockets.h"
 
 namespace quarnet::platform {
 
@@ -18,9 +20,11 @@ class Transfer {
 public:
   /// With `goaways`, the transfer is one of many of a multi handle, and they share an HTTP/2
   /// connection where the server offers it; one that has its connection to itself, without
-  /// `goaways`, is cheaper over HTTP/1.1. `share` holds what outlives a hop. All must outlive the
-  /// transfer.
-  Transfer(TrustStore& trust, std::size_t maximumBodySize, CURLSH* share, Goaways* goaways);
+  /// `goaways`, is cheaper over HTTP/1.1. `share` holds what outlives a hop. New connections take
+  /// their sockets from `sockets`; null for libcurl's own. All must outlive the transfer, `sockets`
+  /// the connections.
+  Transfer(TrustStore& trust, std::size_t maximumBodySize, CURLSH* share, Goaways* goaways,
+           Sockets* sockets);
   Transfer(const Transfer&) = delete;
   Transfer& operator=(const Transfer&) = delete;
 
@@ -34,13 +38,19 @@ public:
 
   HttpResult takeResult();
 
+  /// Ends a transfer that libcurl had not ended; takes what had arrived, with an error.
+  HttpResult abandon(const char* reason);
+
   CURL* easy() const { return handle_.get(); }
 
 private:
   using Clock = std::chrono::steady_clock;
 
+  static curl_socket_t onSocket(void* transfer, curlsocktype, curl_sockaddr* address);
+  static int onSocketMade(void* transfer, curl_socket_t, curlsocktype);
   static int onStart(void* transfer, char* farAddress, char*, int farPort, int nearPort);
-  static int onProgress(void* transfer, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
+  static int onProgress(void* transfer, curl_off_t toReceive, curl_off_t received,
+                        curl_off_t toSend, curl_off_t sent);
   static int onDebug(CURL*, curl_infotype type, char* text, std::size_t size, void* transfer);
   static std::size_t onHeader(char* line, std::size_t, std::size_t size, void* transfer);
   static std::size_t onBody(char* data, std::size_t, std::size_t size, void* transfer);
@@ -53,13 +63,19 @@ private:
   bool sendAgain();
   bool prepareHop();
   FailedAttempt failedAttempt(CURLcode code) const;
+  bool hasBegunToSend() const;
   bool isOnNewConnection() const;
-  bool fail(CURLcode code, std::string description);
+  void report();
+  bool fail(CURLcode code, std::string description) {
+    return fail(code, std::move(description), failureOf(code));
+  }
+  bool fail(CURLcode code, std::string description, HttpFailure failure);
   std::string describe(CURLcode code) const;
 
   TrustStore& trust_;
   const std::size_t maximumBodySize_;
   Goaways* const goaways_;
+  Sockets* const sockets_;
   EasyHandle handle_;
   const HttpRequest* request_ = nullptr;
   Clock::time_point deadline_;
@@ -69,11 +85,17 @@ private:
   int starts_ = 0;
   Goaways::Connection connection_;
   unsigned stream_ = 0;
+  /// Whether the last socket of this attempt was connected ahead, and whether any was.
+  bool isConnected_ = false;
+  bool wasConnectedAhead_ = false;
   /// Whether the server said that it did not process this attempt, and that it wants HTTP/1.1.
   bool wasRefused_ = false;
   bool wantsHttp1_ = false;
+  bool isListening_ = false;
   /// How many further attempts the hop has had.
   int resends_ = 0;
+  HttpProgress progress_;
+  Clock::time_point lastReport_;
   HttpResult result_;
   /// Why the body was refused; CURLE_OK while it was not.
   CURLcode refusal_ = CURLE_OK;

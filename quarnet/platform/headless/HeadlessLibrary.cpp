@@ -1,5 +1,6 @@
 #include "quarnet/platform/headless/HeadlessLibrary.h"
 
+#include "quarnet/client/Worker.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/platform/Platform.h"
 
@@ -11,9 +12,11 @@ HeadlessLibrary::HeadlessLibrary() {
 }
 
 HeadlessLibrary::~HeadlessLibrary() {
+  waitForWorkers();
   http->dropConnections();
   http->waitUntilIdle();
   reset();
+  mainThread->dropPending(); // an outcome there holds the main thread, which holds it
 }
 
 void HeadlessLibrary::signIn() {
@@ -24,6 +27,7 @@ void HeadlessLibrary::signIn() {
 
 void HeadlessLibrary::run() {
   do {
+    waitForWorkers();
     http->waitUntilIdle();
   } while (mainThread->runPending() > 0);
 }

@@ -34,7 +34,8 @@ public:
   /// the session gets "test-client".
   void signIn();
 
-  /// Gives the answers that are due and runs the callbacks, until there are none left.
+  /// Gives the answers that are due and runs the callbacks, until there are none left. Waits for
+  /// what the library reads and stores in the background.
   void run();
   /// The same until `done()` is true: for work on threads of the application's own. False when the
   /// time is up.

@@ -17,6 +17,12 @@ std::size_t ManualMainThread::runPending() {
   return count;
 }
 
+void ManualMainThread::dropPending() {
+  decltype(calls_) dropped; // ends without the lock
+  const std::lock_guard lock(mutex_);
+  dropped.swap(calls_);
+}
+
 bool ManualMainThread::runUntil(const std::function<bool()>& done,
                                 std::chrono::milliseconds limit) {
   const auto deadline = std::chrono::steady_clock::now() + limit;

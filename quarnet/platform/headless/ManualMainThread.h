@@ -18,6 +18,9 @@ public:
   /// Runs what is queued and what that queues. Returns how many calls ran.
   std::size_t runPending();
 
+  /// Drops what is queued.
+  void dropPending();
+
   /// Runs what is queued and waits for more until `done()`, asked before each call and every 10
   /// milliseconds, is true or the time is up. Returns the last `done()`.
   bool runUntil(const std::function<bool()>& done,

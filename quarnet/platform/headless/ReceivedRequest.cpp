@@ -73,7 +73,7 @@ Parameters parametersOf(std::string_view query) {
 Parameters plainParameters(const HttpRequest& request) {
   const std::size_t mark = request.url.find('?');
   if (mark == std::string::npos) return {};
-  const Parameters parameters = parametersOf(std::string_view(request.url).substr(mark + 1));
+  Parameters parameters = parametersOf(std::string_view(request.url).substr(mark + 1));
   const auto encrypted = parameters.find("enc");
   const auto swapKey = request.headerFields.get("swap_key");
   if (encrypted == parameters.end() || !swapKey) return parameters;

@@ -5,9 +5,12 @@
 #include "quarnet/platform/headless/OneTimeKey.h"
 #include "quarnet/platform/headless/ScriptedRule.h"
 
+#include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <map>
 #include <mutex>
+#include <stop_token>
 #include <thread>
 #include <utility>
 
@@ -26,6 +29,10 @@ std::string addressWithoutQuery(const HttpRequest& request) {
   return request.method + " " + request.url.substr(0, request.url.find('?'));
 }
 
+HttpResult cancelled() {
+  return failedAnswer(kCancelled, "The request was cancelled");
+}
+
 HttpResult newKey(const ReceivedRequest& request) {
   const std::string_view form = request.body ? std::string_view(*request.body) : "";
   const Text swapKey = StringUtil::getValueFromQueryStringKey(form, "swap_key");
@@ -38,9 +45,13 @@ HttpResult newKey(const ReceivedRequest& request) {
 } // namespace
 
 struct ScriptedHttpClient::State {
+  using Cancellation = std::stop_callback<std::function<void()>>;
   struct Waiting {
+    std::uint64_t number = 0;
     HttpResult result;
     Completion completion;
+    /// Made and ended without the lock.
+    std::unique_ptr<Cancellation> cancellation;
   };
 
   mutable std::mutex mutex;
@@ -48,6 +59,8 @@ struct ScriptedHttpClient::State {
   std::vector<std::shared_ptr<ScriptedRule>> rules;
   std::vector<ReceivedRequest> received;
   std::vector<std::string> unexpected;
+  std::vector<std::string> openedConnections;
+  std::atomic<std::uint64_t> sends = 0;
   std::size_t tokenAnswers = 0;
   milliseconds now{0};
   /// By the time at which they are answered.
@@ -82,6 +95,30 @@ struct ScriptedHttpClient::State {
     return {rules.rbegin(), rules.rend()};
   }
 
+  void add(milliseconds delay, Waiting entry, const std::stop_token& token) {
+    const std::uint64_t number = entry.number;
+    {
+      const std::lock_guard lock(mutex);
+      if (!thread.joinable()) thread = std::thread([this] { complete(); });
+      waiting.emplace(now + delay, std::move(entry));
+      changed.notify_all();
+    }
+    if (token.stop_requested()) cancel(number);
+  }
+
+  void cancel(std::uint64_t number) {
+    const std::lock_guard lock(mutex);
+    const auto found = std::find_if(waiting.begin(), waiting.end(), [number](const auto& entry) {
+      return entry.second.number == number;
+    });
+    if (found == waiting.end()) return;
+    auto entry = waiting.extract(found);
+    entry.key() = now;
+    entry.mapped().result = cancelled();
+    waiting.insert(std::move(entry));
+    changed.notify_all();
+  }
+
   /// Runs on the thread: completes what is due until the client ends.
   void complete() {
     std::unique_lock lock(mutex);
@@ -91,6 +128,7 @@ struct ScriptedHttpClient::State {
       isCompleting = true;
       Waiting due = std::move(waiting.extract(waiting.begin()).mapped());
       lock.unlock();
+      due.cancellation.reset();
       std::exchange(due.completion, nullptr)(std::move(due.result));
       lock.lock();
       isCompleting = false;
@@ -158,6 +196,11 @@ std::vector<std::string> ScriptedHttpClient::unexpected() const {
   return state_->unexpected;
 }
 
+std::vector<std::string> ScriptedHttpClient::openedConnections() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->openedConnections;
+}
+
 void ScriptedHttpClient::advance(milliseconds time) {
   const std::lock_guard lock(state_->mutex);
   state_->now += time;
@@ -186,14 +229,20 @@ HttpResult ScriptedHttpClient::sendSynchronously(const HttpRequest& request) {
 
 void ScriptedHttpClient::sendAsynchronously(std::shared_ptr<const HttpRequest> request,
                                             Completion completion) {
-  Outcome outcome = state_->receive(*request);
+  const std::stop_token& token = request->stopToken;
+  Outcome outcome =
+      token.stop_requested() ? Outcome{.result = cancelled()} : state_->receive(*request);
+  const std::uint64_t number = ++state_->sends;
+  auto cancellation = std::make_unique<State::Cancellation>(
+      token, [state = state_.get(), number] { state->cancel(number); });
+  state_->add(outcome.delay,
+              {number, std::move(outcome.result), std::move(completion), std::move(cancellation)},
+              token);
+}
+
+void ScriptedHttpClient::openConnection(const std::string& url) {
   const std::lock_guard lock(state_->mutex);
-  if (!state_->thread.joinable()) {
-    state_->thread = std::thread([state = state_.get()] { state->complete(); });
-  }
-  state_->waiting.emplace(state_->now + outcome.delay,
-                          State::Waiting{std::move(outcome.result), std::move(completion)});
-  state_->changed.notify_all();
+  state_->openedConnections.push_back(url);
 }
 
 } // namespace quarnet::platform

@@ -21,7 +21,8 @@ namespace quarnet::platform {
 ///
 /// Completions of asynchronous sends run on one thread of this object's own. Time is moved by hand:
 /// an answer with a delay waits for advance(), and so does the time-out of a request that gets
-/// none. Blocking sends do not wait: for them the time has passed already.
+/// none. Blocking sends do not wait: for them the time has passed already. An asynchronous one
+/// whose token is asked to stop fails at once; if it was stopped before, nothing is received.
 ///
 /// Safe from any thread.
 class QUARNET_EXPORT ScriptedHttpClient final : public HttpClient {
@@ -50,6 +51,9 @@ public:
   /// The method and the address, without its query, of each request that no rule matched.
   std::vector<std::string> unexpected() const;
 
+  /// The addresses for which a connection was to be opened ahead, in the order of the wishes.
+  std::vector<std::string> openedConnections() const;
+
   /// Moves the time. The answers that are due by then come in the order of their times.
   void advance(std::chrono::milliseconds time);
   /// All asynchronous requests that wait for an answer now fail, as when the network goes away.
@@ -61,6 +65,7 @@ public:
   HttpResult sendSynchronously(const HttpRequest& request) override;
   void sendAsynchronously(std::shared_ptr<const HttpRequest> request,
                           Completion completion) override;
+  void openConnection(const std::string& url) override;
 
 private:
   struct __attribute__((visibility("hidden"))) State;

@@ -9,15 +9,17 @@
 
 namespace quarnet::platform {
 
-// libcurl's numbers for the two, as applications know them from the real transport.
+// libcurl's numbers for them, as applications know them from the real transport.
 inline constexpr int kCouldNotConnect = 7;
 inline constexpr int kTimedOut = 28;
+inline constexpr int kCancelled = 42;
 
 /// A transport error of that number.
 inline HttpResult failedAnswer(int code, std::string description) {
   return {.response = std::nullopt,
           .body = {},
-          .error = Error{"quarnet.http", code, std::move(description)}};
+          .error = Error{"quarnet.http", code, std::move(description)},
+          .failure = code == kTimedOut ? HttpFailure::TimedOut : HttpFailure::NoConnection};
 }
 
 /// One rule, shared with whoever still adds answers to it.

@@ -1,4 +1,5 @@
 #include "Calls.h"
+#include "Nginx.h"
 #include "WireServer.h"
 #include "sandbox/Server.h"
 
@@ -91,6 +92,68 @@ TEST(AsyncSendTest, TheClockOfACallStartsWhenItGoesOnTheWire) {
   EXPECT_TRUE(late.wait(10s));
   EXPECT_TRUE(calls.wait(10s));
   EXPECT_THAT(calls.outcomes(), ElementsAre(Pair("fine", 640)));
+}
+
+TEST(AsyncSendTest, AConnectionOpenedAheadServesTheNextSends) {
+  WireServer plain(fine), closing(WireServer::Serve([](int) {}));
+  Nginx secret;
+  CurlHttpClient client({.caFile = secret.caFile()});
+  const auto open = [&](const std::string& url) {
+    client.openConnection(url);
+    std::this_thread::sleep_for(50ms);
+  };
+  setenv("all_proxy", "http://127.0.0.1:1", 1);
+  open(plain.url());
+  unsetenv("all_proxy");
+  EXPECT_EQ(plain.connections(), 0U);
+  for (const std::string url : {"", "http://", "http://127.0.0.1:1/", "file:///", "http://a b/"})
+    client.openConnection(url);
+  for (int i = 0; i < 100; ++i)
+    client.openConnection(plain.url("/" + std::to_string(i)));
+  open(secret.httpsUrl());
+  EXPECT_EQ(plain.requests().size(), 0U);
+  for (std::size_t i = 1; i <= 3; ++i) {
+    Calls calls;
+    calls.send(client, requestFor("POST", plain.url()));
+    calls.send(client, requestFor("POST", secret.httpsUrl() + "/x"), 50);
+    ASSERT_TRUE(calls.wait(10s));
+    EXPECT_THAT(calls.outcomes(), ElementsAre(Pair("/x", 50), Pair("fine", 1)));
+    EXPECT_EQ(plain.connections(), 1U);
+    client.openConnection(plain.url());
+    open(closing.url());
+    EXPECT_EQ(closing.connections(), i);
+  }
+  // The first connection was made to see whether the server listens.
+  for (const Nginx::Arrival& arrival : secret.arrivals())
+    EXPECT_EQ(arrival.protocol + " " + arrival.connection, "HTTP/2.0 2");
+}
+
+TEST(AsyncSendTest, ProgressIsReportedNowAndThenAndAtTheEnd) {
+  Nginx server("location = /slow { root .; limit_rate 2m;"
+               "try_files /large =404; } location = /moved { return 307 /; }");
+  CurlHttpClient client({.caFile = server.caFile()});
+  const std::string plain = "http://127.0.0.1:" + std::to_string(server.httpPort());
+  struct {
+    std::string method, url;
+    std::size_t sent, received, reports;
+  } const cases[] = {{"GET", plain + "/slow", 0, Nginx::kLarge, 4},
+                     {"GET", server.httpsUrl() + "/slow", 0, Nginx::kLarge, 4},
+                     {"POST", server.httpsUrl() + "/", 50'000, 1, 1},
+                     {"PUT", server.httpsUrl() + "/moved", 900'000, 1, 1}};
+  for (const auto& tried : cases) {
+    SCOPED_TRACE(tried.method + " " + tried.url);
+    Calls calls;
+    std::vector<platform::HttpProgress> reports;
+    const auto request = requestFor(tried.method, tried.url, Data(tried.sent, 'b'));
+    request->progress = [&](const auto& progress) { reports.push_back(progress); };
+    calls.send(client, request);
+    ASSERT_TRUE(calls.wait(20s));
+    ASSERT_GE(reports.size(), tried.reports);
+    EXPECT_LE(reports.size(), 20U);
+    const platform::HttpProgress& last = reports.back();
+    EXPECT_EQ(std::tie(last.sent, last.received), std::tie(tried.sent, tried.received));
+    EXPECT_EQ(std::tie(last.toSend, last.toReceive), std::tie(tried.sent, tried.received));
+  }
 }
 
 TEST(AsyncSendTest, ASlowCallHoldsUpNeitherItsHostNorAnother) {

@@ -21,9 +21,17 @@ class FaultyLine {
 public:
   FaultyLine(std::uint16_t serverPort, unsigned seed) : serverPort_(serverPort), random_(seed) {}
 
-  void operator()(int client) {
-    const Fault fault = nextFault();
-    const int server = connectToLoopback(serverPort_);
+  struct Fault {
+    int counted = 0;              ///< whose bytes are counted: the client's or the server's
+    std::size_t after = SIZE_MAX; ///< that many bytes get through before the end
+    bool isReset = false;         ///< both ends see a reset, not an orderly end
+    std::chrono::milliseconds delay{0};
+  };
+
+  void operator()(int client) { pass(client, serverPort_, nextFault()); }
+
+  static void pass(int client, std::uint16_t serverPort, Fault fault) {
+    const int server = connectToLoopback(serverPort);
     carry(client, server, fault);
     const linger abortive{1, 0};
     for (const int end : {client, server}) {
@@ -33,13 +41,6 @@ public:
   }
 
 private:
-  struct Fault {
-    int counted = 0;              ///< whose bytes are counted: the client's or the server's
-    std::size_t after = SIZE_MAX; ///< that many bytes get through before the end
-    bool isReset = false;         ///< both ends see a reset, not an orderly end
-    std::chrono::milliseconds delay{0};
-  };
-
   Fault nextFault() {
     const std::lock_guard lock(mutex_);
     if (random_() % 4 == 0) return {};
@@ -140,6 +141,34 @@ TEST(FaultsTest, APostWhoseFirstRecordsWereReadIsNotSentAgain) {
         *requestFor("POST", server.httpsUrl() + "/cut" + target, Data(60'000, 'b')));
   }
   expectNoneTwice(server.arrivals());
+}
+
+TEST(FaultsTest, AConnectionOpenedAheadThatTheServerClosesCostsNoCall) {
+  Nginx server;
+  struct {
+    std::string scheme, method;
+    std::size_t after; // that many bytes the first connection ends
+    bool mayGoAgain;
+  } const cases[] = {
+      {"http", "POST", 0, true}, {"https", "POST", 0, true}, {"https", "POST", 1, true},
+      {"http", "GET", 1, true},  {"http", "POST", 1, false}, // the byte was the request's
+  };
+  for (const auto& tried : cases) {
+    SCOPED_TRACE(tried.scheme + tried.method + std::to_string(tried.after));
+    const std::uint16_t port = tried.scheme == "http" ? server.httpPort() : server.httpsPort();
+    std::atomic<int> connections = 0;
+    WireServer line([&](int connection) {
+      FaultyLine::pass(connection, port, {.after = ++connections == 1 ? tried.after : SIZE_MAX});
+    });
+    Calls calls;
+    CurlHttpClient client({.caFile = server.caFile()});
+    client.openConnection(line.url("/x", tried.scheme));
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    calls.send(client, requestFor(tried.method, line.url("/x", tried.scheme), "body"));
+    ASSERT_TRUE(calls.wait());
+    EXPECT_EQ(calls.outcomes().contains("/x"), tried.mayGoAgain);
+    EXPECT_EQ(line.connections(), tried.mayGoAgain ? 2U : 1U);
+  }
 }
 
 TEST(FaultsTest, OverHttp2CallsShareAConnectionAndNoneIsLostWhenTheServerEndsIt) {

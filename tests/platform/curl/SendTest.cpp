@@ -13,6 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using platform::CurlHttpClient;
+using platform::HttpFailure;
 using platform::HttpRequest;
 using platform::HttpResult;
 using testing::ElementsAre;
@@ -94,6 +95,9 @@ TEST(SendTest, WhatCannotBeSentFailsWithAReasonAndStaysOffTheWire) {
     const HttpResult result = send(request);
     EXPECT_FALSE(result.response);
     EXPECT_THAT(problemOf(result), HasSubstr(tried.problem)) << tried.url.substr(0, 50);
+    EXPECT_EQ(result.failure, tried.problem.starts_with("Failed") ? HttpFailure::NoConnection
+                              : tried.url.size() > 1'000'000      ? HttpFailure::TooLarge
+                                                                  : HttpFailure::InvalidRequest);
   }
   EXPECT_EQ(server.connections(), 0U);
   // A head that is just small enough goes through whole.
@@ -129,6 +133,10 @@ TEST(SendTest, AFailureSaysWhyAndKeepsWhatHadArrived) {
     ASSERT_TRUE(result.error);
     EXPECT_THAT(problemOf(result), HasSubstr(tried.problem));
     EXPECT_FALSE(problemOf(result).empty());
+    EXPECT_EQ(result.failure, tried.problem == "timed out" ? HttpFailure::TimedOut
+                              : tried.problem.starts_with("larger than")
+                                  ? HttpFailure::TooLarge
+                                  : HttpFailure::NoConnection);
     EXPECT_EQ(result.response ? result.response->statusCode : 0, tried.status);
     EXPECT_TRUE(tried.body == "*" || result.body == tried.body) << result.body;
   }
@@ -243,6 +251,18 @@ TEST(SendTest, OnlyServersWithATrustedCertificateGetTheRequest) {
   ASSERT_EQ(server.arrivals().size(), 1U);
 }
 
+TEST(SendTest, AnAnswerSaysHowLongToWait) {
+  const std::pair<std::string, std::chrono::seconds> cases[] = {
+      {"", 0s},
+      {"Retry-After: 120\r\n", 120s},
+      {"Retry-After: 99999999999999\r\n", std::chrono::seconds(INT_MAX)},
+      {"Retry-After: Fri, 31 Dec 1999 23:59:59 GMT\r\n", 0s}};
+  for (const auto& [fields, delay] : cases) {
+    WireServer server([fields = fields](auto&) { return answer("", fields, "503 Busy"); });
+    EXPECT_EQ(send(requestFor("GET", server.url())).response->retryAfter, delay) << fields;
+  }
+}
+
 TEST(SendTest, RedirectsKeepWhatBelongsToTheOrigin) {
   enum Way { within, elsewhere, andBack };
   struct {
@@ -309,7 +329,9 @@ TEST(SendTest, RedirectsComeToAnEnd) {
   };
   for (const auto& [wire, problem, arrivals] : cases) {
     WireServer server([wire = wire](const std::string&) { return wire; });
-    EXPECT_THAT(problemOf(send(requestFor("GET", server.url()))), HasSubstr(problem));
+    const HttpResult result = send(requestFor("GET", server.url()));
+    EXPECT_THAT(problemOf(result), HasSubstr(problem));
+    EXPECT_EQ(result.failure, HttpFailure::NoConnection);
     EXPECT_EQ(server.requests().size(), arrivals);
   }
   // One time-out for the whole way.

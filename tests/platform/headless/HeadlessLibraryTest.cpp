@@ -16,8 +16,11 @@ using ::testing::ElementsAre;
 class HeadlessLibrary : public ::testing::Test {
 protected:
   /// Keeps the body of the answer, or the error's text, by the time that it came.
-  void send(std::string url, std::string method = "GET") {
-    HttpRequest request{.url = std::move(url), .method = std::move(method), .timeout = 1s};
+  void send(std::string url, std::string method = "GET", std::stop_token stopToken = {}) {
+    HttpRequest request{.url = std::move(url),
+                        .method = std::move(method),
+                        .timeout = 1s,
+                        .stopToken = std::move(stopToken)};
     library_.http->sendAsynchronously(
         std::make_shared<const HttpRequest>(request), [this](const HttpResult& result) {
           library_.mainThread->post([this, result] {
@@ -77,6 +80,18 @@ TEST_F(HeadlessLibrary, MovesTheTimeByHand) {
   // Who blocks cannot move the time, so it has passed.
   EXPECT_EQ(library_.http->sendSynchronously({.url = "https://h/late"}).body, "late");
   EXPECT_EQ(library_.http->sendSynchronously({.url = "https://h/never"}).error->code, 28);
+}
+
+TEST_F(HeadlessLibrary, EndsWhatIsAskedToStop) {
+  library_.http->on("", "https://h/never").hang();
+  std::stop_source source;
+  send("https://h/never", "GET", source.get_token());
+  EXPECT_THAT(after(0ms), ElementsAre());
+  source.request_stop();
+  EXPECT_THAT(after(0ms), ElementsAre("The request was cancelled"));
+  send("https://h/never", "GET", source.get_token());
+  EXPECT_THAT(after(0ms), ElementsAre("The request was cancelled"));
+  EXPECT_EQ(library_.http->received().size(), 1U);
 }
 
 TEST_F(HeadlessLibrary, NamesWhatNobodyScripted) {

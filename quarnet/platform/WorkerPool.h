@@ -25,6 +25,9 @@ public:
   /// Queues the calls.
   void run(std::vector<std::function<void()>> calls);
 
+  /// Waits until all calls have ended; from within a call, all others.
+  void waitUntilIdle();
+
   /// Waits until all calls have ended (from within a call: all others) or the time is up; after
   /// that no further call is begun.
   void finish(std::chrono::milliseconds limit);

@@ -1,4 +1,4 @@
-#include "quarnet/platform/curl/WorkerPool.h"
+#include "quarnet/platform/WorkerPool.h"
 
 #include "quarnet/platform/Guarded.h"
 
@@ -52,11 +52,7 @@ WorkerPool::WorkerPool(unsigned threads) : state_(std::make_shared<State>()) {
 }
 
 WorkerPool::~WorkerPool() {
-  {
-    std::unique_lock lock(state_->mutex);
-    const std::size_t own = isOwnThread() ? 1 : 0;
-    state_->ended.wait(lock, [&] { return state_->unfinished == own; });
-  }
+  waitUntilIdle();
   endThreads();
 }
 
@@ -69,6 +65,12 @@ void WorkerPool::run(std::vector<std::function<void()>> calls) {
   }
   for (std::size_t i = 0; i < most; ++i)
     state_->arrived.notify_one();
+}
+
+void WorkerPool::waitUntilIdle() {
+  std::unique_lock lock(state_->mutex);
+  const std::size_t own = isOwnThread() ? 1 : 0;
+  state_->ended.wait(lock, [&] { return state_->unfinished == own; });
 }
 
 void WorkerPool::finish(std::chrono::milliseconds limit) {
