@@ -7,6 +7,7 @@
 #include "quarnet/core/StringUtil.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/core/Utf8.h"
+#include "quarnet/login/LoginListener.h"
 #include "quarnet/login/LoginScreen.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/oauth/TokenAddresses.h"
@@ -63,7 +64,9 @@ OAuthClient::OAuthClient()
     : screen_(std::make_unique<LoginScreen>(*this)),
       registration_(std::make_shared<Registration>()) {}
 
-OAuthClient::~OAuthClient() = default;
+OAuthClient::~OAuthClient() {
+  if (listener_) listener_->closed();
+}
 
 void OAuthClient::loginFinishedFailed(CallbackTriple callback) {
   registration_->set(callback);
@@ -72,6 +75,7 @@ void OAuthClient::loginFinishedFailed(CallbackTriple callback) {
 
 void OAuthClient::closeLoginView() {
   screen_->close();
+  if (listener_) listener_->closed();
 }
 
 void OAuthClient::alertViewClickedButtonAtIndex(int) {
@@ -118,6 +122,7 @@ void OAuthClient::showAuthorizationError(const std::string& url) {
   // The value of the key that is named like the error, not the error itself: this is meant.
   manager.setError(StringUtil::getValueFromQueryStringKey(url, formatted(error)));
   manager.setErrorDesc(description);
+  if (listener_) listener_->refused(error, description);
 
   const std::shared_ptr<Toolkit> toolkit = Platform::current().toolkit;
   if (!toolkit) return;
@@ -137,6 +142,7 @@ std::string OAuthClient::getOAccessTokenUrl() {
 }
 
 void OAuthClient::exchangeCode(const std::string& url) {
+  if (listener_ && !listener_->mayExchange()) return;
   OAuthInfoManager::sharedInstance().setCode(
       StringUtil::getValueFromQueryStringKey(url, VORNEL_OAUTH_CODE));
   readUrl(getOAccessTokenUrl());
@@ -151,6 +157,7 @@ void OAuthClient::readUrl(const std::string& url) {
 }
 
 void OAuthClient::exchangeAnswered(const HttpResult& answer) {
+  if (listener_) return listener_->exchanged(answer);
   withinMemory([&] { report(answer); },
                [this] {
                  log("Error = ", kNotEnoughMemory);
@@ -185,7 +192,7 @@ void OAuthClient::takeAndClose(const Data& answer) {
   OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
   log("accessToken : ", formatted(manager.oAuthInfo().accessToken()));
   const OAuthInfo::Fields taken = readTokenAnswer(answer);
-  TokenRecordStore::take(taken);
+  TokenRecordStore::take(taken, SessionEvent::SignedIn);
   log("accessToken : ", formatted(taken.accessToken));
   log("Exfire Time : ", plainPiece(formatted(taken.expiresIn)));
   manager.saveOAuthInfo();

@@ -12,8 +12,10 @@
 
 namespace quarnet {
 
+class LoginListener;
 class LoginScreen;
 class Registration;
+class SignInRun;
 
 /// A rectangle for the application's own use; the library neither reads nor writes it.
 QUARNET_EXPORT extern platform::Rect oldStatusFrame;
@@ -133,6 +135,8 @@ public:
   void parseData(const Data& answer);
 
 private:
+  friend class SignInRun;
+
   OAuthClient();
 
   bool shouldStartLoad(platform::WebView& view, const std::string& url) override {
@@ -152,6 +156,8 @@ private:
   void takeAndClose(const Data& answer);
 
   const std::unique_ptr<LoginScreen> screen_;
+  /// Set before the screen opens; null for a login as this class describes it.
+  std::shared_ptr<LoginListener> listener_;
   std::optional<Data> receivedData_;
   std::optional<platform::HttpResponse> response_;
 

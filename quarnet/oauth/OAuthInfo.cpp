@@ -7,6 +7,7 @@
 #include "quarnet/platform/Platform.h"
 
 #include <array>
+#include <utility>
 
 namespace quarnet {
 
@@ -109,7 +110,7 @@ void OAuthInfo::restoreTokens(Fields& tokens) {
   std::swap(fields_, tokens);
 }
 
-void OAuthInfo::clearTokens() {
+Text OAuthInfo::clearTokens() {
   const std::lock_guard lock(mutex_);
   Fields left;
   left.accessToken = "";
@@ -118,6 +119,7 @@ void OAuthInfo::clearTokens() {
   fields_.accessToken.swap(left.accessToken);
   fields_.refreshToken.swap(left.refreshToken);
   fields_.expiresIn.swap(left.expiresIn);
+  return std::exchange(left.accessToken, {});
 }
 
 void OAuthInfo::fillAbsentTokens() {

@@ -66,6 +66,7 @@ public:
 private:
   friend class OAuthClient;
   friend class OAuthInfoManager;
+  friend class SignInRun;
   friend class TokenRecordStore;
 
   /// Overwrites its texts at its end.
@@ -85,6 +86,7 @@ private:
     Text expiresSystime;
   };
   friend Fields readTokenAnswer(const Data& answer);
+  friend std::optional<Fields> readIssuedTokens(const Data& answer, const Fields& before);
 
   OAuthInfo() = default;
 
@@ -97,8 +99,9 @@ private:
   void replaceTokens(Fields& tokens);
   /// Exchanges those that a restart brings back: all but the client identifier and the scope.
   void restoreTokens(Fields& tokens);
-  /// What a logout leaves: empty tokens, lifetime "0"; scope and expiry instant stay.
-  void clearTokens();
+  /// What a logout leaves: empty tokens, lifetime "0"; scope and expiry instant stay. Needs no
+  /// memory; gives the access token that was there.
+  Text clearTokens();
   /// Puts "(null)" where a field other than the client identifier is absent.
   void fillAbsentTokens();
   Text read(Text Fields::*field) const;

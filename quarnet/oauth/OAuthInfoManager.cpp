@@ -6,6 +6,7 @@
 #include "quarnet/core/Utf8.h"
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/oauth/Revocation.h"
+#include "quarnet/oauth/SessionEvents.h"
 #include "quarnet/oauth/TokenAddresses.h"
 #include "quarnet/oauth/TokenAnswer.h"
 #include "quarnet/oauth/TokenRecordStore.h"
@@ -23,10 +24,11 @@ using platform::Platform;
 
 namespace {
 
-/// The body of a GET; empty when the transport failed, however much had arrived by then.
-Data get(std::string url) {
+/// The answer to a GET; its body is empty when the transport failed, however much had arrived.
+HttpResult get(std::string url) {
   HttpResult result = Platform::current().httpClient->sendSynchronously({.url = std::move(url)});
-  return result.error ? Data() : std::move(result.body);
+  if (result.error) result.body.clear();
+  return result;
 }
 
 bool failForMemory() {
@@ -61,6 +63,7 @@ void OAuthInfoManager::loginFinishedFailed(CallbackTriple callback) {
   // An access token that is there decides, "(null)" and one that has expired included.
   if (!oAuthInfo().accessToken().value_or("").empty()) {
     if (reissueAccessToken()) {
+      if (isToken(oAuthInfo().accessToken())) SessionEvents::publish(SessionEvent::Continued);
       // No callback: the application sees the fresh token in the record. This is meant.
       return log("Token Case 3 : to Success to Refresh Access Token");
     }
@@ -75,20 +78,24 @@ void OAuthInfoManager::login() {
 
 bool OAuthInfoManager::reissueAccessToken() {
   const auto reissue = [this] {
-    const Data answer = get(getAccessTokenReissueURL());
-    const Text text = utf8Text(answer);
+    const Text refreshToken = oAuthInfo().refreshToken();
+    const HttpResult answer = get(reissueAddress(refreshToken));
+    const Text text = utf8Text(answer.body);
     log("reissueAccessToken : ", formatted(text));
     // The marker decides, not the status: an error report that mentions it counts as a token
     // answer.
-    if (!text || text->find("access_token") == std::string::npos) return false;
-    takeAndSave(answer);
+    if (!text || text->find("access_token") == std::string::npos) {
+      if (isTokenRefusal(answer)) TokenRecordStore::lose(refreshToken);
+      return false;
+    }
+    takeAndSave(answer.body);
     return true;
   };
   return withinMemory(reissue, failForMemory);
 }
 
 std::string OAuthInfoManager::getAccessTokenReissueURL() {
-  return reissueAddress();
+  return reissueAddress(oAuthInfo().refreshToken());
 }
 
 // Logout.
@@ -107,7 +114,7 @@ void OAuthInfoManager::logout() {
 
 bool OAuthInfoManager::revokeTokenToServer() {
   const auto revoke = [this] {
-    const Text text = utf8Text(get(getRevokeTokenUrl()));
+    const Text text = utf8Text(get(getRevokeTokenUrl()).body);
     log("revokeTokenToServer : ", formatted(text));
     return confirmsRevocation(text);
   };
@@ -129,7 +136,7 @@ void OAuthInfoManager::readUrl(const std::string& url) {
 }
 
 std::string OAuthInfoManager::getRevokeTokenUrl() {
-  return revocationAddress();
+  return revocationAddress(oAuthInfo().accessToken());
 }
 
 // Tokens between an answer, the record and the store.
@@ -140,7 +147,7 @@ void OAuthInfoManager::setOAuthInfoWithJSON(const Data& answer) {
 
 void OAuthInfoManager::takeAndSave(const Data& answer) {
   const OAuthInfo::Fields taken = readTokenAnswer(answer);
-  TokenRecordStore::take(taken);
+  TokenRecordStore::take(taken, SessionEvent::Reissued);
   log("ExtTime : ", plainPiece(formatted(taken.expiresIn)));
   oAuthInfo().writeToLog();
   saveOAuthInfo();

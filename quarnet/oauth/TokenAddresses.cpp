@@ -73,20 +73,20 @@ std::string codeExchangeAddress() {
                         {VORNEL_OAUTH_GRANT_TYPE, manager().grant_type()}});
 }
 
-std::string reissueAddress() {
+std::string reissueAddress(const Text& refreshToken) {
   return loggedAddress("OAuth RefreshToken URL : ", VORNEL_URL_OAUTH_ACCESS,
                        {{VORNEL_OAUTH_CLIENT_ID, manager().clientId()},
                         {VORNEL_OAUTH_CLIENT_SECRET, manager().clientSecret()},
                         {VORNEL_OAUTH_REDIRECT_URI, manager().redirect_uri()},
                         {VORNEL_OAUTH_GRANT_TYPE, "refresh_token"},
                         {VORNEL_OAUTH_SCOPE, manager().scope()},
-                        {VORNEL_OAUTH_REFRESH_TOKEN, manager().oAuthInfo().refreshToken()}});
+                        {VORNEL_OAUTH_REFRESH_TOKEN, refreshToken}});
 }
 
-std::string revocationAddress() {
-  return loggedAddress("OAuth RevokeToken URL : ", VORNEL_URL_OAUTH_REVOKE,
-                       {{VORNEL_OAUTH_CLIENT_ID, manager().clientId()},
-                        {VORNEL_OAUTH_TOKEN, manager().oAuthInfo().accessToken()}});
+std::string revocationAddress(const Text& accessToken) {
+  return loggedAddress(
+      "OAuth RevokeToken URL : ", VORNEL_URL_OAUTH_REVOKE,
+      {{VORNEL_OAUTH_CLIENT_ID, manager().clientId()}, {VORNEL_OAUTH_TOKEN, accessToken}});
 }
 
 } // namespace quarnet

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "quarnet/core/Types.h"
+
 #include <string>
 
 namespace quarnet {
@@ -14,10 +16,11 @@ std::string authorizationAddress();
 /// Exchanges the authorization code for tokens (RFC 6749, section 4.1.3). Holds the client secret.
 std::string codeExchangeAddress();
 
-/// Reissues the access token (RFC 6749, section 6). Holds the client secret.
-std::string reissueAddress();
+/// Reissues the access token under that refresh token (RFC 6749, section 6). Holds the client
+/// secret.
+std::string reissueAddress(const Text& refreshToken);
 
-/// Revokes the access token.
-std::string revocationAddress();
+/// Revokes that access token.
+std::string revocationAddress(const Text& accessToken);
 
 } // namespace quarnet

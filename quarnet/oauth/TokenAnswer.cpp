@@ -42,4 +42,27 @@ OAuthInfo::Fields readTokenAnswer(const Data& answer) {
   return taken;
 }
 
+bool isToken(const Text& text) {
+  return text && !text->empty() && *text != "(null)";
+}
+
+std::optional<OAuthInfo::Fields> readIssuedTokens(const Data& answer,
+                                                  const OAuthInfo::Fields& before) {
+  const std::optional<Json> json = Json::parse(answer);
+  const std::optional<Json> token =
+      json ? json->member(VORNEL_OAUTH_END_ACCESS_TOKEN) : std::nullopt;
+  OAuthInfo::Fields taken = readTokenAnswer(answer);
+  if (!token || !token->isString() || !isToken(taken.accessToken)) return std::nullopt;
+  if (!isToken(taken.refreshToken)) taken.refreshToken = before.refreshToken;
+  if (!isToken(taken.scope)) taken.scope = before.scope;
+  return taken;
+}
+
+bool isTokenRefusal(const platform::HttpResult& answer) {
+  const long status = answer.response ? answer.response->statusCode : 0;
+  if (answer.error || status >= 500 || status == 429) return false;
+  const std::optional<Json> json = Json::parse(answer.body);
+  return status == 400 || status == 401 || (json && json->member("error"));
+}
+
 } // namespace quarnet

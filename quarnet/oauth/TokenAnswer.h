@@ -1,6 +1,7 @@
 #pragma once
 
 #include "quarnet/oauth/OAuthInfo.h"
+#include "quarnet/platform/HttpClient.h"
 
 namespace quarnet {
 
@@ -8,5 +9,17 @@ namespace quarnet {
 /// tokens, the lifetime, the scope, and when the access token expires. A member that is missing,
 /// all of them when the answer is no JSON object, is "(null)". Throws std::bad_alloc.
 OAuthInfo::Fields readTokenAnswer(const Data& answer);
+
+/// Whether the text is a token, and not what stands for none.
+bool isToken(const Text& text);
+
+/// The tokens that an answer really brings: absent when it holds no access token. A refresh token
+/// and a scope that the answer leaves out are those of `before` (RFC 6749, sections 5.1 and 6).
+std::optional<OAuthInfo::Fields> readIssuedTokens(const Data& answer,
+                                                  const OAuthInfo::Fields& before);
+
+/// Whether the token endpoint refuses what it was given (RFC 6749, section 5.2), and is not just
+/// out of order.
+bool isTokenRefusal(const platform::HttpResult& answer);
 
 } // namespace quarnet

@@ -2,6 +2,8 @@
 
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/NotEnoughMemory.h"
+#include "quarnet/oauth/SessionEvents.h"
+#include "quarnet/oauth/TokenAnswer.h"
 #include "quarnet/platform/Platform.h"
 
 #include <atomic>
@@ -15,34 +17,80 @@ constinit std::mutex copying;
 /// How often they were; changed under the lock.
 constinit std::atomic<std::uint64_t> copies = 0;
 
+/// The refresh token that the server refused since tokens were taken over; under the lock.
+Text& lost() {
+  static Text* const instance = new Text;
+  return *instance;
+}
+
 platform::UserDefaults& store() {
   return *platform::Platform::current().userDefaults;
 }
 
 } // namespace
 
-void TokenRecordStore::take(OAuthInfo::Fields taken) {
+void TokenRecordStore::take(OAuthInfo::Fields taken, SessionEvent event) {
   const std::lock_guard lock(copying);
-  toStore(taken); // first, since it may throw
-  OAuthInfo::sharedInstance().replaceTokens(taken);
+  takeLocked(taken, event);
 }
 
-void TokenRecordStore::clear() {
-  saveAfter([] { OAuthInfo::sharedInstance().clearTokens(); });
+bool TokenRecordStore::takeInPlaceOf(const Text& refreshToken, OAuthInfo::Fields taken) {
+  const std::lock_guard lock(copying);
+  if (fields().refreshToken != refreshToken) return false;
+  takeLocked(taken, SessionEvent::Reissued);
+  return true;
+}
+
+/// The lock is held. Throws std::bad_alloc.
+void TokenRecordStore::takeLocked(OAuthInfo::Fields& taken, SessionEvent event) {
+  const bool isSession = isToken(taken.accessToken);
+  toStore(taken); // first, since it may throw
+  OAuthInfo::sharedInstance().replaceTokens(taken);
+  lost().reset();
+  if (isSession) return SessionEvents::note(event);
+  if (isToken(taken.accessToken)) SessionEvents::note(SessionEvent::SignedOut); // the one before
+}
+
+Text TokenRecordStore::clear() {
+  Text dropped;
+  saveAfter([&dropped] {
+    dropped = OAuthInfo::sharedInstance().clearTokens();
+    if (!isToken(dropped)) dropped.reset();
+    if (dropped) SessionEvents::note(SessionEvent::SignedOut);
+  });
+  return dropped;
+}
+
+void TokenRecordStore::lose(const Text& refreshToken) {
+  {
+    const std::lock_guard lock(copying);
+    if (!isToken(refreshToken) || refreshToken == lost()) return;
+    if (fields().refreshToken != refreshToken) return;
+    lost() = refreshToken;
+    SessionEvents::note(SessionEvent::SessionLost);
+  }
+  SessionEvents::tell();
+}
+
+bool TokenRecordStore::isLost(const Text& refreshToken) {
+  const std::lock_guard lock(copying);
+  return refreshToken && refreshToken == lost();
 }
 
 void TokenRecordStore::save() {
   saveAfter([] {});
 }
 
-void TokenRecordStore::saveAfter(void (*change)()) {
-  const auto set = [change] {
+template <class Change>
+void TokenRecordStore::saveAfter(const Change& change) {
+  const auto set = [&change] {
     const std::lock_guard lock(copying);
     change();
     toStore(fields());
   };
   withinMemory(set, [] { platform::log("user defaults cannot be saved : ", kNotEnoughMemory); });
   store().synchronize();
+  SessionEvents::tell();
 }
 
 void TokenRecordStore::restore() {

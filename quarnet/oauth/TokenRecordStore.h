@@ -1,6 +1,7 @@
 #pragma once
 
 #include "quarnet/oauth/OAuthInfo.h"
+#include "quarnet/oauth/SessionEvent.h"
 
 namespace quarnet {
 
@@ -10,18 +11,33 @@ namespace quarnet {
 ///
 /// The lock is held neither while the store reads or writes its file nor while a line is logged, so
 /// that a log may use all of this.
+///
+/// What a change means for the session is noted in that same step, and the next save() or clear()
+/// tells it (SessionEvents).
 class TokenRecordStore {
 public:
   /// The record's fields of one moment.
   static OAuthInfo::Fields fields() { return OAuthInfo::sharedInstance().fields(); }
 
   /// Takes tokens over: into the record and among the texts that the next save() writes, in one
-  /// step. From then on a restore() finds them. Throws std::bad_alloc, and nothing has changed
-  /// then.
-  static void take(OAuthInfo::Fields taken);
+  /// step. From then on a restore() finds them. `event` is what this means; without an access token
+  /// among them it means that the session before has ended. Throws std::bad_alloc, and nothing has
+  /// changed then.
+  static void take(OAuthInfo::Fields taken, SessionEvent event);
 
-  /// Drops the tokens as OAuthInfo::clearTokens() says, and saves.
-  static void clear();
+  /// The same for a reissue, if the record still holds that refresh token; says whether it did.
+  static bool takeInPlaceOf(const Text& refreshToken, OAuthInfo::Fields taken);
+
+  /// Drops the tokens as OAuthInfo::clearTokens() says, and saves. Gives the access token that was
+  /// dropped; absent when nobody was signed in.
+  static Text clear();
+
+  /// The server does not reissue under that refresh token: tells it, once, if the record still
+  /// holds that one. Nothing is dropped.
+  static void lose(const Text& refreshToken);
+
+  /// Whether lose() was called for that refresh token, and nothing was taken over since.
+  static bool isLost(const Text& refreshToken);
 
   /// Saves the record, durably; a field that is absent removes its entry.
   static void save();
@@ -36,7 +52,9 @@ public:
   static Dictionary storedTokens();
 
 private:
-  static void saveAfter(void (*change)());
+  template <class Change>
+  static void saveAfter(const Change& change);
+  static void takeLocked(OAuthInfo::Fields& taken, SessionEvent event);
   static void toStore(const OAuthInfo::Fields& record);
 };
 

@@ -11,6 +11,8 @@
 #include "quarnet/request/Hex.h"
 
 #include <algorithm>
+#include <atomic>
+#include <limits>
 
 namespace quarnet {
 
@@ -22,24 +24,19 @@ using platform::Platform;
 
 namespace {
 
-/// Milliseconds since 1970-01-01 00:00:00 UTC, in decimal.
-std::string newSwapKey() {
-  return std::to_string(truncated(Platform::current().clock->secondsSince1970() * 1000.0));
+/// Milliseconds since 1970-01-01 00:00:00 UTC.
+std::int64_t milliseconds() {
+  return truncated(Platform::current().clock->secondsSince1970() * 1000.0);
 }
 
-HttpRequest keyRequest(std::string body) {
+HttpRequest keyRequest(const std::string& swapKey, const std::string& clientId) {
+  std::string body = "swap_key=" + swapKey + "&client_id=" + clientId;
+  log("payload : ", harmless(body));
   HttpRequest request{.url = std::string(VORNEL_URL_OAUTH_PARAM_ENC_KEY), .method = "POST"};
   request.headerFields.set("Content-Type", "application/x-www-form-urlencoded");
   request.headerFields.set("Content-Length", std::to_string(body.size()));
   request.body = std::make_shared<const Data>(std::move(body));
   return request;
-}
-
-/// The answer of the key endpoint; its body is to be wiped.
-HttpResult fetchKey(const std::string& swapKey, const std::string& clientId) {
-  std::string body = "swap_key=" + swapKey + "&client_id=" + clientId;
-  log("payload : ", harmless(body));
-  return Platform::current().httpClient->sendSynchronously(keyRequest(std::move(body)));
 }
 
 void logAnswer(const std::optional<Json>& json) {
@@ -63,21 +60,28 @@ Buffer copied(const Text& text) {
   return buffer;
 }
 
-/// The hexadecimal text of the parameters under the key that the answer holds. Neither the status
-/// nor the shape of the answer is checked: what is missing counts as zero bytes and the server then
-/// refuses the call.
-std::string encryptAsAnswered(const Data& answer, std::string_view parameters) {
-  const std::optional<Json> json = Json::parse(answer);
-  logAnswer(json);
-  const std::optional<Json> body = json ? json->member("body") : std::nullopt;
-  Text key = stringMember(body, "key");
-  Text iv = stringMember(body, "iv");
-  const WipeAtEnd wipedKey(key);
-  const WipeAtEnd wipedIv(iv);
-  const std::optional<Data> encrypted = encryptUnder(key, iv, parameters);
+/// What the key endpoint gave; overwritten at its end.
+struct Key {
+  explicit Key(const Data& answer) {
+    const std::optional<Json> json = Json::parse(answer);
+    logAnswer(json);
+    const std::optional<Json> body = json ? json->member("body") : std::nullopt;
+    key = stringMember(body, "key");
+    iv = stringMember(body, "iv");
+  }
+
+  Text key;
+  Text iv;
+  const WipeAtEnd<Text> wipedKey{key};
+  const WipeAtEnd<Text> wipedIv{iv};
+};
+
+/// The hexadecimal text of the parameters under the key.
+std::string encryptedText(const Key& key, std::string_view parameters) {
+  const std::optional<Data> encrypted = encryptUnder(key.key, key.iv, parameters);
   std::string text = encrypted ? hexEncoded(*encrypted) : std::string();
   // Under a key that is missing or cut off, the ciphertext is as good as the parameters themselves.
-  const bool isHidden = key && key->size() >= CipherKey().size();
+  const bool isHidden = key.key && key.key->size() >= CipherKey().size();
   log("encryptedString : ", platform::Log::Piece{.text = text, .isHarmless = isHidden});
   return text;
 }
@@ -90,15 +94,39 @@ Text encryptParameters(const Text& parameters, Text* swapKey, std::optional<Erro
     storeError(error, makeError(5));
     return std::nullopt;
   }
-  const std::string newKey = newSwapKey();
+  const std::string newKey = std::to_string(milliseconds());
   if (swapKey != nullptr) *swapKey = newKey;
-  HttpResult answer = fetchKey(newKey, *clientId);
+  HttpResult answer =
+      Platform::current().httpClient->sendSynchronously(keyRequest(newKey, *clientId));
   const WipeAtEnd wiped(answer.body);
   if (answer.error) {
     storeError(error, makeError(7));
     return std::nullopt;
   }
-  return encryptAsAnswered(answer.body, parameters ? std::string_view(*parameters) : "");
+  // Neither the status nor the shape of the answer is checked: what is missing counts as zero bytes
+  // and the server then refuses the call.
+  return encryptedText(Key(answer.body), parameters ? std::string_view(*parameters) : "");
+}
+
+KeyRequest newKeyRequest(const std::string& clientId) {
+  static constinit std::atomic<std::int64_t> last = 0;
+  std::int64_t before = last;
+  std::int64_t name = 0;
+  do {
+    name = std::max(milliseconds(),
+                    before == std::numeric_limits<std::int64_t>::max() ? before : before + 1);
+  } while (!last.compare_exchange_weak(before, name));
+  const std::string swapKey = std::to_string(name);
+  return {.swapKey = swapKey, .request = keyRequest(swapKey, clientId)};
+}
+
+Text encryptUnderAnswer(const Data& answer, std::string_view parameters) {
+  const Key key(answer);
+  const bool isWhole = key.key && key.key->size() >= CipherKey().size() && key.iv &&
+                       key.iv->size() >= CipherVector().size();
+  if (!isWhole) return std::nullopt;
+  std::string text = encryptedText(key, parameters);
+  return text.empty() ? std::nullopt : Text(std::move(text));
 }
 
 std::optional<Data> encryptUnder(const Text& key, const Text& iv, std::string_view plain) {

@@ -29,10 +29,6 @@ bool carriesBody(HttpMethod method) {
   return method == HttpMethod::PUT || method == HttpMethod::POST;
 }
 
-bool encryptsParameters(HttpMethod method) {
-  return method == HttpMethod::GET || method == HttpMethod::DELETE;
-}
-
 std::string contentType(ContentFormat format) {
   return Global::getContentType(static_cast<std::uint64_t>(format));
 }
@@ -71,19 +67,6 @@ void writeBack(RequestBundle& bundle) {
   bundle.setUrl(std::move(url));
 }
 
-/// "KEY=VALUE" pairs: the values escaped already, the keys as the caller gave them.
-/// Absent when a key is not valid UTF-8.
-Text parameterText(const Parameters& parameters) {
-  std::string text;
-  bool first = true;
-  for (const auto& [key, value] : parameters) {
-    if (!std::exchange(first, false)) text += '&';
-    text += key;
-    if (value) text.append("=").append(*value);
-  }
-  return utf8Text(std::move(text));
-}
-
 /// A failure is not reported: the call is then sent without its parameters.
 void addEncryptedParameters(HttpRequest& request, const RequestBundle& bundle, Text& swapKey) {
   Text parameters = bundle.parameters() ? parameterText(*bundle.parameters()) : "";
@@ -111,6 +94,7 @@ void setPayload(HttpRequest& request, const RequestBundle& bundle) {
 }
 
 void setBody(HttpRequest& request, const RequestBundle& bundle) {
+  if (request.method.empty()) return;
   if (!carriesBody(bundle.httpMethod())) {
     request.headerFields.set("Content-Type", contentType(bundle.requestType()));
   } else if (!bundle.uploadFilePath().value_or("").empty()) {
@@ -148,24 +132,44 @@ std::optional<HttpRequest> assembleRequest(RequestBundle& bundle, std::optional<
     storeError(error, makeError(3));
     return std::nullopt;
   }
-  writeBack(bundle);
-
-  const HttpMethod method = bundle.httpMethod();
-  HttpRequest request{.url = *bundle.url(), .method = std::string(methodName(method))};
+  HttpRequest request = requestWithoutTokens(bundle);
   Text swapKey;
-  if (encryptsParameters(method)) addEncryptedParameters(request, bundle, swapKey);
+  if (encryptsParameters(bundle.httpMethod())) addEncryptedParameters(request, bundle, swapKey);
   if (request.method.empty()) {
     storeError(error, makeError(1));
     return request;
   }
-  setBody(request, bundle);
   addKeyAndTokens(request, swapKey, error);
-  if (error != nullptr) {
-    request.headerFields.set("Accept", acceptType);
-    request.headerFields.set("Accept-Encoding", "utf-8");
-    logHeaderFields(request);
-  }
+  if (error != nullptr) addAcceptFields(request, acceptType);
   return request;
+}
+
+bool encryptsParameters(HttpMethod method) {
+  return method == HttpMethod::GET || method == HttpMethod::DELETE;
+}
+
+HttpRequest requestWithoutTokens(RequestBundle& bundle) {
+  writeBack(bundle);
+  HttpRequest request{.url = *bundle.url(), .method = std::string(methodName(bundle.httpMethod()))};
+  setBody(request, bundle);
+  return request;
+}
+
+Text parameterText(const Parameters& parameters) {
+  std::string text;
+  bool first = true;
+  for (const auto& [key, value] : parameters) {
+    if (!std::exchange(first, false)) text += '&';
+    text += key;
+    if (value) text.append("=").append(*value);
+  }
+  return utf8Text(std::move(text));
+}
+
+void addAcceptFields(HttpRequest& request, std::string_view contentType) {
+  request.headerFields.set("Accept", contentType);
+  request.headerFields.set("Accept-Encoding", "utf-8");
+  logHeaderFields(request);
 }
 
 void addKeyAndTokens(HttpRequest& request, const Text& swapKey, std::optional<Error>* error) {

@@ -17,6 +17,22 @@ namespace quarnet {
 std::optional<platform::HttpRequest> assembleRequest(RequestBundle& bundle,
                                                      std::optional<Error>* error);
 
+// The steps of it, for a call that fetches its key without blocking. They throw std::bad_alloc.
+
+/// Whether calls of that method send their parameters, encrypted, and no body.
+bool encryptsParameters(HttpMethod method);
+
+/// Address, method and body of a bundle that was checked; writes back as assembleRequest() does.
+/// Reads the file that is to be uploaded.
+platform::HttpRequest requestWithoutTokens(RequestBundle& bundle);
+
+/// "KEY=VALUE" pairs as they stand: the values escaped by then, the keys as the caller gave them.
+/// Absent when a key is not valid UTF-8.
+Text parameterText(const Parameters& parameters);
+
+/// Adds what the answer may be, which ends the assembly, and logs the header fields.
+void addAcceptFields(platform::HttpRequest& request, std::string_view contentType);
+
 /// Adds the swap key, the client identifier and the tokens of the record, each unless it is absent;
 /// an absent client identifier is error 5. Throws std::bad_alloc.
 void addKeyAndTokens(platform::HttpRequest& request, const Text& swapKey,
