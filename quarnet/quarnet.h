@@ -3,6 +3,7 @@
 // Everything that an application needs of the library; the toolkits have headers of their own
 // ("quarnet/platform/gtk/GtkToolkit.h", "quarnet/platform/headless/HeadlessToolkit.h").
 
+#include "quarnet/client/Client.h"
 #include "quarnet/core/Callback.h"
 #include "quarnet/core/Constants.h"
 #include "quarnet/core/Error.h"

@@ -1,0 +1,49 @@
+#include "quarnet/client/CallErrors.h"
+
+#include "quarnet/core/NotEnoughMemory.h"
+#include "quarnet/core/Text.h"
+
+namespace quarnet {
+namespace {
+
+ApiErrorKind kindOf(platform::HttpFailure failure) {
+  switch (failure) {
+  case platform::HttpFailure::InvalidRequest:
+    return ApiErrorKind::InvalidCall;
+  case platform::HttpFailure::TimedOut:
+    return ApiErrorKind::TimedOut;
+  case platform::HttpFailure::TooLarge:
+    return ApiErrorKind::TooLarge;
+  case platform::HttpFailure::NoConnection:
+    break;
+  }
+  return ApiErrorKind::NoConnection;
+}
+
+} // namespace
+
+ApiError transportError(const platform::HttpResult& result) {
+  return {.kind = kindOf(result.failure), .text = result.error->description.value_or("")};
+}
+
+ApiError refusal(const platform::HttpResult& result) {
+  return {.kind = ApiErrorKind::Refused,
+          .text = "The server refused the call",
+          .status = result.response ? result.response->statusCode : 0,
+          .body = result.body};
+}
+
+ApiError signedOut() {
+  return {.kind = ApiErrorKind::SignedOut, .text = "Nobody is signed in"};
+}
+
+ApiError sessionLost() {
+  return {.kind = ApiErrorKind::SignedOut,
+          .text = "The server does not reissue the tokens any more"};
+}
+
+ApiError tooLarge() {
+  return {.kind = ApiErrorKind::TooLarge, .text = std::string(kNotEnoughMemory)};
+}
+
+} // namespace quarnet

@@ -1,0 +1,285 @@
+#include "quarnet/client/CallRun.h"
+
+#include "quarnet/client/CallErrors.h"
+#include "quarnet/client/RetryRule.h"
+#include "quarnet/client/TokenRefresh.h"
+#include "quarnet/client/Worker.h"
+#include "quarnet/core/Constants.h"
+#include "quarnet/core/Global.h"
+#include "quarnet/core/NotEnoughMemory.h"
+#include "quarnet/core/Numbers.h"
+#include "quarnet/core/Text.h"
+#include "quarnet/core/Utf8.h"
+#include "quarnet/core/Wipe.h"
+#include "quarnet/oauth/TokenAnswer.h"
+#include "quarnet/oauth/TokenRecordStore.h"
+#include "quarnet/platform/Platform.h"
+#include "quarnet/request/ParameterKey.h"
+#include "quarnet/request/RequestAssembly.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <random>
+#include <utility>
+
+namespace quarnet {
+
+using platform::HttpRequest;
+using platform::HttpResult;
+using platform::Platform;
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr long kUnauthorized = 401;
+
+ApiError invalid(std::string text) {
+  return {.kind = ApiErrorKind::InvalidCall, .text = std::move(text)};
+}
+
+/// What is wrong with the call itself.
+std::optional<ApiError> problemOf(const Call& call) {
+  const bool isKnown = static_cast<std::uint64_t>(call.method) <= 3;
+  const bool hasBody = !call.payload.empty() || call.upload;
+  if (!isKnown) return invalid("There is no such method");
+  if (call.url.empty()) return invalid("The call has no address");
+  if (static_cast<std::uint64_t>(call.requestType) > 1 ||
+      static_cast<std::uint64_t>(call.responseType) > 1) {
+    return invalid("There is no such format");
+  }
+  if (encryptsParameters(call.method) && hasBody) {
+    return invalid("GET and DELETE have parameters and no payload");
+  }
+  if (!encryptsParameters(call.method) && !call.parameters.empty()) {
+    return invalid("POST and PUT have a payload and no parameters");
+  }
+  if (!call.payload.empty() && call.upload) return invalid("A call has a payload or a file");
+  return std::nullopt;
+}
+
+/// Seconds until the access token expires; absent when the server did not say when that is.
+std::optional<double> secondsLeft(std::int64_t lifetime, const Text& expiresSystime) {
+  if (lifetime <= 0 || !isToken(expiresSystime)) return std::nullopt;
+  const double now = Platform::current().clock->secondsSinceReferenceDate();
+  return static_cast<double>(integerValue(*expiresSystime)) / 1000.0 - now;
+}
+
+bool isReadable(const std::string& path) {
+  // A path that holds NUL names no file; cut off there it would name another.
+  std::error_code ignored;
+  if (path.find('\0') != std::string::npos || !std::filesystem::is_regular_file(path, ignored)) {
+    return false;
+  }
+  std::ifstream file(path);
+  if (!file) return false;
+  file.peek();
+  return !file.bad();
+}
+
+RequestBundle bundleOf(Call& call) {
+  RequestBundle bundle;
+  bundle.setUrl(std::move(call.url));
+  bundle.setHttpMethod(call.method);
+  bundle.setRequestType(call.requestType);
+  bundle.setResponseType(call.responseType);
+  bundle.setParameters(std::move(call.parameters));
+  bundle.setPayload(std::move(call.payload));
+  if (call.upload) {
+    bundle.setUploadFilePath(call.upload->path);
+    bundle.setUploadFileKey(call.upload->key);
+  }
+  return bundle;
+}
+
+/// What passes a transfer's progress on: the latest one, when the callbacks' thread gets to it.
+std::function<void(const platform::HttpProgress&)>
+progressFor(std::weak_ptr<Outcome<Answer>> outcome, std::function<void(const Progress&)> receive) {
+  struct Latest {
+    std::mutex mutex;
+    Progress progress;
+    bool isPosted = false;
+  };
+  return [outcome = std::move(outcome), receive = std::move(receive),
+          latest = std::make_shared<Latest>()](const platform::HttpProgress& now) {
+    {
+      const std::lock_guard lock(latest->mutex);
+      latest->progress = now;
+      if (std::exchange(latest->isPosted, true)) return;
+    }
+    const auto state = outcome.lock();
+    if (!state) return;
+    state->notify([receive, latest] {
+      std::unique_lock lock(latest->mutex);
+      latest->isPosted = false;
+      const Progress progress = latest->progress;
+      lock.unlock();
+      receive(progress);
+    });
+  };
+}
+
+double random() {
+  thread_local std::minstd_rand engine{std::random_device{}()};
+  return std::uniform_real_distribution<double>(0, 1)(engine);
+}
+
+} // namespace
+
+CallRun::CallRun(Call call, std::shared_ptr<const ClientOptions> options,
+                 std::shared_ptr<Outcome<Answer>> outcome)
+    : call_(std::make_unique<Call>(std::move(call))), method_(call_->method),
+      responseType_(call_->responseType), retry_(call_->retry), options_(std::move(options)),
+      outcome_(std::move(outcome)),
+      deadline_(Timer::shared().at(
+          Timer::Clock::now() +
+              std::clamp<std::chrono::milliseconds>(call_->timeout, 0ms, 24h * 24),
+          [waiting = std::weak_ptr(outcome_)] {
+            const auto state = waiting.lock();
+            if (state) state->fail({.kind = ApiErrorKind::TimedOut, .text = "The time was up"});
+          })) {}
+
+CallRun::~CallRun() {
+  Timer::shared().forget(deadline_);
+  wipe(parameters_);
+}
+
+void CallRun::start() {
+  outcome_->cancelWith(call_->stop);
+  if (auto problem = problemOf(*call_)) return end(std::move(*problem));
+  if (!call_->upload) return run(&CallRun::prepare);
+  // Reading the file may take long.
+  if (!runOnWorker([self = shared_from_this()] { self->run(&CallRun::prepare); })) end(tooLarge());
+}
+
+void CallRun::run(Step step) {
+  if (outcome_->stopToken().stop_requested()) return;
+  withinMemory([&] { (this->*step)(); }, [this] { end(tooLarge()); });
+}
+
+template <void (CallRun::*kStep)(HttpResult)>
+platform::HttpClient::Completion CallRun::then() {
+  return [self = shared_from_this()](HttpResult answer) {
+    if (self->outcome_->stopToken().stop_requested()) return;
+    withinMemory([&] { ((*self).*kStep)(std::move(answer)); }, [&] { self->end(tooLarge()); });
+  };
+}
+
+void CallRun::prepare() {
+  const std::unique_ptr<Call> call = std::move(call_);
+  if (call->upload && !isReadable(call->upload->path)) {
+    return end(invalid("The file cannot be read: " + call->upload->path));
+  }
+  RequestBundle bundle = bundleOf(*call);
+  request_ = std::make_shared<HttpRequest>(requestWithoutTokens(bundle));
+  addressLength_ = request_->url.size();
+  if (call->progress) request_->progress = progressFor(outcome_, std::move(call->progress));
+  if (encryptsParameters(method_)) {
+    parameters_ = parameterText(*bundle.parameters());
+    if (!parameters_) return end(invalid("A parameter's name is no UTF-8"));
+  }
+  freshen();
+}
+
+void CallRun::freshen() {
+  const auto record = TokenRecordStore::fields();
+  if (!record.clientId) return end(invalid(std::string(VornelError005)));
+  if (!isToken(record.accessToken)) return end(signedOut());
+  const std::int64_t lifetime = integerValue(record.expiresIn.value_or(""));
+  const std::optional<double> left = secondsLeft(lifetime, record.expiresSystime);
+  // Tokens that never live that long are not reissued before every call.
+  const double wanted =
+      std::min(static_cast<double>(options_->freshFor.count()), static_cast<double>(lifetime) / 2);
+  const bool isStale = options_->reissuesBeforeExpiry && left && *left < wanted;
+  if (!isStale || !isToken(record.refreshToken)) return begin();
+  TokenRefresh::shared().renew(
+      record.accessToken,
+      [self = shared_from_this(), isExpired = *left <= 0](const std::optional<ApiError>& problem) {
+        const bool isOver = problem && (isExpired || problem->kind == ApiErrorKind::SignedOut);
+        isOver ? self->fail(*problem) : self->run(&CallRun::begin);
+      });
+}
+
+void CallRun::begin() {
+  // The transport may still hold what was sent.
+  if (std::exchange(hasBegun_, true)) request_ = std::make_shared<HttpRequest>(*request_);
+  if (!parameters_) return transmit("");
+  KeyRequest key = newKeyRequest(TokenRecordStore::fields().clientId.value_or(""));
+  request_->headerFields.set("swap_key", key.swapKey);
+  // It is open by the time that the key is there, which changes the request on another thread.
+  Platform::current().httpClient->openConnection(request_->url);
+  send(std::make_shared<HttpRequest>(std::move(key.request)), then<&CallRun::takeKey>());
+}
+
+void CallRun::takeKey(HttpResult answer) {
+  const WipeAtEnd wiped(answer.body);
+  if (answer.error) {
+    const ApiError why = transportError(answer);
+    return fail({.kind = ApiErrorKind::KeyNotHad, .text = why.text});
+  }
+  const Text enc = encryptUnderAnswer(answer.body, *parameters_);
+  if (!enc) {
+    return fail({.kind = ApiErrorKind::KeyNotHad, .text = "The server's answer holds no key"});
+  }
+  transmit("?enc=" + *enc);
+}
+
+void CallRun::transmit(std::string_view query) {
+  request_->url.resize(addressLength_);
+  request_->url += query;
+  addKeyAndTokens(*request_, {}, nullptr);
+  const auto token = request_->headerFields.get(VORNEL_HEADER_ACCESS_TOKEN);
+  if (!token || !isToken(Text(*token))) return end(signedOut()); // since the call began
+  addAcceptFields(*request_, Global::getContentType(static_cast<std::uint64_t>(responseType_)));
+  send(request_, then<&CallRun::takeAnswer>());
+}
+
+void CallRun::send(std::shared_ptr<HttpRequest> request,
+                   platform::HttpClient::Completion completion) {
+  const auto left =
+      std::chrono::ceil<std::chrono::milliseconds>(deadline_.first - Timer::Clock::now());
+  request->timeout = std::max(left, std::chrono::milliseconds(1));
+  request->stopToken = outcome_->stopToken();
+  Platform::current().httpClient->sendAsynchronously(std::move(request), std::move(completion));
+}
+
+void CallRun::takeAnswer(HttpResult answer) {
+  if (answer.error) return fail(transportError(answer));
+  const long status = answer.response ? answer.response->statusCode : 0;
+  if (status == kUnauthorized && options_->reissuesAfter401 && !wasRenewed_) return renew();
+  if (status < 200 || status > 299) {
+    return fail(refusal(answer), answer.response ? answer.response->retryAfter : 0s);
+  }
+  if (!isUtf8(answer.body)) {
+    return end(ApiError{.kind = ApiErrorKind::NotUtf8,
+                        .text = "The answer is no UTF-8",
+                        .status = status,
+                        .body = std::move(answer.body)});
+  }
+  end(Answer{.status = status, .body = std::move(answer.body)});
+}
+
+void CallRun::renew() {
+  wasRenewed_ = true;
+  const auto sent = request_->headerFields.get(VORNEL_HEADER_ACCESS_TOKEN);
+  TokenRefresh::shared().renew(sent ? Text(*sent) : Text(),
+                               [self = shared_from_this()](const std::optional<ApiError>& problem) {
+                                 problem ? self->fail(*problem) : self->run(&CallRun::begin);
+                               });
+}
+
+void CallRun::fail(ApiError error, std::chrono::seconds retryAfter) {
+  const auto pause = pauseBeforeRetry(method_, retry_, error, retries_, retryAfter, random());
+  const auto next = Timer::Clock::now() + pause.value_or(0ms);
+  if (!pause || next >= deadline_.first) return end(std::move(error));
+  ++retries_;
+  Timer::shared().at(next, [self = shared_from_this()] { self->run(&CallRun::freshen); });
+}
+
+void CallRun::end(Result<Answer> result) {
+  outcome_->settle(std::move(result));
+}
+
+} // namespace quarnet

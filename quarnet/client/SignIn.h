@@ -1,0 +1,50 @@
+#pragma once
+
+#include "quarnet/core/Types.h"
+
+#include <string>
+
+namespace quarnet {
+
+/// How a sign-in ended.
+struct SignIn {
+  enum class Ending {
+    /// The user signed in on the login screen.
+    Done,
+    /// A stored session was taken up again, without a screen.
+    Continued,
+    /// The user closed the screen.
+    Closed,
+    /// The server refused (RFC 6749, section 4.1.2.1).
+    Refused,
+    /// The authorization code could not be exchanged for tokens.
+    ExchangeFailed,
+    /// There was no window or no toolkit to show the screen with.
+    NoScreen,
+  };
+  Ending ending = Ending::Done;
+  /// The server's code for Refused and, when it gave one, for ExchangeFailed: "access_denied".
+  std::string code = {};
+  /// What is known about it, for people; empty where the ending says it all.
+  std::string text = {};
+
+  /// Whether there is a session now.
+  explicit operator bool() const { return ending == Ending::Done || ending == Ending::Continued; }
+};
+
+/// How a sign-out ended.
+struct SignOut {
+  enum class Ending {
+    /// The server confirmed it; the tokens are gone on both sides.
+    Confirmed,
+    /// The tokens were dropped here, but the server did not confirm it.
+    NotConfirmed,
+    /// Nobody was signed in.
+    NothingToDo,
+  };
+  Ending ending = Ending::Confirmed;
+  /// Why the server did not confirm it, for people.
+  std::string text = {};
+};
+
+} // namespace quarnet

@@ -1,0 +1,55 @@
+#include "quarnet/client/Timer.h"
+
+#include "quarnet/client/OfProcess.h"
+#include "quarnet/platform/BlockedSignals.h"
+
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace quarnet {
+Timer& Timer::shared() {
+  return ofProcess<Timer>();
+}
+
+Timer::Entry Timer::at(Clock::time_point time, std::function<void()> call) {
+  const std::lock_guard lock(mutex_);
+  if (!hasThread_) {
+    try {
+      const platform::BlockedSignals blocked;
+      std::thread([this] { run(); }).detach();
+      hasThread_ = true;
+    } catch (const std::system_error&) {
+      return {time, 0};
+    }
+  }
+  const Entry entry{time, ++last_};
+  calls_[entry].swap(call);
+  if (calls_.begin()->first == entry) changed_.notify_one();
+  return entry;
+}
+
+void Timer::forget(const Entry& entry) {
+  decltype(calls_)::node_type forgotten; // ends without the lock
+  const std::lock_guard lock(mutex_);
+  forgotten = calls_.extract(entry);
+}
+
+void Timer::run() {
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    if (calls_.empty()) {
+      changed_.wait(lock);
+    } else if (const auto next = calls_.begin()->first.first; next > Clock::now()) {
+      changed_.wait_until(lock, next);
+    } else {
+      auto due = calls_.extract(calls_.begin());
+      lock.unlock();
+      due.mapped()();
+      due = {};
+      lock.lock();
+    }
+  }
+}
+
+} // namespace quarnet

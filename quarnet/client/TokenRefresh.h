@@ -1,0 +1,42 @@
+#pragma once
+
+#include "quarnet/client/ApiError.h"
+#include "quarnet/core/Types.h"
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quarnet {
+
+/// Reissues the tokens of the one session, once for all who need it (RFC 6749, section 6).
+///
+/// A reissue that was begun is not cancelled. What it brings is in the record and in the store
+/// before anyone is told. Safe from any thread.
+class TokenRefresh {
+public:
+  /// Absent when the record holds another access token now than the stale one.
+  using Done = std::function<void(std::optional<ApiError>)>;
+
+  static TokenRefresh& shared();
+
+  /// Calls `done` once, on a background thread or inside this call, when the record's access token
+  /// is another one than `stale`, or with the reason why it is not: SignedOut when there is nothing
+  /// to reissue with or the server refused, and then no further reissue is tried with the same
+  /// refresh token.
+  void renew(const Text& stale, Done done);
+
+private:
+  void send(const Text& refreshToken);
+  void finish(const Text& refreshToken, const std::optional<ApiError>& problem);
+
+  std::mutex mutex_;
+  /// Who waits for the reissue under which refresh token; it is under way when anybody waits. After
+  /// a sign-in the one of the session before may still be.
+  std::map<std::string, std::vector<Done>> waiting_;
+};
+
+} // namespace quarnet

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "quarnet/core/Export.h"
+
+#include <functional>
+
+namespace quarnet {
+
+/// Runs `call`, which may block for long as reading files and using the store do, on one of two
+/// threads of its own; says whether it will. It will not when no thread can be made. Safe from any
+/// thread.
+bool runOnWorker(std::function<void()> call);
+
+/// Waits until nothing runs there. For tests, before they take the services away.
+QUARNET_EXPORT void waitForWorkers();
+
+} // namespace quarnet

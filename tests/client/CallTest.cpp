@@ -1,0 +1,371 @@
+#include "tests/support/LibraryTest.h"
+
+#include "quarnet/client/Client.h"
+#include "quarnet/platform/headless/HeadlessLibrary.h"
+
+#include <atomic>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <thread>
+
+namespace quarnet::test {
+namespace {
+
+using namespace std::chrono_literals;
+using platform::HttpResult;
+using ::testing::AllOf;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using Kind = ApiErrorKind;
+
+constexpr char kUrl[] = "https://api.example/v1/places";
+
+/// What a program and a person see of an outcome, in one line.
+std::string words(const Result<Answer>& result) {
+  return result ? std::to_string(result->status) + " " + result->body
+                : result.error().description();
+}
+
+class ClientCall : public ::testing::Test {
+protected:
+  void SetUp() override { library_.signIn(); }
+
+  platform::ScriptedAnswers on(const std::string& url = kUrl) { return library_.http->on("", url); }
+  static auto answered(long status, std::chrono::seconds retryAfter = 0s) {
+    return [=](const auto&) {
+      return HttpResult{.response = platform::HttpResponse{status, retryAfter}, .body = "busy"};
+    };
+  }
+  std::vector<std::string> accessTokens() const {
+    std::vector<std::string> tokens;
+    for (const auto& request : library_.http->received("", kUrl))
+      tokens.emplace_back(*request.headerFields.get("access_token"));
+    return tokens;
+  }
+  /// The outcome of a call, through the callbacks.
+  std::string send(Call call, const Client& client = Client()) {
+    std::string outcome;
+    const Handle handle = Client(client).send(std::move(call)).then([&](const auto& result) {
+      outcome += words(result);
+    });
+    library_.runUntil([&] { return !outcome.empty(); });
+    library_.run();
+    return outcome;
+  }
+
+  platform::HeadlessLibrary library_;
+};
+
+TEST_F(ClientCall, HasOneOutcome) {
+  const struct {
+    Call call;
+    std::function<void(platform::ScriptedAnswers)> script;
+    std::string outcome;
+  } cases[] = {
+      {{}, [](auto a) { a.answer("[1]"); }, "200 [1]"},
+      {{}, [](auto a) { a.answer("", 204); }, "204 "},
+      {{}, [](auto a) { a.answer("\xff"); }, "answer is not UTF-8 (200): The answer is no UTF-8"},
+      {{}, [](auto a) { a.answer("no", 403); }, "refused (403): The server refused the call"},
+      {{}, [](auto a) { a.answer("", 302); }, "refused (302): The server refused the call"},
+      {{}, [](auto a) { a.fail("cut"); }, "no connection: cut"},
+      {{.method = HttpMethod::POST, .payload = "{}"}, [](auto a) { a.answer("ok"); }, "200 ok"},
+      {{.method = HttpMethod::DELETE}, [](auto a) { a.answer("ok"); }, "200 ok"},
+      {{.method = static_cast<HttpMethod>(7)}, {}, "invalid call: There is no such method"},
+      {{.responseType = static_cast<ContentFormat>(2)},
+       {},
+       "invalid call: There is no such format"},
+      {{.payload = "x"}, {}, "invalid call: GET and DELETE have parameters and no payload"},
+      {{.parameters = {{"\xff", "x"}}}, {}, "invalid call: A parameter's name is no UTF-8"},
+      {{.method = HttpMethod::PUT, .parameters = {{"a", "b"}}},
+       {},
+       "invalid call: POST and PUT have a payload and no parameters"},
+      {{.method = HttpMethod::PUT, .payload = "x", .upload = Upload{"/etc/hostname"}},
+       {},
+       "invalid call: A call has a payload or a file"},
+      {{.method = HttpMethod::POST, .upload = Upload{"/missing"}},
+       {},
+       "invalid call: The file cannot be read: /missing"},
+      {{.method = HttpMethod::POST, .upload = Upload{"/proc/self/mem"}}, // opens, but has no page 0
+       {},
+       "invalid call: The file cannot be read: /proc/self/mem"},
+      {{.method = HttpMethod::POST, .upload = Upload{std::string("/etc/passwd\0", 12)}},
+       {},
+       std::string("invalid call: The file cannot be read: /etc/passwd\0", 51)},
+  };
+  int i = 0;
+  for (const auto& [call, script, outcome] : cases) {
+    Call sent = call;
+    sent.url = kUrl + std::to_string(i++);
+    if (script) script(on(sent.url));
+    EXPECT_EQ(send(sent), outcome);
+    EXPECT_EQ(library_.http->received("", sent.url).size(), script ? 1U : 0U) << outcome;
+    EXPECT_EQ(words(Client().send(sent).wait()), outcome);
+  }
+  EXPECT_EQ(send({}), "invalid call: The call has no address");
+}
+
+TEST_F(ClientCall, SendsWhatWasDescribedAndNothingWithoutAWholeKey) {
+  on().answer("ok");
+  EXPECT_EQ(send({.url = kUrl, .parameters = {{"keyword", "서울역"}, {"flag", std::nullopt}}}),
+            "200 ok");
+  const auto request = library_.http->received("GET", kUrl).back();
+  EXPECT_EQ(request.parameters.at("keyword"), "서울역");
+  EXPECT_EQ(request.parameters.count("flag"), 1U);
+  EXPECT_THAT(request.url, HasSubstr("places.json?enc="));
+  for (const char* name : {"swap_key", "client_id", "access_token", "refresh_token", "Accept"})
+    EXPECT_TRUE(request.headerFields.get(name)) << name;
+
+  const std::string keyUrl(VORNEL_URL_OAUTH_PARAM_ENC_KEY);
+  for (const char* key : {"", "{}", R"({"body":{"key":"short","iv":"0123456789abcdef"}})",
+                          R"({"body":{"key":"0123456789abcdef0123456789abcdef","iv":"short"}})"}) {
+    library_.http->on("POST", keyUrl).answer(key);
+    EXPECT_THAT(send({.url = kUrl}), HasSubstr("no key for the parameters")) << key;
+  }
+  library_.http->on("POST", keyUrl).fail("cut");
+  EXPECT_EQ(send({.url = kUrl}), "no key for the parameters: cut");
+  EXPECT_EQ(library_.http->received("", kUrl).size(), 1U);
+}
+
+TEST_F(ClientCall, ReissuesOnceForAllAndRepeats) {
+  const std::string stale = *OAuthInfo::sharedInstance().accessToken();
+  on().answer([&](const platform::ReceivedRequest& request) {
+    const bool isStale = request.headerFields.get("access_token") == stale;
+    return HttpResult{.response = platform::HttpResponse{isStale ? 401 : 200}, .body = "ok"};
+  });
+  constexpr int kThreads = 16;
+  std::atomic<int> good = 0;
+  std::vector<std::jthread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&] {
+      for (int j = 0; j < 20; ++j)
+        good += Client().send({.method = HttpMethod::POST, .url = kUrl}).wait().has_value();
+    });
+  }
+  threads.clear();
+  EXPECT_EQ(good, kThreads * 20);
+  EXPECT_EQ(library_.http->received("GET", VORNEL_URL_OAUTH_ACCESS).size(), 1U);
+  EXPECT_EQ(library_.store->saved().at("access_token"), OAuthInfo::sharedInstance().accessToken());
+
+  // Ahead of their end, and not when that is switched off.
+  library_.clock->advance(3550s);
+  EXPECT_EQ(send({.url = kUrl}, Client({.reissuesBeforeExpiry = false})), "200 ok");
+  EXPECT_EQ(library_.http->received("GET", VORNEL_URL_OAUTH_ACCESS).size(), 1U);
+  EXPECT_EQ(send({.url = kUrl}), "200 ok");
+  EXPECT_EQ(library_.http->received("GET", VORNEL_URL_OAUTH_ACCESS).size(), 2U);
+
+  // Tokens whose life is short or unknown are not reissued before every call.
+  auto tokens = library_.http->on("GET", std::string(VORNEL_URL_OAUTH_ACCESS));
+  tokens.answer(R"({"access_token":"a","expires_in":30})");
+  tokens.answer(R"({"access_token":"a","expires_in":"soon"})");
+  for (const std::size_t reissues : {3U, 4U}) {
+    library_.clock->advance(3550s);
+    send({.url = kUrl});
+    send({.url = kUrl});
+    EXPECT_EQ(library_.http->received("GET", VORNEL_URL_OAUTH_ACCESS).size(), reissues);
+  }
+}
+
+TEST_F(ClientCall, KeepsToTheSessionWhateverHappensToIt) {
+  // The reissue of one session holds up none of the next one's calls.
+  library_.http->on("GET", std::string(VORNEL_URL_OAUTH_ACCESS))
+      .after(5s)
+      .answer(R"({"error":"invalid_grant"})", 400)
+      .answer(R"({"access_token":"new"})");
+  on().answer([](const platform::ReceivedRequest& request) {
+    const bool isNew = request.headerFields.get("access_token") == "new";
+    return HttpResult{.response = platform::HttpResponse{isNew ? 200 : 401}};
+  });
+  Client().send({.method = HttpMethod::POST, .url = kUrl}).then([](const auto&) {}).detach();
+  library_.run();
+  library_.signIn();
+  EXPECT_EQ(send({.method = HttpMethod::POST, .url = kUrl}), "200 ");
+
+  // A call that was waiting for its key when the tokens went is not sent without them.
+  library_.http->on("POST", std::string(VORNEL_URL_OAUTH_PARAM_ENC_KEY))
+      .after(1s)
+      .answer(R"({"body":{"key":"0123456789abcdef0123456789abcdef","iv":"0123456789abcdef"}})");
+  std::string outcome;
+  const Handle handle =
+      Client().send({.url = kUrl}).then([&](const auto& r) { outcome = words(r); });
+  (void)Client().signOut().wait();
+  library_.advance(1s);
+  EXPECT_EQ(outcome, "signed out: Nobody is signed in");
+}
+
+TEST_F(ClientCall, EndsAsSignedOutWhenTheTokensAreRefused) {
+  on().answer("expired", 401);
+  EXPECT_EQ(send({.url = kUrl}, Client({.reissuesAfter401 = false})),
+            "refused (401): The server refused the call");
+  EXPECT_EQ(send({.url = kUrl}), "refused (401): The server refused the call"); // with new tokens
+  std::vector<SessionEvent> events;
+  const Handle observer = Client().onSession([&](SessionEvent event) { events.push_back(event); });
+  auto tokens = library_.http->on("GET", std::string(VORNEL_URL_OAUTH_ACCESS));
+  tokens.fail("cut").answer("later", 503).answer(R"({"error":"invalid_grant"})", 400);
+  EXPECT_EQ(send({.url = kUrl}), "no connection: cut");
+  EXPECT_EQ(send({.url = kUrl}), "refused (503): The server refused the call");
+  EXPECT_THAT(send({.url = kUrl}), HasSubstr("signed out: "));
+  EXPECT_THAT(send({.url = kUrl}), HasSubstr("signed out: "));
+  EXPECT_THAT(events, ElementsAre(SessionEvent::SessionLost));
+  EXPECT_EQ(library_.http->received("GET", VORNEL_URL_OAUTH_ACCESS).size(), 4U);
+  EXPECT_FALSE(library_.store->saved().empty()); // nothing is deleted
+
+  OAuthInfo::sharedInstance().setAccessToken("");
+  EXPECT_EQ(send({.url = kUrl}), "signed out: Nobody is signed in");
+}
+
+TEST_F(ClientCall, IsRepeatedOnlyWhenAskedForAndSafe) {
+  on(kUrl + std::string("0")).answer(answered(503)).answer(answered(429)).fail("cut").answer("ok");
+  const Retry retry{.attempts = 3, .first = 1ms, .longest = 2ms};
+  EXPECT_EQ(send({.url = kUrl + std::string("0"), .retry = retry}), "200 ok");
+  on(kUrl + std::string("1")).answer(answered(503)).answer("ok");
+  EXPECT_THAT(send({.url = kUrl + std::string("1")}), HasSubstr("(503)"));
+  on(kUrl + std::string("2")).answer(answered(503)).answer("ok");
+  EXPECT_THAT(send({.method = HttpMethod::POST, .url = kUrl + std::string("2"), .retry = retry}),
+              HasSubstr("(503)"));
+  on(kUrl + std::string("3")).answer(answered(503, 1s)).answer("ok");
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(send({.url = kUrl + std::string("3"), .retry = retry}), "200 ok");
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
+  on(kUrl + std::string("4")).answer(answered(503, 60s));
+  EXPECT_THAT(send({.url = kUrl + std::string("4"), .timeout = 10s, .retry = retry}),
+              HasSubstr("(503)")); // at once, since the time would be up before
+  for (const auto longest : {std::chrono::milliseconds::max(), std::chrono::milliseconds::min()}) {
+    on(kUrl + std::string("6")).answer(answered(503, std::chrono::seconds::max()));
+    const Retry absurd{.attempts = 9, .first = longest, .longest = longest};
+    EXPECT_THAT(send({.url = kUrl + std::string("6"), .retry = absurd}), HasSubstr("(503)"));
+  }
+  on(kUrl + std::string("5")).hang();
+  EXPECT_EQ(send({.url = kUrl + std::string("5"), .timeout = 20ms}), "timed out: The time was up");
+}
+
+TEST_F(ClientCall, EndsWithItsHandleAtEveryStage) {
+  const std::string keyUrl(VORNEL_URL_OAUTH_PARAM_ENC_KEY);
+  int told = 0;
+  const auto receive = [&](const Result<Answer>&) { ++told; };
+  for (const bool inKey : {true, false}) {
+    library_.http->on("POST", keyUrl)
+        .after(inKey ? 1s : 0s)
+        .answer(R"({"body":{"key":"0123456789abcdef0123456789abcdef","iv":"0123456789abcdef"}})");
+    on().after(1s).answer("ok");
+    {
+      const std::size_t before = library_.http->received("GET", kUrl).size();
+      const Handle handle = Client().send({.url = kUrl}).then(receive);
+      library_.run();
+      EXPECT_EQ(library_.http->received("GET", kUrl).size() - before, inKey ? 0U : 1U);
+    }
+    library_.advance(5s);
+    Handle answered = Client().send({.url = kUrl}).then(receive);
+    library_.http->advance(5s);
+    library_.http->waitUntilIdle();
+    library_.http->advance(5s);
+    library_.http->waitUntilIdle();
+    answered = {}; // the outcome is there but was not delivered
+    library_.run();
+    EXPECT_EQ(told, 0);
+  }
+  // A lambda that owns its handle and throws.
+  auto owner = std::make_shared<Handle>();
+  on().answer("ok");
+  *owner = Client().send({.url = kUrl}).then([owner](const auto&) { throw 1; });
+  owner.reset();
+  library_.run();
+  on().after(1s).answer("ok");
+  // A handle that ends inside its lambda, and cancels that are told, by handle and by token.
+  Handle own;
+  own = Client().send({.url = kUrl}).then([&](const Result<Answer>& result) {
+    own = {};
+    EXPECT_EQ(words(result), "200 ok");
+    ++told;
+  });
+  library_.advance(5s);
+  library_.advance(5s);
+  std::stop_source stop;
+  std::vector<std::string> outcomes;
+  const auto keep = [&](const Result<Answer>& result) { outcomes.push_back(words(result)); };
+  Handle cancelled = Client().send({.url = kUrl}).then(keep);
+  cancelled.cancel();
+  Client().send({.url = kUrl, .stop = stop.get_token()}).then(keep).detach();
+  stop.request_stop();
+  Client().send({.url = kUrl, .stop = stop.get_token()}).then(keep).detach();
+  library_.run();
+  EXPECT_EQ(told, 1);
+  EXPECT_THAT(outcomes, AllOf(::testing::SizeIs(3), Each("cancelled: The caller cancelled it")));
+}
+
+/// A coroutine that its owner may destroy while it waits.
+struct Routine {
+  struct promise_type {
+    Routine get_return_object() {
+      return {std::coroutine_handle<promise_type>::from_promise(*this)};
+    }
+    std::suspend_never initial_suspend() { return {}; }
+    std::suspend_always final_suspend() noexcept { return {}; }
+    void return_void() {}
+    void unhandled_exception() { std::terminate(); }
+  };
+  std::coroutine_handle<promise_type> handle;
+};
+
+Routine callTwice(std::vector<std::string>& outcomes) {
+  Client client;
+  const Call call{.url = kUrl};
+  outcomes.push_back(words(co_await client.send(call)));
+  outcomes.push_back(words(co_await client.send(call)));
+}
+
+TEST_F(ClientCall, CanBeAwaitedAndEndsWithTheCoroutine) {
+  on().answer("one").after(1s).answer("two");
+  std::vector<std::string> outcomes;
+  const Routine whole = callTwice(outcomes);
+  library_.run();
+  EXPECT_THAT(outcomes, ElementsAre("200 one"));
+  library_.advance(1s);
+  EXPECT_THAT(outcomes, ElementsAre("200 one", "200 two"));
+  EXPECT_TRUE(whole.handle.done());
+  whole.handle.destroy();
+
+  const Routine cut = callTwice(outcomes);
+  library_.run();
+  cut.handle.destroy();
+  library_.advance(5s);
+  EXPECT_EQ(outcomes.size(), 2U);
+}
+
+class ClientOverTheWire : public LibraryTest {};
+
+TEST_F(ClientOverTheWire, ManyThreadsGetTheirOwnAnswers) {
+  signIn();
+  std::atomic<int> good = 0;
+  std::vector<std::jthread> threads;
+  for (int i = 0; i < 64; ++i) {
+    threads.emplace_back([&, i] {
+      const std::string own = "v" + std::to_string(i) + "-";
+      std::vector<Pending<Answer>> calls;
+      for (int j = 0; j < 4; ++j)
+        calls.push_back(Client().send(
+            {.url = apiUrl("/v1/echo"), .parameters = {{"own", own + std::to_string(j)}}}));
+      for (int j = 0; j < 4; ++j) {
+        const Result<Answer> answer = std::move(calls[static_cast<std::size_t>(j)]).wait();
+        good += answer && answer->body.find(own + std::to_string(j) + "\"") != std::string::npos;
+      }
+    });
+  }
+  threads.clear();
+  EXPECT_EQ(good, 256);
+}
+
+TEST_F(ClientOverTheWire, ARefreshTokenWhoseAnswerIsLostIsNotUsedAgain) {
+  signIn();
+  EXPECT_TRUE(Client().send({.url = apiUrl("/v1/echo")}).wait()); // leaves a connection open
+  const std::string_view address = VORNEL_URL_OAUTH_ACCESS;
+  const std::string path(address.substr(address.find('/', std::string_view("https://").size())));
+  server().misbehave(path, sandbox::Misbehaviour::reset());
+  OAuthInfo::sharedInstance().setExpiresSystime("1");
+  const auto before = server().received().size();
+  EXPECT_FALSE(Client().send({.url = apiUrl("/v1/echo")}).wait());
+  EXPECT_EQ(server().received().size() - before, 1U);
+}
+
+} // namespace
+} // namespace quarnet::test
