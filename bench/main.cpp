@@ -3,6 +3,7 @@
 // Run by scripts/bench, which starts the servers.
 
 #include "bench/calls/Calls.h"
+#include "bench/client/Client.h"
 #include "bench/start/Start.h"
 #include "bench/support/Failure.h"
 #include "bench/support/Setting.h"
@@ -32,12 +33,17 @@ void measureAll(const std::string& libraryFile) {
   measureUpload();
   measureLargeAnswer();
   measureMemoryGrowth();
+  measureClientMemory();
+  measureFirstGet();
 
   setUpLibrary();
   measureSynchronousGet();
   measureSynchronousPost();
   measureAsynchronousPost();
   measureCpuGrowth();
+  measureManyCalls();
+  measureTwentyGets();
+  measureUnauthorized();
 }
 
 } // namespace
@@ -52,10 +58,18 @@ int main(int argc, char** argv) {
       {"large-answer-raw", largeAnswerRaw},
       {"in-flight", [number] { holdInFlight(number); }},
       {"in-flight-raw", [number] { holdInFlightRaw(number); }},
+      {"client-in-flight", [number] { holdClientCalls(number); }},
+      {"first-get", firstGetOurs},
+      {"first-get-raw", firstGetRaw},
       {"start", [] { measureStart(ownFolder()); }},
       {"get", [] { measureCalls(measureSynchronousGet); }},
       {"post", [] { measureCalls(measureSynchronousPost); }},
-      {"async", [] { measureCalls(measureAsynchronousPost); }}};
+      {"async", [] { measureCalls(measureAsynchronousPost); }},
+      {"client-memory", measureClientMemory},
+      {"client-first", measureFirstGet},
+      {"client-twenty", [] { measureCalls(measureTwentyGets); }},
+      {"client-many", [] { measureCalls(measureManyCalls); }},
+      {"client-401", [] { measureCalls(measureUnauthorized); }}};
   if (const auto known = roles.find(role); known != roles.end()) {
     known->second();
   } else {

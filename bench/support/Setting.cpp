@@ -34,9 +34,9 @@ const Setting& Setting::current() {
   return *instance;
 }
 
-void setUpLibrary() {
+void setUpLibrary(const std::string& host) {
   const Setting& setting = Setting::current();
-  configureHosts({.api = setting.sandbox, .mobile = setting.sandbox, .portal = setting.sandbox});
+  configureHosts({.api = host, .mobile = host, .portal = host});
   platform::Platform::install({.httpClient = std::make_shared<platform::CurlHttpClient>(
                                    platform::CurlHttpClientOptions{.caFile = setting.caFile}),
                                .userDefaults = std::make_shared<platform::SqliteUserDefaults>(
@@ -44,6 +44,7 @@ void setUpLibrary() {
                                .log = std::make_shared<platform::NullLog>()});
   OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
   manager.setClientId("demo-client");
+  manager.setClientSecret("demo-secret");
   manager.setOAuthInfoWithJSON(setting.tokenAnswer);
 }
 

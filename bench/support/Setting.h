@@ -21,8 +21,8 @@ struct Setting {
   static const Setting& current();
 };
 
-/// Points the library at the servers, signs it in and takes the log out of the measurement.
-void setUpLibrary();
+/// Points the library at `host`, signs it in and takes the log out of the measurement.
+void setUpLibrary(const std::string& host = Setting::current().sandbox);
 
 /// The member of a flat JSON object, which must hold it as a string.
 std::string memberOf(std::string_view json, std::string_view name);
