@@ -32,12 +32,9 @@ int main(int argc, char** argv) {
   session.setClientId(setting("QUARNET_CLIENT_ID"));
   session.restoreOAuthInfo();
 
-  quarnet::RequestBundle call;
-  call.setUrl(argv[1]);
-  call.setParameters(quarnet::Parameters{{"keyword", "서울"}});
-  std::optional<quarnet::Error> error;
-  const auto answer = quarnet::APIRequest().requestError(call, &error);
-  if (answer) std::cout << answer->resultMessage().value_or("") << '\n';
-  if (error) std::cerr << error->description.value_or(error->domain) << '\n';
-  return error ? 1 : 0;
+  quarnet::Client client;
+  const auto answer = client.send({.url = argv[1], .parameters = {{"keyword", "서울"}}}).wait();
+  if (answer) std::cout << answer->body << '\n';
+  if (!answer) std::cerr << answer.error() << '\n';
+  return answer ? 0 : 1;
 }
