@@ -44,7 +44,7 @@ TokenRefresh& TokenRefresh::shared() {
   return ofProcess<TokenRefresh>();
 }
 
-void TokenRefresh::renew(const Text& stale, Done done) {
+void TokenRefresh::renew(const Text& stale, const Done& done) {
   std::optional<ApiError> problem;
   Text used;
   bool begins = false;

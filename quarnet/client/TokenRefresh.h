@@ -27,7 +27,7 @@ public:
   /// is another one than `stale`, or with the reason why it is not: SignedOut when there is nothing
   /// to reissue with or the server refused, and then no further reissue is tried with the same
   /// refresh token.
-  void renew(const Text& stale, Done done);
+  void renew(const Text& stale, const Done& done);
 
 private:
   void send(const Text& refreshToken);
