@@ -275,7 +275,8 @@ void CallRun::fail(ApiError error, std::chrono::seconds retryAfter) {
   const auto next = Timer::Clock::now() + pause.value_or(0ms);
   if (!pause || next >= deadline_.first) return end(std::move(error));
   ++retries_;
-  Timer::shared().at(next, [self = shared_from_this()] { self->run(&CallRun::freshen); });
+  const auto again = [self = shared_from_this()] { self->run(&CallRun::freshen); };
+  if (Timer::shared().at(next, again).second == 0) end(std::move(error));
 }
 
 void CallRun::end(Result<Answer> result) {

@@ -20,7 +20,7 @@ public:
   /// One for the process, never destroyed; a forked child has its own.
   static Timer& shared();
 
-  /// When no thread can be made, the call never runs.
+  /// When no thread can be made, the call never runs and the entry's number is 0.
   Entry at(Clock::time_point time, std::function<void()> call);
 
   /// Forgets the call if it has not begun.

@@ -62,7 +62,7 @@ bool isTokenRefusal(const platform::HttpResult& answer) {
   const long status = answer.response ? answer.response->statusCode : 0;
   if (answer.error || status >= 500 || status == 429) return false;
   const std::optional<Json> json = Json::parse(answer.body);
-  return status == 400 || status == 401 || (json && json->member("error"));
+  return json && json->member("error");
 }
 
 } // namespace quarnet

@@ -18,8 +18,8 @@ bool isToken(const Text& text);
 std::optional<OAuthInfo::Fields> readIssuedTokens(const Data& answer,
                                                   const OAuthInfo::Fields& before);
 
-/// Whether the token endpoint refuses what it was given (RFC 6749, section 5.2), and is not just
-/// out of order.
+/// Whether the token endpoint refuses what it was given, with the JSON member "error" (RFC 6749,
+/// section 5.2), and is not just out of order. A page of somebody on the way is no refusal.
 bool isTokenRefusal(const platform::HttpResult& answer);
 
 } // namespace quarnet

@@ -201,13 +201,17 @@ TEST_F(ClientCall, EndsAsSignedOutWhenTheTokensAreRefused) {
   std::vector<SessionEvent> events;
   const Handle observer = Client().onSession([&](SessionEvent event) { events.push_back(event); });
   auto tokens = library_.http->on("GET", std::string(VORNEL_URL_OAUTH_ACCESS));
-  tokens.fail("cut").answer("later", 503).answer(R"({"error":"invalid_grant"})", 400);
+  tokens.fail("cut")
+      .answer("later", 503)
+      .answer("<p>", 401)
+      .answer(R"({"error":"invalid_grant"})", 400);
   EXPECT_EQ(send({.url = kUrl}), "no connection: cut");
   EXPECT_EQ(send({.url = kUrl}), "refused (503): The server refused the call");
+  EXPECT_EQ(send({.url = kUrl}), "refused (401): The server refused the call"); // a proxy's page
   EXPECT_THAT(send({.url = kUrl}), HasSubstr("signed out: "));
   EXPECT_THAT(send({.url = kUrl}), HasSubstr("signed out: "));
   EXPECT_THAT(events, ElementsAre(SessionEvent::SessionLost));
-  EXPECT_EQ(library_.http->received("GET", VORNEL_URL_OAUTH_ACCESS).size(), 4U);
+  EXPECT_EQ(library_.http->received("GET", VORNEL_URL_OAUTH_ACCESS).size(), 5U);
   EXPECT_FALSE(library_.store->saved().empty()); // nothing is deleted
 
   OAuthInfo::sharedInstance().setAccessToken("");
