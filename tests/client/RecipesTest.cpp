@@ -107,11 +107,13 @@ TEST_F(Recipes, Stop) {
 }
 
 TEST_F(Recipes, UploadAndRetry) {
-  on("photos").answer([](const platform::ReceivedRequest& request) {
-    EXPECT_THAT(*request.body, HasSubstr("name=\"photo\""));
-    request.progress({.sent = 1, .toSend = 4});
-    return platform::HttpResult{.response = platform::HttpResponse{200}};
-  });
+  on("photos")
+      .answer([](const platform::ReceivedRequest& request) {
+        EXPECT_THAT(*request.body, HasSubstr("name=\"photo\""));
+        request.progress({.sent = 1, .toSend = 4});
+        return platform::HttpResult{.response = platform::HttpResponse{200}};
+      })
+      .hang();
   PhotoUpload upload;
   upload.start("/etc/hostname");
   library_.run();
