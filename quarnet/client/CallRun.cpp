@@ -229,7 +229,15 @@ void CallRun::takeKey(HttpResult answer) {
 void CallRun::transmit(std::string_view query) {
   request_->url.resize(addressLength_);
   request_->url += query;
+  sendWithTokens();
+}
+
+void CallRun::sendWithTokens() {
   addKeyAndTokens(*request_, {}, nullptr);
+  if (!TokenRecordStore::isSaved()) {
+    return TokenRecordStore::whenSaved(
+        [self = shared_from_this()] { self->run(&CallRun::sendWithTokens); });
+  }
   const auto token = request_->headerFields.get(VORNEL_HEADER_ACCESS_TOKEN);
   if (!token || !isToken(Text(*token))) return end(signedOut()); // since the call began
   addAcceptFields(*request_, Global::getContentType(static_cast<std::uint64_t>(responseType_)));
@@ -271,6 +279,7 @@ void CallRun::renew() {
 }
 
 void CallRun::fail(ApiError error, std::chrono::seconds retryAfter) {
+  if (outcome_->stopToken().stop_requested()) return;
   const auto pause = pauseBeforeRetry(method_, retry_, error, retries_, retryAfter, random());
   const auto next = Timer::Clock::now() + pause.value_or(0ms);
   if (!pause || next >= deadline_.first) return end(std::move(error));

@@ -1,7 +1,6 @@
 #include "quarnet/client/SignInRun.h"
 
 #include "quarnet/client/CallErrors.h"
-#include "quarnet/client/OfProcess.h"
 #include "quarnet/client/TokenRefresh.h"
 #include "quarnet/client/Worker.h"
 #include "quarnet/core/Json.h"
@@ -14,6 +13,7 @@
 #include "quarnet/oauth/SessionEvents.h"
 #include "quarnet/oauth/TokenAnswer.h"
 #include "quarnet/oauth/TokenRecordStore.h"
+#include "quarnet/platform/OfProcess.h"
 #include "quarnet/platform/Platform.h"
 
 #include <algorithm>
@@ -67,7 +67,7 @@ SignIn exchangeFailure(const HttpResult& answer) {
 void SignInRun::join(std::shared_ptr<Outcome<SignIn>> outcome) {
   std::shared_ptr<SignInRun> run;
   {
-    auto& current = ofProcess<Current>();
+    auto& current = platform::ofProcess<Current>();
     const std::lock_guard lock(current.mutex);
     run = current.run.lock();
     if (run && run->add(outcome)) return;
