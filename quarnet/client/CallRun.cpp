@@ -252,7 +252,7 @@ void CallRun::takeAnswer(HttpResult answer) {
   if (status < 200 || status > 299) {
     return fail(refusal(answer), answer.response ? answer.response->retryAfter : 0s);
   }
-  if (!isUtf8(answer.body)) {
+  if (!isUtf8(answer.body, answer.utf8Size)) {
     return end(ApiError{.kind = ApiErrorKind::NotUtf8,
                         .text = "The answer is no UTF-8",
                         .status = status,

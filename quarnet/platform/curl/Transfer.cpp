@@ -1,5 +1,6 @@
 #include "quarnet/platform/curl/Transfer.h"
 
+#include "quarnet/core/Utf8.h"
 #include "quarnet/platform/Guarded.h"
 #include "quarnet/platform/curl/Origin.h"
 #include "quarnet/platform/curl/RequestCheck.h"
@@ -331,6 +332,8 @@ bool Transfer::receiveBody(std::string_view piece) noexcept {
     // before the bytes arrive.
     if (announced > 0) body.reserve(static_cast<std::size_t>(announced));
     body += piece;
+    // While the piece is in the processor's cache; once more for all of a large body would be slow.
+    result_.utf8Size = utf8Size(body, result_.utf8Size);
     return true;
   } catch (const std::exception&) {
     // Larger than the memory, or than a text can be.
