@@ -231,7 +231,7 @@ void CallRun::transmit(std::string_view query) {
   request_->url += query;
   addKeyAndTokens(*request_, {}, nullptr);
   const auto token = request_->headerFields.get(VORNEL_HEADER_ACCESS_TOKEN);
-  if (!token || !isToken(Text(*token))) return end(signedOut()); // since the call began
+  if (!isToken(token)) return end(signedOut()); // since the call began
   addAcceptFields(*request_, Global::getContentType(static_cast<std::uint64_t>(responseType_)));
   send(request_, then<&CallRun::takeAnswer>());
 }

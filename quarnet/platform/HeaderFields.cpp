@@ -15,7 +15,9 @@ void HeaderFields::set(std::string_view name, std::optional<std::string_view> va
   std::erase_if(fields_, [name](const Field& old) { return sameIgnoringCase(old.name, name); });
   if (!value) return;
   if (fields_.empty()) fields_.reserve(7); // an ordinary call; thousands may wait
-  fields_.push_back({std::string(name), std::string(*value)});
+  Field& added = fields_.emplace_back();
+  added.name = name;
+  added.value = *value;
 }
 
 std::optional<std::string_view> HeaderFields::get(std::string_view name) const {
