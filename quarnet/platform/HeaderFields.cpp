@@ -15,9 +15,7 @@ void HeaderFields::set(std::string_view name, std::optional<std::string_view> va
   std::erase_if(fields_, [name](const Field& old) { return sameIgnoringCase(old.name, name); });
   if (!value) return;
   if (fields_.empty()) fields_.reserve(7); // an ordinary call; thousands may wait
-  Field& added = fields_.emplace_back();
-  added.name = name;
-  added.value = *value;
+  fields_.push_back({std::string(name), std::string(*value)});
 }
 
 std::optional<std::string_view> HeaderFields::get(std::string_view name) const {
