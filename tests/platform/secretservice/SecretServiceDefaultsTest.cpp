@@ -1,10 +1,8 @@
 #include "quarnet/platform/secretservice/SecretServiceDefaults.h"
 
-#include "tests/platform/secretservice/Desktop.h"
 #include "tests/platform/sqlite/StoreTest.h"
 
 #include <csignal>
-#include <functional>
 #include <glib.h>
 #include <gmock/gmock.h>
 
@@ -12,41 +10,58 @@ using namespace quarnet::platform;
 using quarnet::Text;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 
 constexpr char kApplication[] = "com.example.Places";
 
+/// What a shell command prints; with `desktop` for the script of that name.
+std::string run(const std::string& command) {
+  std::string printed;
+  FILE* const pipe = popen(("desktop() { " DESKTOP_SCRIPT " \"$@\"; }; " + command).c_str(), "r");
+  for (int byte = fgetc(pipe); byte != EOF; byte = fgetc(pipe))
+    printed += static_cast<char>(byte);
+  pclose(pipe);
+  return printed;
+}
+
+/// Runs secret-tool on the application's item.
+std::string item(const std::string& command, const std::string& suffix = {}) {
+  return run("secret-tool " + command + " xdg:schema example.quarnet.UserDefaults application " +
+             kApplication + suffix + " 2>/dev/null");
+}
+
+long restoredGeneration() {
+  SecretServiceDefaults restored(kApplication);
+  return storedGeneration(restored);
+}
+
+/// Each test has a desktop session of its own.
 class SecretServiceTest : public StoreTest {
 protected:
+  SecretServiceTest() {
+    for (const char* folder :
+         {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR"})
+      setenv(folder, root.c_str(), 1);
+    setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + (root / "bus").string()).c_str(), 1);
+  }
   void SetUp() override {
-    if (!desktop.trouble().empty()) GTEST_SKIP() << desktop.trouble();
+    const std::string trouble = run("desktop start");
+    if (!trouble.empty()) GTEST_SKIP() << trouble;
   }
+  void TearDown() override { run("desktop signal KILL keyring bus"); }
 
-  /// Runs secret-tool on the item; gives what it prints.
-  static std::string item(const std::string& command, const std::string& suffix = {},
-                          const std::string& input = {}) {
-    return Desktop::run(input + "secret-tool " + command +
-                        " xdg:schema example.quarnet.UserDefaults " + "application " +
-                        kApplication + suffix);
-  }
   static pid_t startSaving(const char* key, long first, long last) {
     return inChild([&] {
       return execl(SAVING_PROGRAM, "saving", key, std::to_string(first).c_str(),
                    std::to_string(last).c_str(), nullptr);
     });
   }
-  static long restoredGeneration() {
-    SecretServiceDefaults restored(kApplication);
-    return storedGeneration(restored);
-  }
 
-  Desktop desktop;
   SecretServiceDefaults store{kApplication};
 };
 
-TEST_F(SecretServiceTest, TextsComeBackByteForByte) {
+TEST_F(SecretServiceTest, TextsComeBackByteForByteAndAreTheOnlySecret) {
   using namespace std::string_literals;
   SecretServiceDefaults reader(kApplication);
   for (const Text& text : std::vector<Text>{"한국어"s, "\0a\0b\0"s, "\xff=%\n"s, std::nullopt,
@@ -61,31 +76,16 @@ TEST_F(SecretServiceTest, TextsComeBackByteForByte) {
   EXPECT_EQ(store.value("a"), std::nullopt) << "not saved yet";
   reader.synchronize();
   EXPECT_EQ(item("lookup"), "a=1%202\nk%00y%3D=\n");
-  store.setValue("a", std::nullopt);
-  store.setValue("k\0y="s, std::nullopt);
-  store.synchronize();
-  EXPECT_EQ(item("search --all"), "") << "an item that holds nothing is removed";
-}
-
-TEST_F(SecretServiceTest, TooMuchIsRefusedAndTheRestIsKept) {
-  saveGeneration(store, 1);
+  const std::string shown = item("search --all", " 2>&1 | grep -v ^secret");
+  EXPECT_THAT(shown, HasSubstr(std::string("label = ") + kApplication + " (Quarnet)\n"));
+  EXPECT_THAT(shown, testing::Not(HasSubstr("1%202")));
   store.setValue("large", std::string(5'000'000, 'x'));
   store.synchronize();
-  EXPECT_THAT(log->take(),
-              ElementsAre("user defaults cannot be saved : the texts are larger than 4 MiB"));
-  EXPECT_EQ(restoredGeneration(), 1);
-}
-
-TEST_F(SecretServiceTest, OnlyTheTextIsSecretAndNothingElseSaysIt) {
-  store.setValue("access_token", "T0KEN");
+  EXPECT_THAT(log->take(), ElementsAre(HasSubstr("be saved : the texts are larger than 4 MiB")));
+  for (const char* key : {"large", "a", "k\0y="})
+    store.setValue(std::string_view(key, *key == 'k' ? 4 : strlen(key)), std::nullopt);
   store.synchronize();
-  const std::string shown =
-      Desktop::run("gdbus call --session -d org.freedesktop.secrets -o "
-                   "/org/freedesktop/secrets/collection/login/1"
-                   " -m org.freedesktop.DBus.Properties.GetAll org.freedesktop.Secret.Item");
-  EXPECT_THAT(shown, HasSubstr(std::string("'Label': <'") + kApplication + " (Quarnet)'>"));
-  EXPECT_THAT(shown, Not(HasSubstr("T0KEN")));
-  EXPECT_THAT(shown, Not(HasSubstr("access_token")));
+  EXPECT_EQ(item("search --all"), "") << "an item that holds nothing is removed";
 }
 
 TEST_F(SecretServiceTest, ProcessesTakeTurnsAndNobodyReadsHalfASave) {
@@ -109,54 +109,44 @@ TEST_F(SecretServiceTest, KeyringThatDiesAtAnyInstantHoldsOneWholeSave) {
     while (before == found)
       before = storedGeneration(store);
     usleep(round * 7'000);
-    desktop.endKeyring();
+    run("desktop signal KILL keyring");
     kill(saving, SIGKILL);
     statusOf(saving);
-    desktop.startKeyring();
+    run("desktop keyring");
     found = restoredGeneration();
     ASSERT_GE(found, before);
   }
 }
 
-TEST_F(SecretServiceTest, DamagedItemIsNotReadAndPutAsideByTheNextSave) {
+TEST_F(SecretServiceTest, DamagedItemIsPutAsideByTheNextSaveAndADeletedOneIsNotThere) {
   for (const std::string damaged : {"hunter2", "a=1\nrefresh_tok", "a=%0\n", "b=1\na=1\n", ""}) {
-    item("store --label=x", "", "printf %s '" + damaged + "' | ");
+    run("printf %s '" + damaged + "' >$HOME/damaged");
+    item("store --label=x", " <$HOME/damaged");
     EXPECT_EQ(storedGeneration(store), -2) << damaged;
-    EXPECT_THAT(log->take(),
-                ElementsAre(HasSubstr("cannot be read : the keyring's item is damaged")));
+    EXPECT_THAT(log->take(), ElementsAre(HasSubstr("be read : the keyring's item is damaged")));
     saveGeneration(store, 2);
     const auto lines = log->take();
-    ASSERT_THAT(lines,
-                ElementsAre(HasSubstr("its application is now com.example.Places.damaged-")));
+    ASSERT_THAT(lines, ElementsAre(HasSubstr("is now com.example.Places.damaged-")));
     EXPECT_EQ(item("lookup", lines[0].substr(lines[0].rfind(".damaged-"))), damaged);
     EXPECT_EQ(restoredGeneration(), 2);
   }
-}
-
-TEST_F(SecretServiceTest, ItemDeletedByTheUserIsNotThere) {
-  saveGeneration(store, 1);
   item("clear");
   EXPECT_EQ(storedGeneration(store), 0);
-  saveGeneration(store, 2);
-  EXPECT_EQ(restoredGeneration(), 2);
+  saveGeneration(store, 3);
+  EXPECT_EQ(restoredGeneration(), 3);
 }
 
-TEST_F(SecretServiceTest, NothingElseOfTheProgramRunsInACall) {
+TEST_F(SecretServiceTest, NothingElseOfTheProgramRunsInACallAndNothingIsLeftOfIt) {
   bool hasRun = false;
-  g_idle_add([](gpointer flag) { return *static_cast<bool*>(flag) = true, G_SOURCE_REMOVE; },
-             &hasRun);
+  g_idle_add_once([](gpointer flag) { *static_cast<bool*>(flag) = true; }, &hasRun);
   saveGeneration(store, 1);
   EXPECT_EQ(storedGeneration(store), 1);
   EXPECT_FALSE(hasRun);
-  while (g_main_context_iteration(nullptr, FALSE)) {
-  }
-  const auto descriptors = [] {
-    return std::distance(fs::directory_iterator("/proc/self/fd"), {});
-  };
-  const auto before = descriptors();
-  for (int i = 0; i < 50; ++i)
+  const auto files = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
+  const auto before = files();
+  for (int i = 0; i < 20; ++i)
     saveGeneration(store, i);
-  EXPECT_LE(descriptors(), before);
+  EXPECT_LE(files(), before);
 }
 
 TEST_F(SecretServiceTest, ForkedChildIsToldAndParentContinues) {
@@ -171,34 +161,38 @@ TEST_F(SecretServiceTest, ForkedChildIsToldAndParentContinues) {
 }
 
 TEST_F(SecretServiceTest, UnlockSaysWhatCameOfIt) {
+  const std::string start = "the keyring cannot be unlocked : ";
   EXPECT_TRUE(store.unlock());
-  Desktop::lock(); // there is nobody to show a prompt, which counts as dismissed
+  run("desktop lock"); // there is nobody to show a prompt, which counts as dismissed
   EXPECT_FALSE(store.unlock());
-  EXPECT_THAT(log->take(),
-              ElementsAre("the keyring cannot be unlocked : the request was dismissed"));
-  desktop.endKeyring();
+  EXPECT_THAT(log->take(), ElementsAre(start + "the request was dismissed"));
+  run("desktop signal KILL keyring");
   EXPECT_FALSE(store.unlock());
-  EXPECT_THAT(log->take(),
-              ElementsAre("the keyring cannot be unlocked : this session has no keyring"));
-}
-
-TEST_F(SecretServiceTest, NothingIsStoredWhereTheDesktopHasNoKeyringYet) {
-  desktop.endKeyring();
-  Desktop::run("rm -r $XDG_DATA_HOME/keyrings");
-  desktop.startKeyring(nullptr);
+  EXPECT_THAT(log->take(), ElementsAre(start + "this session has no keyring"));
+  run("desktop fresh-keyring");
   EXPECT_EQ(storedGeneration(store), 0);
   saveGeneration(store, 1);
   EXPECT_FALSE(store.unlock());
-  EXPECT_THAT(log->take(),
-              ElementsAre("user defaults cannot be saved : the desktop has no default keyring",
-                          "the keyring cannot be unlocked : the request was dismissed"));
+  EXPECT_THAT(log->take(), ElementsAre(HasSubstr("saved : the desktop has no default keyring"),
+                                       start + "the request was dismissed"));
 }
 
-/// What hinders the keyring, and what the log says of it.
+TEST_F(SecretServiceTest, CommandLineKeepsItsTokensThere) {
+  const std::string quarnet = "env -u QUARNET_STORE " QUARNET_PROGRAM " 2>&1 --keyring ";
+  run("echo '{\"access_token\":\"T0KEN\"}' | " + quarnet + "token import -");
+  EXPECT_THAT(run("secret-tool lookup application example.quarnet.CommandLine"),
+              HasSubstr("access_token=T0KEN\n"));
+  EXPECT_THAT(run(quarnet + "token --reveal"), HasSubstr("T0KEN"));
+  EXPECT_THAT(run(quarnet + "--store x token"), HasSubstr("excludes"));
+  run("desktop lock");
+  EXPECT_THAT(run(quarnet + "token"), HasSubstr("the keyring is locked"));
+}
+
+/// What hinders the keyring, what removes that, and what the log says of it.
 struct Hindrance {
   const char* name;
-  void (*put)(Desktop&);
-  void (*takeAway)(Desktop&);
+  const char* put;
+  const char* takeAway;
   const char* said;
 };
 
@@ -207,15 +201,13 @@ class HindranceTest : public SecretServiceTest, public testing::WithParamInterfa
 TEST_P(HindranceTest, KeepsTheValuesSaysItOnceAndSavesThemLater) {
   const auto& [name, put, takeAway, said] = GetParam();
   saveGeneration(store, 1);
-  put(desktop);
+  run(put);
   saveGeneration(store, 2);
-  EXPECT_THAT(log->take(),
-              ElementsAre(HasSubstr("user defaults cannot be saved : " + std::string(said))));
+  EXPECT_THAT(log->take(), ElementsAre(HasSubstr(std::string("cannot be saved : ") + said)));
   EXPECT_EQ(storedGeneration(store), 2);
   EXPECT_EQ(restoredGeneration(), -2);
-  EXPECT_THAT(log->take(),
-              ElementsAre(HasSubstr("user defaults cannot be read : " + std::string(said))));
-  takeAway(desktop);
+  EXPECT_THAT(log->take(), ElementsAre(HasSubstr(std::string("cannot be read : ") + said)));
+  run(takeAway);
   EXPECT_EQ(restoredGeneration(), 1);
   store.setValue("more", "1");
   store.synchronize();
@@ -223,26 +215,14 @@ TEST_P(HindranceTest, KeepsTheValuesSaysItOnceAndSavesThemLater) {
 }
 
 const Hindrance kHindrances[] = {
-    {"NoBus", [](Desktop& desktop) { desktop.endBus(); },
-     [](Desktop& desktop) {
-       desktop.startBus();
-       desktop.endKeyring();
-       desktop.startKeyring();
-     },
-     "there is no session bus ("},
-    {"NoKeyring", [](Desktop& desktop) { desktop.endKeyring(); },
-     [](Desktop& desktop) { desktop.startKeyring(); }, "this session has no keyring"},
-    {"LockedKeyring", [](Desktop&) { Desktop::lock(); },
-     [](Desktop& desktop) {
-       desktop.endKeyring();
-       desktop.startKeyring();
-     },
+    {"NoBus", "desktop signal KILL bus keyring", "desktop start", "there is no session bus ("},
+    {"NoKeyring", "desktop signal KILL keyring", "desktop keyring", "this session has no keyring"},
+    {"LockedKeyring", "desktop lock", "desktop signal KILL keyring; desktop keyring",
      "the keyring is locked"},
-    {"SilentKeyring", [](Desktop& desktop) { kill(desktop.keyring(), SIGSTOP); },
-     [](Desktop& desktop) { kill(desktop.keyring(), SIGCONT); },
+    {"SilentKeyring", "desktop signal STOP keyring", "desktop signal CONT keyring",
      "the keyring did not answer in time"},
-    {"SilentBus", [](Desktop& desktop) { kill(desktop.bus(), SIGSTOP); },
-     [](Desktop& desktop) { kill(desktop.bus(), SIGCONT); }, "the session bus does not answer"},
+    {"SilentBus", "desktop signal STOP bus", "desktop signal CONT bus",
+     "the session bus does not answer"},
 };
 
 INSTANTIATE_TEST_SUITE_P(All, HindranceTest, testing::ValuesIn(kHindrances),
