@@ -18,7 +18,8 @@ public:
   void addOptions(CLI::App& program);
 
   /// Sets up the library; to be called once, before anything else of it. The token record is
-  /// restored from the store. Without a toolkit there is no screen.
+  /// restored from the store. Without a toolkit there is no screen. A keyring that is locked is
+  /// waited for, until the user has answered its prompt.
   void install(std::shared_ptr<platform::Toolkit> toolkit = nullptr);
 
   /// The file of certificates to trust beside the system's; empty for none.
@@ -42,6 +43,7 @@ private:
   Text scope_;
   Text redirectUri_;
   std::string store_;
+  bool usesKeyring_ = false;
   std::string log_ = "none";
   std::shared_ptr<StoreTroubleLog> watch_;
 };

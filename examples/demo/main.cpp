@@ -9,6 +9,9 @@
 #include <quarnet/platform/curl/CurlHttpClient.h>
 #include <quarnet/platform/gtk/GtkToolkit.h>
 #include <quarnet/platform/sqlite/SqliteUserDefaults.h>
+#if QUARNET_HAS_KEYRING
+#include <quarnet/platform/secretservice/SecretServiceDefaults.h>
+#endif
 
 namespace {
 
@@ -19,7 +22,17 @@ struct Options {
   std::string clientSecret;
   std::string scope = "profile";
   std::string store;
+  bool keyring = false;
 };
+
+/// Where the tokens are kept.
+std::shared_ptr<quarnet::platform::UserDefaults> makeStore(const Options& options) {
+#if QUARNET_HAS_KEYRING
+  if (options.keyring)
+    return std::make_shared<quarnet::platform::SecretServiceDefaults>("example.quarnet.Demo");
+#endif
+  return std::make_shared<quarnet::platform::SqliteUserDefaults>(options.store);
+}
 
 void define(CLI::App& program, Options& options) {
   const auto add = [&](const char* name, std::string& value, const char* variable,
@@ -37,6 +50,11 @@ void define(CLI::App& program, Options& options) {
   add("--scope", options.scope, "QUARNET_SCOPE", "Scope to ask for");
   add("--store", options.store, "QUARNET_STORE",
       "File that keeps the token record; the user's data folder when left out");
+#if QUARNET_HAS_KEYRING
+  program
+      .add_flag("--keyring", options.keyring, "Keep it in the desktop's keyring in place of a file")
+      ->excludes(program.get_option("--store"));
+#endif
 }
 
 /// Sets the library up, before anything else of it is used.
@@ -47,7 +65,7 @@ void configure(const Options& options, std::shared_ptr<quarnet::platform::Log> l
   platform::Platform::install({
       .httpClient = std::make_shared<platform::CurlHttpClient>(
           platform::CurlHttpClientOptions{.caFile = options.caFile}),
-      .userDefaults = std::make_shared<platform::SqliteUserDefaults>(options.store),
+      .userDefaults = makeStore(options),
       .log = std::move(log),
       .toolkit = std::make_shared<platform::GtkToolkit>(
           platform::GtkToolkitOptions{.certificateFile = options.caFile,

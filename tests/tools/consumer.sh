@@ -29,7 +29,7 @@ echo "-- with pkg-config"
 cp -r "$consumer" "$folder/make"
 PKG_CONFIG_PATH=$library/pkgconfig make -s -C "$folder/make"
 
-echo "-- with every toolkit that was built, and what tests of applications use"
+echo "-- with every further library that was built, and what tests of applications use"
 mkdir "$folder/toolkits"
 mapfile -t components < <(sed -nE 's/^add_library\(quarnet::([a-z]+) .*/\1/p' \
   "$library/cmake/quarnet/quarnet-targets.cmake")
@@ -41,7 +41,8 @@ add_executable(toolkits main.cpp)
 target_link_libraries(toolkits PRIVATE ${components[*]/#/quarnet::})
 CMAKE
 {
-  (cd "$prefix/include" && find quarnet -name '*Toolkit.h' -o -name HeadlessLibrary.h) | sed 's/.*/#include <&>/'
+  (cd "$prefix/include" && find quarnet -name '*Toolkit.h' -o -name HeadlessLibrary.h \
+    -o -name SecretServiceDefaults.h) | sed 's/.*/#include <&>/'
   echo 'int main() { quarnet::platform::HeadlessLibrary().signIn(); }'
 } >"$folder/toolkits/main.cpp"
 cmake -S "$folder/toolkits" -B "$folder/toolkits/build" -DCMAKE_PREFIX_PATH="$prefix" \
