@@ -7,7 +7,8 @@ check_pie_supported(LANGUAGES CXX)
 set(optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
 # Undefined first: a packager's flags may define it, too.
 add_compile_options("$<${optimised}:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3;-fstack-protector-strong>")
-# Those of them that the compiler knows for this processor.
+# Those of them that the compiler knows for this processor; clang only warns of others.
+set(CMAKE_REQUIRED_FLAGS -Werror)
 foreach(flag -fstack-clash-protection -fcf-protection -mbranch-protection=standard)
   string(MAKE_C_IDENTIFIER QUARNET_HAS${flag} known)
   check_cxx_compiler_flag(${flag} ${known})
@@ -15,4 +16,5 @@ foreach(flag -fstack-clash-protection -fcf-protection -mbranch-protection=standa
     add_compile_options($<${optimised}:${flag}>)
   endif()
 endforeach()
+unset(CMAKE_REQUIRED_FLAGS)
 add_link_options($<${optimised}:LINKER:-z,relro,-z,now>)
