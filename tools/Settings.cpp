@@ -51,11 +51,6 @@ void Settings::addOptions(CLI::App& program) {
       ->capture_default_str();
 }
 
-std::shared_ptr<platform::HttpClient> Settings::makeHttpClient() const {
-  return std::make_shared<platform::CurlHttpClient>(
-      platform::CurlHttpClientOptions{.caFile = caFile_});
-}
-
 std::vector<std::string> Settings::hosts() const {
   const std::string_view builtIn =
       VORNEL_URL_OAUTH_SERVER.substr(std::string_view("https://").size());
@@ -65,12 +60,12 @@ std::vector<std::string> Settings::hosts() const {
   return hosts;
 }
 
-void Settings::install(std::shared_ptr<platform::HttpClient> httpClient,
-                       std::shared_ptr<platform::Toolkit> toolkit) {
+void Settings::install(std::shared_ptr<platform::Toolkit> toolkit) {
   configureHosts(hosts_);
   watch_ = std::make_shared<StoreTroubleLog>(makeLog(log_));
   platform::Platform services;
-  services.httpClient = httpClient ? std::move(httpClient) : makeHttpClient();
+  services.httpClient = std::make_shared<platform::CurlHttpClient>(
+      platform::CurlHttpClientOptions{.caFile = caFile_});
   services.userDefaults = std::make_shared<platform::SqliteUserDefaults>(store_);
   services.log = watch_;
   services.toolkit = std::move(toolkit);

@@ -59,30 +59,26 @@ void configure(const Options& options, std::shared_ptr<quarnet::platform::Log> l
   session.setScope(options.scope);
 }
 
-struct Demo {
-  Options options;
-  std::unique_ptr<demo::DemoWindow> window;
-};
-
-void activate(GtkApplication* application, Demo* demo) {
-  if (demo->window) return gtk_window_present(gtk_application_get_active_window(application));
-  demo->window = std::make_unique<demo::DemoWindow>(ADW_APPLICATION(application));
-  configure(demo->options, demo->window->log());
-  demo->window->present();
+void activate(GtkApplication* application, const Options* options) {
+  if (GtkWindow* open = gtk_application_get_active_window(application))
+    return gtk_window_present(open);
+  demo::DemoWindow& window = demo::DemoWindow::open(ADW_APPLICATION(application));
+  configure(*options, window.log());
+  window.present();
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-  Demo demo;
+  Options options;
   CLI::App program("A small application on the Quarnet API.", "quarnet-demo");
-  define(program, demo.options);
+  define(program, options);
   CLI11_PARSE(program, argc, argv);
 
   // Two of them may run at a time, on different servers.
   AdwApplication* application =
       adw_application_new("example.quarnet.Demo", G_APPLICATION_NON_UNIQUE);
-  g_signal_connect(application, "activate", G_CALLBACK(activate), &demo);
+  g_signal_connect(application, "activate", G_CALLBACK(activate), &options);
   const int status = g_application_run(G_APPLICATION(application), 1, argv);
   g_object_unref(application);
   return status;

@@ -34,7 +34,7 @@ std::optional<ApiError> take(const HttpResult& answer, const Text& refreshToken)
   }
   const auto record = TokenRecordStore::fields();
   if (!isToken(record.accessToken)) return signedOut();
-  if (TokenRecordStore::isLost(record.refreshToken)) return sessionLost();
+  if (TokenRecordStore::isLost(record.refreshToken)) return sessionLost(answer.body);
   return std::nullopt;
 }
 

@@ -1,21 +1,23 @@
 #!/usr/bin/env bash
-# consumer.sh SOURCE_DIR BUILD_DIR [SANDBOX QUARNET]: what `cmake --install` puts in place serves a
-# project outside the tree, which builds with CMake and with pkg-config, by $CXX and $OTHER_CXX, and
-# makes a call. Without other programs, the installed ones run, too.
+# consumer.sh SOURCE_DIR BUILD_DIR [CMAKE-OPTION...]: what `cmake --install` puts in place serves a
+# project outside the tree, which builds with CMake and with pkg-config and makes a call; the installed
+# programs run. The compilers are CXX and, where there is one, OTHER_CXX; a build without programs is
+# helped out by SANDBOX and QUARNET.
 set -euo pipefail
 
 source_dir=$1
 build_dir=$2
+options=("${@:3}")
 folder=$(mktemp -d)
 source "$source_dir/scripts/lib/sandbox.sh"
 trap 'stop_sandbox; rm -rf "$folder"' EXIT
 prefix=$folder/prefix
-sandbox=${3:-$prefix/bin/quarnet-sandbox}
-quarnet=${4:-$prefix/bin/quarnet}
+sandbox=${SANDBOX:-$prefix/bin/quarnet-sandbox}
+quarnet=${QUARNET:-$prefix/bin/quarnet}
 consumer=$source_dir/examples/consumer
 unset "${!QUARNET_@}"
 export CXX=${CXX:-c++}
-read -ra compilers <<<"$CXX ${OTHER_CXX:-}"
+compilers=("$CXX" ${OTHER_CXX:+"$OTHER_CXX"})
 readonly strict=(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wold-style-cast -Werror)
 
 cmake --install "$build_dir" --prefix "$prefix" >"$folder/install.log"
@@ -29,13 +31,14 @@ echo "-- the installed headers are complete, and internal ones stay behind"
 grep -q 'quarnet/quarnet.h' "$folder/all.cpp"
 [[ ! -e "$headers/quarnet/core/Json.h" ]]
 for compiler in "${compilers[@]}"; do
-  "$compiler" -std=c++20 "${strict[@]}" -fsyntax-only -I"$headers" "$folder/all.cpp" "$consumer/main.cpp"
+  $compiler -std=c++20 "${strict[@]}" -fsyntax-only -I"$headers" "$folder/all.cpp" "$consumer/main.cpp"
 done
-! "$CXX" -std=c++17 -fsyntax-only -I"$headers" "$folder/all.cpp" 2>"$folder/older"
+if $CXX -std=c++17 -fsyntax-only -I"$headers" "$folder/all.cpp" 2>"$folder/older"; then exit 1; fi
 grep -m 1 error "$folder/older" | grep -q 'needs C++20'
 
 echo "-- with CMake"
-cmake -S "$consumer" -B "$folder/cmake" -DCMAKE_PREFIX_PATH="$library/.." >"$folder/cmake.log"
+cmake -S "$consumer" -B "$folder/cmake" -DCMAKE_PREFIX_PATH="$library/.." "${options[@]}" \
+  >"$folder/cmake.log"
 cmake --build "$folder/cmake" >>"$folder/cmake.log"
 echo "-- with pkg-config"
 cp -r "$consumer" "$folder/make"
@@ -57,7 +60,7 @@ CMAKE
   echo 'int main() { quarnet::platform::HeadlessLibrary().signIn(); }'
 } >"$folder/toolkits/main.cpp"
 cmake -S "$folder/toolkits" -B "$folder/toolkits/build" -DCMAKE_PREFIX_PATH="$library/.." \
-  >"$folder/cmake.log"
+  "${options[@]}" >"$folder/cmake.log"
 cmake --build "$folder/toolkits/build" >>"$folder/cmake.log"
 LD_LIBRARY_PATH=$library "$folder/toolkits/build/toolkits"
 
@@ -67,12 +70,11 @@ if [[ ! -e "$library/libquarnet.so" ]]; then linkage=--static; fi
 mapfile -t packages < <(cd "$library/pkgconfig" && basename -s .pc -- *.pc)
 read -ra flags < <(pkg-config $linkage --cflags --libs "${packages[@]}")
 for compiler in "${compilers[@]}"; do
-  "$compiler" -std=c++20 "${strict[@]}" -o "$folder/toolkits/made" "$folder/toolkits/main.cpp" "${flags[@]}"
+  $compiler -std=c++20 "${strict[@]}" -o "$folder/toolkits/made" "$folder/toolkits/main.cpp" "${flags[@]}"
   LD_LIBRARY_PATH=$library "$folder/toolkits/made"
 done
-if [[ -n "$linkage" ]]; then
-  ! readelf -d "$folder"/{cmake/consumer,make/consumer,toolkits/{made,build/toolkits}} | grep 'NEEDED.*quarnet'
-fi
+programs=("$folder"/{cmake/consumer,make/consumer,toolkits/{made,build/toolkits}})
+if [[ -n "$linkage" ]] && readelf -d "${programs[@]}" | grep 'NEEDED.*quarnet'; then exit 1; fi
 
 echo "-- it makes a call"
 start_sandbox "$sandbox"
