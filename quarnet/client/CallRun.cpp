@@ -239,7 +239,7 @@ void CallRun::sendWithTokens() {
         [self = shared_from_this()] { self->run(&CallRun::sendWithTokens); });
   }
   const auto token = request_->headerFields.get(VORNEL_HEADER_ACCESS_TOKEN);
-  if (!token || !isToken(Text(*token))) return end(signedOut()); // since the call began
+  if (!isToken(token)) return end(signedOut()); // since the call began
   addAcceptFields(*request_, Global::getContentType(static_cast<std::uint64_t>(responseType_)));
   send(request_, then<&CallRun::takeAnswer>());
 }
@@ -260,7 +260,7 @@ void CallRun::takeAnswer(HttpResult answer) {
   if (status < 200 || status > 299) {
     return fail(refusal(answer), answer.response ? answer.response->retryAfter : 0s);
   }
-  if (!isUtf8(answer.body)) {
+  if (!isUtf8(answer.body, answer.utf8Size)) {
     return end(ApiError{.kind = ApiErrorKind::NotUtf8,
                         .text = "The answer is no UTF-8",
                         .status = status,

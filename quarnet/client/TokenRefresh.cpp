@@ -21,10 +21,11 @@ using platform::Platform;
 
 namespace {
 
-/// Why the session of this record cannot be used; absent when it can.
-std::optional<ApiError> problemOf(const auto& record) {
+/// Why the session of this record cannot be used; absent when it can. `report` is what the server
+/// said when it ended it, if that is known.
+std::optional<ApiError> problemOf(const auto& record, const Data& report = {}) {
   if (!isToken(record.accessToken)) return signedOut();
-  if (TokenRecordStore::isLost(record.refreshToken)) return sessionLost();
+  if (TokenRecordStore::isLost(record.refreshToken)) return sessionLost(report);
   return std::nullopt;
 }
 
@@ -40,7 +41,7 @@ std::optional<ApiError> take(const HttpResult& answer, const Text& refreshToken)
   } else {
     return refusal(answer);
   }
-  return problemOf(TokenRecordStore::fields());
+  return problemOf(TokenRecordStore::fields(), answer.body);
 }
 
 } // namespace

@@ -21,6 +21,12 @@ public:
   /// The record's fields of one moment.
   static OAuthInfo::Fields fields() { return OAuthInfo::sharedInstance().fields(); }
 
+  /// Returns what `look` does with them; see OAuthInfo.
+  template <class Look>
+  static auto withFields(const Look& look) {
+    return OAuthInfo::sharedInstance().withFields(look);
+  }
+
   /// Takes tokens over: into the record and among the texts that the next save() writes, in one
   /// step. From then on a restore() finds them. `event` is what this means; without an access token
   /// among them it means that the session before has ended. Throws std::bad_alloc, and nothing has

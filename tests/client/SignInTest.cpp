@@ -141,6 +141,8 @@ TEST_F(ClientSession, EverySignInHasItsEnding) {
   constexpr auto in = Event::SignedIn, on = Event::Continued, again = Event::Reissued,
                  lost = Event::SessionLost;
   const std::string denied = "Refused|access_denied|User said nö";
+  const std::string refused =
+      "The server does not reissue the tokens any more: invalid_grant (gone)";
   const struct {
     Text stored;
     std::string steps, ending;
@@ -164,6 +166,7 @@ TEST_F(ClientSession, EverySignInHasItsEnding) {
       {{}, "gc!", "ExchangeFailed|no way", {}, {}},
       {{}, "gc5", "ExchangeFailed|The server's answer (503) holds no tokens", {}, {}},
       {{}, "n", "NoScreen|There is no window to show the login screen in", {}, {}},
+      {"old", "n-", "NoScreen|" + refused, {lost}, "old"},
   };
   for (const auto& one : cases) {
     SCOPED_TRACE(one.steps);

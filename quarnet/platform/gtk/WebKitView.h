@@ -1,9 +1,11 @@
 #pragma once
 
+#include "quarnet/platform/gtk/Covered.h"
 #include "quarnet/platform/gtk/FrameNode.h"
 #include "quarnet/platform/gtk/ServerTrust.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <webkit/webkit.h>
 
@@ -36,6 +38,7 @@ private:
   void processTerminated(WebKitWebProcessTerminationReason reason);
   void report(const std::string& url, const std::string& description, const std::string& details);
   void showFailure(const std::string& description);
+  void hideFailure();
   void showProgress();
   void fitPage();
 
@@ -44,6 +47,8 @@ private:
   Ref<WebKitWebView> page_;
   GtkWidget* progress_;
   GtkWidget* failure_;
+  /// While the failure is shown.
+  std::optional<Covered> coveredPage_;
   WebViewDelegate* delegate_ = nullptr;
   bool scalesPageToFit_ = false;
   /// Whether the load that is under way was given up; what the page engine says of its end is then
