@@ -209,8 +209,11 @@ void OAuthClient::takeAndClose(const Data& answer, const std::function<void()>& 
   log("accessToken : ", formatted(manager.oAuthInfo().accessToken()));
   const OAuthInfo::Fields taken = readTokenAnswer(answer);
   TokenRecordStore::take(taken, SessionEvent::SignedIn);
-  log("accessToken : ", formatted(taken.accessToken));
-  log("Exfire Time : ", plainPiece(formatted(taken.expiresIn)));
+  const auto writeToLog = [&] {
+    log("accessToken : ", formatted(taken.accessToken));
+    log("Exfire Time : ", plainPiece(formatted(taken.expiresIn)));
+  };
+  withinMemory(writeToLog, [] {}); // calls wait for what was taken to be saved
   manager.saveOAuthInfo();
   manager.oAuthInfo().writeToLog();
   // Posted before the application's callback, and so seen before it.
