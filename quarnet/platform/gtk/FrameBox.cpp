@@ -15,6 +15,10 @@ FrameBox* boxOf(gpointer instance) {
   return G_TYPE_CHECK_INSTANCE_CAST(instance, frameBox_get_type(), FrameBox);
 }
 
+bool isBox(GtkWidget* widget) {
+  return G_TYPE_CHECK_INSTANCE_TYPE(widget, frameBox_get_type());
+}
+
 /// A length that GTK can lay out, also when the number is no length at all.
 int points(double length) {
   constexpr double kLimit = 1 << 20;
@@ -48,7 +52,7 @@ void frameBoxAllocate(GtkWidget* widget, int width, int height, int) {
   for (GtkWidget* child = gtk_widget_get_first_child(widget); child != nullptr;
        child = gtk_widget_get_next_sibling(child)) {
     if (!gtk_widget_should_layout(child)) continue;
-    if (G_TYPE_CHECK_INSTANCE_TYPE(child, frameBox_get_type())) {
+    if (isBox(child)) {
       gtk_widget_measure(child, GTK_ORIENTATION_HORIZONTAL, -1, nullptr, nullptr, nullptr, nullptr);
       place(child, boxOf(child)->frame);
     } else {
@@ -95,6 +99,12 @@ void frameBoxSetBackground(FrameBox* box, const Color& color) {
   box->background = {static_cast<float>(color.red), static_cast<float>(color.green),
                      static_cast<float>(color.blue), static_cast<float>(color.alpha)};
   gtk_widget_queue_draw(widgetOf(box));
+}
+
+GdkRGBA frameBoxBackdrop(FrameBox* box) {
+  for (GtkWidget* widget = widgetOf(box); widget != nullptr; widget = gtk_widget_get_parent(widget))
+    if (isBox(widget) && boxOf(widget)->background.alpha >= 1) return boxOf(widget)->background;
+  return {};
 }
 
 } // namespace quarnet::platform

@@ -30,6 +30,10 @@ void frameBoxPlace(FrameBox* box, const Rect& frame);
 
 void frameBoxSetBackground(FrameBox* box, const Color& color);
 
+/// The colour to be seen through the box: its own or that of the nearest box around it whose
+/// background is opaque. Transparent when there is none.
+GdkRGBA frameBoxBackdrop(FrameBox* box);
+
 inline GtkWidget* widgetOf(FrameBox* box) {
   return &box->parent;
 }
