@@ -32,7 +32,8 @@ struct GtkToolkitOptions {
 /// the views keep to the middle, in a smaller one they are shown smaller as a whole.
 ///
 /// Each web view has a session of its own that is kept in memory only: nothing of one login is left
-/// for the next. Escape presses the title bar's button.
+/// for the next. Escape presses the title bar's button. A link that the desktop has a program for
+/// ("mailto:") is handed to it when the user follows it; the page stays.
 class QUARNET_EXPORT GtkToolkit final : public Toolkit {
 public:
   explicit GtkToolkit(GtkToolkitOptions options = {});
