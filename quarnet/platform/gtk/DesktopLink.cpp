@@ -14,12 +14,6 @@ namespace {
 
 constexpr std::string_view kPageSchemes[] = {"about", "blob", "data", "file", "http", "https"};
 
-/// The scheme of an address in small letters (RFC 3986, section 3.1), for ever; empty for none.
-std::string_view schemeOf(const std::string& url) {
-  const char* scheme = g_uri_peek_scheme(url.c_str());
-  return scheme == nullptr ? "" : scheme;
-}
-
 void tellRefusal(GtkWindow* window, const std::string& url) {
   static GtkWindow* shown = nullptr;
   const bool isGone = window != nullptr && !gtk_widget_get_realized(GTK_WIDGET(window));
@@ -43,6 +37,11 @@ void opened(GObject* object, GAsyncResult* result, gpointer data) {
 }
 
 } // namespace
+
+std::string_view schemeOf(const std::string& url) {
+  const char* scheme = g_uri_peek_scheme(url.c_str());
+  return scheme == nullptr ? "" : scheme;
+}
 
 bool isForPage(const std::string& url) {
   const auto scheme = schemeOf(url);

@@ -2,8 +2,12 @@
 
 #include <gtk/gtk.h>
 #include <string>
+#include <string_view>
 
 namespace quarnet::platform {
+
+/// The scheme of an address in small letters (RFC 3986, section 3.1), for ever; empty for none.
+std::string_view schemeOf(const std::string& url);
 
 /// Whether an address is one that a web view loads itself, as opposed to one for a program of the
 /// desktop, such as "mailto:".

@@ -55,8 +55,6 @@ bool isNoFailure(const GError* error) {
                          WEBKIT_POLICY_ERROR_FRAME_LOAD_INTERRUPTED_BY_POLICY_CHANGE);
 }
 
-constexpr const char* kNoFiles = "여기서는 파일을 받을 수 없습니다.";
-
 std::string addressOf(WebKitURIRequest* request) {
   const char* url = webkit_uri_request_get_uri(request);
   return url == nullptr ? "" : url;
@@ -100,6 +98,7 @@ WebKitView::WebKitView(WebKitWebContext* context, std::shared_ptr<const ServerTr
   gtk_widget_set_visible(progress_, FALSE);
   gtk_widget_set_parent(progress_, widget());
   connectSignals();
+  notePresses();
 }
 
 WebKitView::~WebKitView() {
@@ -165,8 +164,23 @@ void WebKitView::connectSignals() {
   connect(session_.get(), "download-started",
           G_CALLBACK(+[](WebKitNetworkSession*, WebKitDownload* download, WebKitView* self) {
             webkit_download_cancel(download);
-            self->notify(kNoFiles, addressOf(webkit_download_get_request(download)));
+            self->refuseFile(addressOf(webkit_download_get_request(download)));
           }));
+}
+
+void WebKitView::notePresses() {
+  GtkEventController* events = gtk_event_controller_legacy_new();
+  gtk_event_controller_set_propagation_phase(events, GTK_PHASE_CAPTURE);
+  g_signal_connect(
+      events, "event",
+      G_CALLBACK(+[](GtkEventController*, GdkEvent* event, WebKitView* self) -> gboolean {
+        const GdkEventType type = gdk_event_get_event_type(event);
+        if (type == GDK_BUTTON_PRESS || type == GDK_KEY_PRESS || type == GDK_TOUCH_BEGIN)
+          self->pressed_ = true;
+        return FALSE;
+      }),
+      this);
+  gtk_widget_add_controller(widget(), events);
 }
 
 void WebKitView::load(const std::string& url) {
@@ -208,10 +222,11 @@ bool WebKitView::mayLoad(WebKitNavigationAction* action) {
   const std::string url = addressOf(webkit_navigation_action_get_request(action));
   if (delegate_ != nullptr && !delegate_->shouldStartLoad(*this, url)) return false;
   if (isForPage(url) || shownUrl_.empty()) return true;
-  if (webkit_navigation_action_is_user_gesture(action)) {
+  // A page may follow many links at one press; one of them is the user's.
+  if (webkit_navigation_action_is_user_gesture(action) && std::exchange(pressed_, false)) {
     openOnDesktop(window(), url);
   } else {
-    notify("이 페이지가 다른 프로그램을 열려고 합니다.", url);
+    notify("이 페이지가 다른 프로그램을 열려고 합니다: " + std::string(schemeOf(url)), url);
   }
   return false;
 }
@@ -250,7 +265,12 @@ void WebKitView::decideResponse(WebKitPolicyDecision* decision) {
   report(url, "보여 줄 수 없는 형식입니다.", type == nullptr ? "" : type);
   WebKitURIRequest* request = webkit_response_policy_decision_get_request(response);
   const bool canBeAskedAgain = g_strcmp0(webkit_uri_request_get_http_method(request), "GET") == 0;
-  if (!shownUrl_.empty() && canBeAskedAgain) notify(kNoFiles, url);
+  if (!shownUrl_.empty() && canBeAskedAgain) refuseFile(url);
+}
+
+/// The browser may take it.
+void WebKitView::refuseFile(const std::string& url) {
+  notify("여기서는 파일을 받을 수 없습니다.", schemeOf(url).starts_with("http") ? url : "");
 }
 
 void WebKitView::loadChanged(WebKitLoadEvent event) {

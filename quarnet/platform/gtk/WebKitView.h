@@ -33,10 +33,12 @@ public:
 
 private:
   void connectSignals();
+  void notePresses();
   gboolean decidePolicy(WebKitPolicyDecision* decision, WebKitPolicyDecisionType type);
   bool mayLoad(WebKitNavigationAction* action);
   void openInPlace(WebKitNavigationAction* action);
   void decideResponse(WebKitPolicyDecision* decision);
+  void refuseFile(const std::string& url);
   void loadChanged(WebKitLoadEvent event);
   gboolean loadFailed(const char* url, const GError* error);
   gboolean certificateRefused(const char* url, GTlsCertificate* certificate,
@@ -67,6 +69,8 @@ private:
   /// Whether the load that is under way was given up; what the page engine says of its end is then
   /// no news.
   bool failed_ = false;
+  /// Whether the user has pressed something since a link was handed to the desktop.
+  bool pressed_ = false;
   /// The address of the page that is to be seen; empty when there is none.
   std::string shownUrl_;
   std::string retryUrl_;
