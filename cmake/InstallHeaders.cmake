@@ -16,8 +16,9 @@ while(pending)
   list(APPEND pending ${includes})
 endwhile()
 
+cmake_path(ABSOLUTE_PATH QUARNET_INCLUDEDIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX})
 foreach(header IN LISTS public)
   cmake_path(GET header PARENT_PATH folder)
   file(INSTALL ${QUARNET_SOURCE_DIR}/${header}
-    DESTINATION ${CMAKE_INSTALL_PREFIX}/${QUARNET_INCLUDEDIR}/${folder})
+    DESTINATION ${QUARNET_INCLUDEDIR}/${folder})
 endforeach()

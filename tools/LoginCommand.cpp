@@ -13,7 +13,14 @@ LoginCommand::LoginCommand(CLI::App& program, char** argv)
     : Command(*program.add_subcommand("login", "Sign in in a window and store the tokens")),
       argv_(argv) {
   options().footer("Tokens that are stored already are reissued, and no window opens.\n"
-                   "Exit status: 0 signed in, 1 not signed in, 2 wrong usage.");
+                   "Exit status:\n"
+                   "    0  signed in, in the window or without it\n"
+                   "    1  failed: no display, no connection, the store cannot be written\n"
+                   "    2  wrong usage\n"
+                   "    3  the window was closed\n"
+                   "    4  the server or the user refused\n"
+                   "    5  the code that the page brought was not exchanged for tokens\n"
+                   "  130  interrupted by Ctrl-C");
 }
 
 int LoginCommand::run() {

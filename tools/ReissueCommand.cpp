@@ -1,6 +1,6 @@
 #include "tools/ReissueCommand.h"
 
-#include "tools/ObservedHttpClient.h"
+#include "tools/MainLoop.h"
 #include "tools/Terminal.h"
 #include "tools/TokenAnswers.h"
 
@@ -12,24 +12,22 @@ ReissueCommand::ReissueCommand(CLI::App& program, Settings& settings)
 
 int ReissueCommand::run() {
   if (!settings_.hasClientId() || !settings_.hasClientSecret()) return kFailed;
-  const auto http = std::make_shared<ObservedHttpClient>(settings_.makeHttpClient());
-  settings_.install(http);
-  OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
-  if (manager.oAuthInfo().refreshToken().value_or("").empty()) {
+  settings_.install();
+  if (!isPresent(OAuthInfo::sharedInstance().refreshToken())) {
     tell("no refresh token is stored: sign in with `quarnet login`");
     settings_.storeIsSound();
     return kFailed;
   }
-  if (!manager.reissueAccessToken()) {
-    tell("the tokens were not reissued and stay as they were; " + http->outcome());
+  // Without a screen, signing in is to take up the stored session or nothing.
+  const auto result = outcomeOf(Client().signIn());
+  if (!result) return interrupted();
+  const Result<SignIn>& end = *result;
+  if (!end || !*end) {
+    tell("the tokens were not reissued and stay as they were: " +
+         excerpt(end ? end->text : end.error().description()));
     return kFailed;
   }
   if (!settings_.storeIsSound()) return kFailed;
-  // The library takes every answer that mentions the member for a token answer.
-  if (!isPresent(manager.oAuthInfo().accessToken())) {
-    tell("the stored tokens were replaced by an answer without tokens; " + http->outcome());
-    return kFailed;
-  }
   printLine("The tokens were reissued and saved.");
   return kDone;
 }

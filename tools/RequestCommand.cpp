@@ -1,18 +1,12 @@
 #include "tools/RequestCommand.h"
 
-#include "tools/AsyncCalls.h"
-#include "tools/CallNotes.h"
+#include "tools/Calls.h"
 #include "tools/InputFile.h"
-#include "tools/JsonText.h"
 #include "tools/Terminal.h"
 
 #include <CLI/Validators.hpp>
-#include <cerrno>
 #include <charconv>
-#include <cstring>
 #include <strings.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace quarnet::tools {
 namespace {
@@ -36,36 +30,24 @@ std::string checkMethod(const std::string& text) {
   return "PUT, POST, GET, DELETE or a number is wanted, not " + text;
 }
 
-/// The library sends a file that it cannot read as an empty one; here it is told beforehand.
-std::string checkUpload(const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0 || access(path.c_str(), R_OK) != 0) {
-    return "cannot read " + path + ": " + std::strerror(errno);
-  }
-  return S_ISREG(status.st_mode) ? "" : path + " is no file";
+/// Whole milliseconds, at least one, for as many seconds; absent when the text is no time.
+std::optional<std::chrono::milliseconds> parseSeconds(const std::string& text) {
+  constexpr double kMost = 1e6;
+  double seconds = 0;
+  const char* const end = text.data() + text.size();
+  const auto [rest, failure] = std::from_chars(text.data(), end, seconds);
+  const bool isTime = failure == std::errc() && rest == end && seconds > 0 && seconds <= kMost;
+  if (!isTime) return std::nullopt;
+  return std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
+}
+
+std::string checkSeconds(const std::string& text) {
+  if (parseSeconds(text)) return {};
+  return "a number of seconds above 0 and up to 1000000 is wanted (30, 0.5), not " + text;
 }
 
 ContentFormat parseFormat(const std::string& text) {
   return text == "xml" ? ContentFormat::XML : ContentFormat::JSON;
-}
-
-std::string describe(const Error& error, const std::optional<ResponseMessage>& message) {
-  if (error.code == 5)
-    return "Client ID is null or empty: give --client-id or set QUARNET_CLIENT_ID";
-  if (!message) return excerpt(error.description.value_or(error.domain));
-  if (error.description) return "no answer: " + excerpt(*error.description);
-  return "the server answered " + message->statusCode().value_or("0");
-}
-
-std::string jsonLine(const std::optional<ResponseMessage>& message,
-                     const std::optional<Error>& error) {
-  std::string line = "{\"statusCode\":" + jsonText(message ? message->statusCode() : Text());
-  line += ",\"resultMessage\":" + jsonText(message ? message->resultMessage() : Text());
-  line += ",\"error\":";
-  if (!error) return line + "null}";
-  line += "{\"domain\":" + jsonText(std::string_view(error->domain));
-  line += ",\"code\":" + std::to_string(error->code);
-  return line + ",\"description\":" + jsonText(error->description) + "}}";
 }
 
 } // namespace
@@ -74,6 +56,8 @@ RequestCommand::RequestCommand(CLI::App& program, Settings& settings)
     : Command(*program.add_subcommand("request", "Send an API call")), settings_(settings) {
   addCallOptions();
   addSendingOptions();
+  options().footer("Exit status: 0 answered, 1 refused, not answered or not sent, 2 wrong usage, "
+                   "130 interrupted by Ctrl-C, which cancels the call.");
 }
 
 void RequestCommand::addCallOptions() {
@@ -92,7 +76,7 @@ void RequestCommand::addCallOptions() {
   call.add_option("--upload-key", uploadKey_, "Name of the form field")->capture_default_str();
   payload->excludes(file)->excludes(upload);
   file->excludes(upload);
-  upload->check(CLI::Validator(checkUpload, "FILE"));
+  upload->check(CLI::ExistingFile);
   const CLI::IsMember format({"xml", "json"}, CLI::ignore_case);
   call.add_option("--request-type", requestType_, "Format of the payload")
       ->transform(format)
@@ -104,8 +88,19 @@ void RequestCommand::addCallOptions() {
 
 void RequestCommand::addSendingOptions() {
   CLI::App& call = options();
+  call.add_option("--timeout", timeout_,
+                  "How long the call may take, whatever the time is spent on")
+      ->type_name("SECONDS")
+      ->check(CLI::Validator(checkSeconds, ""))
+      ->capture_default_str();
+  call.add_option(
+          "--retry", retries_,
+          "How often a GET, PUT or DELETE is sent again, after no answer, 429, 502, 503 or 504")
+      ->type_name("TIMES")
+      ->check(CLI::Range(0, 1000))
+      ->capture_default_str();
   call.add_flag("--json", json_, "Show the outcome as one line of JSON a call");
-  auto* asynchronous = call.add_flag("--async", asynchronous_, "Send without blocking");
+  auto* asynchronous = call.add_flag("--async", asynchronous_, "Send several calls at a time");
   call.add_option("--repeat", repeat_, "How many calls to send")
       ->needs(asynchronous)
       ->check(CLI::Range(1, 10'000'000))
@@ -118,20 +113,38 @@ void RequestCommand::addSendingOptions() {
 
 int RequestCommand::run() {
   if (!prepare()) return kWrongUsage;
+  if (!settings_.hasClientId()) return kFailed;
   if (payloadFile_) {
-    described_.setPayload(readInput(*payloadFile_));
-    if (!described_.payload()) return kFailed;
+    std::optional<Data> payload = readInput(*payloadFile_);
+    if (!payload) return kFailed;
+    if (sendsBody()) call_.payload = std::move(*payload);
   }
   settings_.install();
   if (!settings_.storeIsSound()) return kFailed;
-  if (!asynchronous_) return sendOnce();
-  AsyncCalls calls([this] { return described_; },
-                   {.json = json_, .repeat = repeat_, .inFlight = inFlight_});
-  return calls.run() ? kDone : kFailed;
+  return Calls(std::move(call_), {.json = json_, .repeat = repeat_, .inFlight = inFlight_}).run();
+}
+
+bool RequestCommand::sendsBody() const {
+  return call_.method == HttpMethod::PUT || call_.method == HttpMethod::POST;
 }
 
 bool RequestCommand::prepare() {
-  const HttpMethod method = *parseMethod(method_);
+  call_.method = *parseMethod(method_);
+  call_.url = url_;
+  call_.requestType = parseFormat(requestType_);
+  call_.responseType = parseFormat(responseType_);
+  call_.timeout = *parseSeconds(timeout_);
+  call_.retry.attempts = retries_;
+  if (retries_ > 0 && call_.method == HttpMethod::POST) {
+    tell("--retry is for GET, PUT and DELETE: a POST that is sent again may be carried out twice");
+    return false;
+  }
+  if (!addParameters()) return false;
+  addBody();
+  return true;
+}
+
+bool RequestCommand::addParameters() {
   Parameters parameters;
   for (const std::string& pair : pairs_) {
     const std::size_t equals = pair.find('=');
@@ -142,42 +155,21 @@ bool RequestCommand::prepare() {
       return false;
     }
   }
-  const bool hasBody = payload_ || payloadFile_ || upload_;
-  if (method == HttpMethod::PUT || method == HttpMethod::POST) {
-    if (!pairs_.empty()) tell("note: PUT and POST do not send parameters");
-  } else if (hasBody && (method == HttpMethod::GET || method == HttpMethod::DELETE)) {
-    tell("note: GET and DELETE do not send a payload or an upload");
+  if (!sendsBody()) {
+    call_.parameters = std::move(parameters);
+  } else if (!parameters.empty()) {
+    tell("note: PUT and POST do not send parameters");
   }
-
-  described_.setHttpMethod(method);
-  described_.setUrl(url_);
-  if (!parameters.empty()) described_.setParameters(std::move(parameters));
-  described_.setPayload(payload_);
-  described_.setUploadFilePath(upload_);
-  described_.setUploadFileKey(uploadKey_);
-  described_.setRequestType(parseFormat(requestType_));
-  described_.setResponseType(parseFormat(responseType_));
   return true;
 }
 
-int RequestCommand::sendOnce() {
-  APIRequest request;
-  RequestBundle bundle = described_;
-  std::optional<Error> error;
-  const std::optional<ResponseMessage> message = request.requestError(bundle, &error);
-  if (json_) {
-    printLine(jsonLine(message, error));
-  } else if (message && message->resultMessage()) {
-    printText(*message->resultMessage());
+void RequestCommand::addBody() {
+  if (sendsBody()) {
+    call_.payload = payload_.value_or("");
+    if (upload_) call_.upload = Upload{.path = *upload_, .key = uploadKey_};
+  } else if (payload_ || payloadFile_ || upload_) {
+    tell("note: GET and DELETE do not send a payload or an upload");
   }
-  if (message && parametersWereDropped(bundle)) tellDroppedParameters();
-  if (!error && message->resultMessage()) return kDone;
-  if (error) {
-    tell(describe(*error, message));
-  } else {
-    tellMissingText();
-  }
-  return kFailed;
 }
 
 } // namespace quarnet::tools

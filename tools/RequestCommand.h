@@ -8,7 +8,7 @@
 
 namespace quarnet::tools {
 
-/// `quarnet request`: sends one API call, or many asynchronous ones, and shows what came back.
+/// `quarnet request`: sends one API call, or the same one many times, and shows what came back.
 class RequestCommand final : public Command {
 public:
   RequestCommand(CLI::App& program, Settings& settings);
@@ -20,7 +20,9 @@ private:
 
   /// Reads what the options name and checks what they say; false, and told, when they do not fit.
   bool prepare();
-  int sendOnce();
+  bool addParameters();
+  void addBody();
+  bool sendsBody() const;
 
   Settings& settings_;
   std::string method_;
@@ -32,13 +34,14 @@ private:
   std::string uploadKey_ = "image";
   std::string requestType_ = "json";
   std::string responseType_ = "json";
+  std::string timeout_ = "60";
+  unsigned retries_ = 0;
   bool json_ = false;
   bool asynchronous_ = false;
   std::size_t repeat_ = 1;
   std::size_t inFlight_ = 16;
 
-  /// Sending writes into a bundle, so a copy of this one is sent.
-  RequestBundle described_;
+  Call call_;
 };
 
 } // namespace quarnet::tools

@@ -3,6 +3,10 @@
 #include "tools/Terminal.h"
 
 #include <CLI/Validators.hpp>
+#include <functional>
+#if QUARNET_HAS_KEYRING
+#include "quarnet/platform/secretservice/SecretServiceDefaults.h"
+#endif
 
 namespace quarnet::tools {
 namespace {
@@ -19,6 +23,23 @@ std::shared_ptr<platform::Log> makeLog(const std::string& kind) {
   if (kind == "stderr") return log;
   return std::make_shared<platform::RedactingLog>(log);
 }
+
+#if QUARNET_HAS_KEYRING
+constexpr char kWithoutKeyring[] = "";
+
+/// What it returns is for when the library is set up.
+std::function<void()> useKeyring(platform::Platform& services) {
+  auto keyring = std::make_shared<platform::SecretServiceDefaults>("example.quarnet.CommandLine");
+  services.userDefaults = keyring;
+  return [keyring] { keyring->unlock(); };
+}
+#else
+constexpr char kWithoutKeyring[] = "this installation was built without libsecret";
+
+std::function<void()> useKeyring(platform::Platform&) {
+  return [] {};
+}
+#endif
 
 bool isGiven(const Text& value, const char* option, const char* variable) {
   if (!value.value_or("").empty()) return true;
@@ -45,15 +66,15 @@ void Settings::addOptions(CLI::App& program) {
       "The client secret; the variable keeps it out of the list of processes");
   add("--scope", scope_, "QUARNET_SCOPE", "Scope to ask for; the stored token's when left out");
   add("--redirect-uri", redirectUri_, "QUARNET_REDIRECT_URI", "Redirect address of the client");
-  add("--store", store_, "QUARNET_STORE", "File that keeps the token record");
+  CLI::Option* file = add("--store", store_, "QUARNET_STORE", "File that keeps the token record");
+  program
+      .add_flag("--keyring", usesKeyring_, "Keep it in the desktop's keyring in place of a file")
+      ->group("Every command")
+      ->check([](const std::string&) { return std::string(kWithoutKeyring); })
+      ->excludes(file);
   add("--log", log_, "QUARNET_LOG", "The library's diagnostic lines; redacted blanks secrets")
       ->check(CLI::IsMember({"stderr", "redacted", "none"}))
       ->capture_default_str();
-}
-
-std::shared_ptr<platform::HttpClient> Settings::makeHttpClient() const {
-  return std::make_shared<platform::CurlHttpClient>(
-      platform::CurlHttpClientOptions{.caFile = caFile_});
 }
 
 std::vector<std::string> Settings::hosts() const {
@@ -65,16 +86,22 @@ std::vector<std::string> Settings::hosts() const {
   return hosts;
 }
 
-void Settings::install(std::shared_ptr<platform::HttpClient> httpClient,
-                       std::shared_ptr<platform::Toolkit> toolkit) {
+void Settings::install(std::shared_ptr<platform::Toolkit> toolkit) {
   configureHosts(hosts_);
   watch_ = std::make_shared<StoreTroubleLog>(makeLog(log_));
   platform::Platform services;
-  services.httpClient = httpClient ? std::move(httpClient) : makeHttpClient();
-  services.userDefaults = std::make_shared<platform::SqliteUserDefaults>(store_);
+  services.httpClient = std::make_shared<platform::CurlHttpClient>(
+      platform::CurlHttpClientOptions{.caFile = caFile_});
+  std::function<void()> unlock = [] {};
+  if (usesKeyring_) {
+    unlock = useKeyring(services);
+  } else {
+    services.userDefaults = std::make_shared<platform::SqliteUserDefaults>(store_);
+  }
   services.log = watch_;
   services.toolkit = std::move(toolkit);
   platform::Platform::install(std::move(services));
+  unlock();
 
   OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
   manager.setClientId(clientId_);

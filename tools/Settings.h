@@ -17,13 +17,10 @@ public:
   /// Adds the options to the program's parser, each with its environment variable.
   void addOptions(CLI::App& program);
 
-  /// The connection to the server as the options describe it.
-  std::shared_ptr<platform::HttpClient> makeHttpClient() const;
-
-  /// Sets up the library; to be called once, before anything else of it. Null gives the connection
-  /// of makeHttpClient(), and no screen. The token record is restored from the store.
-  void install(std::shared_ptr<platform::HttpClient> httpClient = nullptr,
-               std::shared_ptr<platform::Toolkit> toolkit = nullptr);
+  /// Sets up the library; to be called once, before anything else of it. The token record is
+  /// restored from the store. Without a toolkit there is no screen. A keyring that is locked is
+  /// waited for, until the user has answered its prompt.
+  void install(std::shared_ptr<platform::Toolkit> toolkit = nullptr);
 
   /// The file of certificates to trust beside the system's; empty for none.
   const std::string& caFile() const { return caFile_; }
@@ -46,6 +43,7 @@ private:
   Text scope_;
   Text redirectUri_;
   std::string store_;
+  bool usesKeyring_ = false;
   std::string log_ = "none";
   std::shared_ptr<StoreTroubleLog> watch_;
 };

@@ -19,7 +19,7 @@ namespace {
 
 using namespace quarnet::tools;
 
-/// The parser's own exit codes are many; ours are three.
+/// The parser's own exit codes are many; ours are few.
 int report(const CLI::App& program, const CLI::ParseError& outcome) {
   return program.exit(outcome, std::cout, std::cerr) == 0 ? kDone : kWrongUsage;
 }
@@ -38,7 +38,7 @@ int runProgram(int argc, char** argv) {
   commands.push_back(std::make_unique<TokenCommand>(program, settings));
   commands.push_back(std::make_unique<ReissueCommand>(program, settings));
   commands.push_back(std::make_unique<LogoutCommand>(program, settings));
-  program.footer("Exit status: 0 done, 1 failed, 2 wrong usage.");
+  program.footer("Exit status: 0 done, 1 failed, 2 wrong usage, 130 interrupted by Ctrl-C.");
 
   try {
     program.parse(argc, argv);

@@ -1,8 +1,8 @@
 #include "DemoWindow.h"
 
+#include "ApiCalls.h"
 #include "Indented.h"
-
-#include <quarnet/login/OAuthClient.h>
+#include "Messages.h"
 
 namespace demo {
 namespace {
@@ -11,20 +11,13 @@ constexpr const char* kSignInPage = "sign-in";
 constexpr const char* kWaitingPage = "waiting";
 constexpr const char* kCallsPage = "calls";
 
-quarnet::OAuthInfoManager& session() {
-  return quarnet::OAuthInfoManager::sharedInstance();
-}
+constexpr const char* kNoAnswer = "아직 답이 없습니다.";
 
-bool hasToken() {
-  const std::string token = session().oAuthInfo().accessToken().value_or("");
-  // A token answer without a token leaves this text.
-  return !token.empty() && token != "(null)";
-}
-
-/// The end of a sentence: ": the reason" or ".".
-std::string reasonOf(const quarnet::ResultDictionary& result) {
-  const auto reason = result.find(std::string(quarnet::VornelAsyncResultMessage));
-  return reason == result.end() || reason->second.empty() ? "." : ": " + reason->second;
+/// Whether there is a session of the last time to continue.
+bool hasSession() {
+  auto& session = quarnet::OAuthInfoManager::sharedInstance();
+  session.restoreOAuthInfo();
+  return !session.oAuthInfo().accessToken().value_or("").empty();
 }
 
 GtkWidget* makeRow(const char* title, const char* subtitle, GtkWidget* button) {
@@ -38,6 +31,13 @@ GtkWidget* makeRow(const char* title, const char* subtitle, GtkWidget* button) {
 }
 
 } // namespace
+
+DemoWindow& DemoWindow::open(AdwApplication* application) {
+  auto* const self = new DemoWindow(application);
+  g_signal_connect_swapped(self->window_, "destroy",
+                           G_CALLBACK(+[](DemoWindow* closed) { delete closed; }), self);
+  return *self;
+}
 
 DemoWindow::DemoWindow(AdwApplication* application)
     : window_(GTK_WINDOW(adw_application_window_new(GTK_APPLICATION(application)))),
@@ -70,20 +70,18 @@ DemoWindow::DemoWindow(AdwApplication* application)
 }
 
 DemoWindow::~DemoWindow() {
-  session().set_target(nullptr);
-  session().oAuthClient()->set_target(nullptr);
+  if (pulse_ != 0) g_source_remove(pulse_);
+  if (chooser_ != nullptr) gtk_native_dialog_destroy(GTK_NATIVE_DIALOG(chooser_));
+  g_clear_object(&chooser_);
   g_clear_weak_pointer(&toast_);
   g_clear_weak_pointer(&focus_);
 }
 
 void DemoWindow::present() {
-  session().restoreOAuthInfo();
-  showPage(hasToken() ? kWaitingPage : kSignInPage);
+  const bool continues = hasSession();
+  showPage(continues ? kWaitingPage : kSignInPage);
   gtk_window_present(window_);
-  // The reissue holds the main thread, so the window is to be seen first.
-  if (hasToken())
-    g_timeout_add_once(
-        300, [](gpointer self) { static_cast<DemoWindow*>(self)->signIn(); }, this);
+  if (continues) signIn();
 }
 
 // Pages
@@ -112,7 +110,7 @@ GtkWidget* DemoWindow::makeWaitingPage() {
 
   GtkWidget* page = adw_status_page_new();
   adw_status_page_set_title(ADW_STATUS_PAGE(page), "잠시만 기다려 주세요");
-  adw_status_page_set_description(ADW_STATUS_PAGE(page), "지난번 로그인을 이어 갑니다.");
+  adw_status_page_set_description(ADW_STATUS_PAGE(page), "지난번 로그인을 이어 가는 중입니다.");
   adw_status_page_set_child(ADW_STATUS_PAGE(page), spinner);
   return page;
 }
@@ -155,7 +153,7 @@ GtkWidget* DemoWindow::makeAnswerBox() {
   gtk_widget_add_css_class(working_, "osd");
   gtk_widget_set_opacity(working_, 0);
 
-  answer_ = gtk_label_new("아직 답이 없습니다.");
+  answer_ = gtk_label_new(kNoAnswer);
   gtk_label_set_wrap(GTK_LABEL(answer_), TRUE);
   gtk_label_set_wrap_mode(GTK_LABEL(answer_), PANGO_WRAP_WORD_CHAR);
   gtk_label_set_selectable(GTK_LABEL(answer_), TRUE);
@@ -189,103 +187,100 @@ void DemoWindow::showPage(const char* name) {
 }
 
 void DemoWindow::tell(const std::string& text) {
+  if (text.empty()) return;
   // The newest matters; the one before does not keep it waiting.
   if (toast_ != nullptr) adw_toast_dismiss(toast_);
-  char* markup = g_markup_escape_text(text.c_str(), -1);
-  AdwToast* toast = adw_toast_new(markup);
+  // In as many lines as it takes, since what a server says is long.
+  GtkWidget* label = gtk_label_new(text.c_str());
+  gtk_label_set_wrap(GTK_LABEL(label), TRUE);
+  gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
+  gtk_label_set_max_width_chars(GTK_LABEL(label), 36); // which the window has room for
+  gtk_widget_add_css_class(label, "heading");
+  AdwToast* toast = adw_toast_new("");
+  adw_toast_set_custom_title(toast, label);
   adw_toast_set_timeout(toast, 3);
   g_set_weak_pointer(&toast_, toast);
   adw_toast_overlay_add_toast(ADW_TOAST_OVERLAY(toasts_), toast);
-  g_free(markup);
 }
 
 // Session
 
 void DemoWindow::signIn() {
-  session().loginFinishedFailed(this, &DemoWindow::signedIn, &DemoWindow::signInFailed);
-  // Nobody is called back when the stored session could be continued: then no login screen has
-  // opened, and the record holds a new token. Nor when the user closes the login screen, so what
-  // lies under it is the page to sign in.
-  const bool screenOpened = session().oAuthClient()->loginView() != nullptr;
-  const bool continued = !screenOpened && hasToken();
-  showPage(continued ? kCallsPage : kSignInPage);
-  if (continued) tell("지난번 로그인을 이어 갑니다.");
+  // Its screen is open.
+  if (std::exchange(isSigningIn_, true)) return;
+  signIn_ = client_.signIn().then(
+      [this](const quarnet::Result<quarnet::SignIn>& result) { signInEnded(result); });
 }
 
-void DemoWindow::signedIn(const quarnet::ResultDictionary& result) {
-  // A refusal of the server comes as an answer, too.
-  if (!hasToken()) return signInFailed(result);
-  showPage(kCallsPage);
-  tell("로그인했습니다.");
-}
-
-void DemoWindow::signInFailed(const quarnet::ResultDictionary& result) {
-  // After a transport error the screen is still there, and would hide what is told.
-  session().oAuthClient()->closeLoginView();
-  tell("로그인하지 못했습니다" + reasonOf(result));
+void DemoWindow::signInEnded(const quarnet::Result<quarnet::SignIn>& result) {
+  isSigningIn_ = false;
+  showPage(result && *result ? kCallsPage : kSignInPage);
+  tell(result ? messageOf(*result) : messageOf(result.error()));
 }
 
 void DemoWindow::signOut() {
-  session().logoutFinishedFailed(this, &DemoWindow::signedOut, &DemoWindow::signOutFailed);
+  work(client_.signOut(), &DemoWindow::signOutEnded);
 }
 
-void DemoWindow::signedOut(const quarnet::ResultDictionary&) {
-  gtk_label_set_label(GTK_LABEL(answer_), "아직 답이 없습니다.");
+void DemoWindow::signOutEnded(const quarnet::Result<quarnet::SignOut>& result) {
+  if (!result) return tell(messageOf(result.error()));
+  gtk_label_set_label(GTK_LABEL(answer_), kNoAnswer);
   gtk_editable_set_text(GTK_EDITABLE(keyword_), "");
   showPage(kSignInPage);
-  tell("로그아웃했습니다.");
-}
-
-void DemoWindow::signOutFailed(const quarnet::ResultDictionary& result) {
-  // Whatever the server answered, the tokens are gone here; without an answer they are not.
-  if (!hasToken()) return signedOut(result);
-  tell("로그아웃하지 못했습니다" + reasonOf(result));
+  tell(messageOf(*result));
 }
 
 // Calls
 
 void DemoWindow::whoAmI() {
-  startedCall();
-  calls_.whoAmI([this](const Answer& answer) { answered(answer); });
+  send(demo::whoAmI());
 }
 
 void DemoWindow::search() {
-  startedCall();
-  calls_.search(gtk_editable_get_text(GTK_EDITABLE(keyword_)),
-                [this](const Answer& answer) { answered(answer); });
+  send(demo::search(gtk_editable_get_text(GTK_EDITABLE(keyword_))));
 }
 
 void DemoWindow::choosePicture() {
-  GtkFileChooserNative* chooser = gtk_file_chooser_native_new(
-      "올릴 사진", window_, GTK_FILE_CHOOSER_ACTION_OPEN, "올리기", "취소");
+  if (chooser_ != nullptr) return;
+  chooser_ = gtk_file_chooser_native_new("올릴 사진", window_, GTK_FILE_CHOOSER_ACTION_OPEN,
+                                         "올리기", "취소");
   GtkFileFilter* pictures = gtk_file_filter_new();
   gtk_file_filter_set_name(pictures, "사진");
   gtk_file_filter_add_pixbuf_formats(pictures);
-  gtk_file_chooser_add_filter(GTK_FILE_CHOOSER(chooser), pictures);
+  gtk_file_chooser_add_filter(GTK_FILE_CHOOSER(chooser_), pictures);
   g_object_unref(pictures);
-  const auto chosen = +[](GtkFileChooserNative* shown, int response, DemoWindow* self) {
-    GFile* file = response == GTK_RESPONSE_ACCEPT
-                      ? gtk_file_chooser_get_file(GTK_FILE_CHOOSER(shown))
-                      : nullptr;
-    g_object_unref(shown);
-    if (file == nullptr) return;
-    char* path = g_file_get_path(file);
-    if (path != nullptr) self->upload(path);
-    g_free(path);
-    g_object_unref(file);
-  };
-  g_signal_connect(chooser, "response", G_CALLBACK(chosen), this);
-  gtk_native_dialog_set_modal(GTK_NATIVE_DIALOG(chooser), TRUE);
-  gtk_native_dialog_show(GTK_NATIVE_DIALOG(chooser));
+  const auto chosen = +[](DemoWindow* self, int response) { self->pictureChosen(response); };
+  g_signal_connect_swapped(chooser_, "response", G_CALLBACK(chosen), this);
+  gtk_native_dialog_set_modal(GTK_NATIVE_DIALOG(chooser_), TRUE);
+  gtk_native_dialog_show(GTK_NATIVE_DIALOG(chooser_));
 }
 
-void DemoWindow::upload(const std::string& file) {
-  startedCall();
-  calls_.upload(file, [this](const Answer& answer) { answered(answer); });
+void DemoWindow::pictureChosen(int response) {
+  GtkFileChooser* const chooser = GTK_FILE_CHOOSER(chooser_);
+  GFile* file = response == GTK_RESPONSE_ACCEPT ? gtk_file_chooser_get_file(chooser) : nullptr;
+  g_clear_object(&chooser_);
+  if (file == nullptr) return;
+  char* path = g_file_get_path(file);
+  if (path != nullptr) send(upload(path));
+  g_free(path);
+  g_object_unref(file);
 }
 
-void DemoWindow::startedCall() {
-  // One call at a time; who works with the keyboard goes on where he was.
+void DemoWindow::send(quarnet::Call call) {
+  work(client_.send(std::move(call)), &DemoWindow::answered);
+}
+
+void DemoWindow::answered(const quarnet::Result<quarnet::Answer>& answer) {
+  if (answer) {
+    gtk_label_set_label(GTK_LABEL(answer_), indented(answer->body).c_str());
+    return;
+  }
+  tell(messageOf(answer.error()));
+  if (answer.error().kind == quarnet::ApiErrorKind::SignedOut) signIn();
+}
+
+void DemoWindow::startWorking() {
+  // Who works with the keyboard continues where he was.
   g_set_weak_pointer(&focus_, gtk_window_get_focus(window_));
   gtk_widget_set_sensitive(actions_, FALSE);
   gtk_widget_set_opacity(working_, 1);
@@ -298,19 +293,11 @@ void DemoWindow::startedCall() {
       working_);
 }
 
-void DemoWindow::answered(const Answer& answer) {
-  g_source_remove(pulse_);
+void DemoWindow::stopWorking() {
+  g_source_remove(std::exchange(pulse_, 0));
   gtk_widget_set_opacity(working_, 0);
   gtk_widget_set_sensitive(actions_, TRUE);
   if (focus_ != nullptr) gtk_widget_grab_focus(focus_);
-  if (answer.ok) {
-    gtk_label_set_label(GTK_LABEL(answer_), indented(answer.text).c_str());
-  } else if (answer.signedOut) {
-    tell("로그인이 만료되었습니다. 다시 로그인합니다.");
-    signIn();
-  } else {
-    tell(answer.text);
-  }
 }
 
 } // namespace demo

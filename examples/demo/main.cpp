@@ -9,6 +9,9 @@
 #include <quarnet/platform/curl/CurlHttpClient.h>
 #include <quarnet/platform/gtk/GtkToolkit.h>
 #include <quarnet/platform/sqlite/SqliteUserDefaults.h>
+#if QUARNET_HAS_KEYRING
+#include <quarnet/platform/secretservice/SecretServiceDefaults.h>
+#endif
 
 namespace {
 
@@ -19,7 +22,17 @@ struct Options {
   std::string clientSecret;
   std::string scope = "profile";
   std::string store;
+  bool keyring = false;
 };
+
+/// Where the tokens are kept.
+std::shared_ptr<quarnet::platform::UserDefaults> makeStore(const Options& options) {
+#if QUARNET_HAS_KEYRING
+  if (options.keyring)
+    return std::make_shared<quarnet::platform::SecretServiceDefaults>("example.quarnet.Demo");
+#endif
+  return std::make_shared<quarnet::platform::SqliteUserDefaults>(options.store);
+}
 
 void define(CLI::App& program, Options& options) {
   const auto add = [&](const char* name, std::string& value, const char* variable,
@@ -37,6 +50,11 @@ void define(CLI::App& program, Options& options) {
   add("--scope", options.scope, "QUARNET_SCOPE", "Scope to ask for");
   add("--store", options.store, "QUARNET_STORE",
       "File that keeps the token record; the user's data folder when left out");
+#if QUARNET_HAS_KEYRING
+  program
+      .add_flag("--keyring", options.keyring, "Keep it in the desktop's keyring in place of a file")
+      ->excludes(program.get_option("--store"));
+#endif
 }
 
 /// Sets the library up, before anything else of it is used.
@@ -47,7 +65,7 @@ void configure(const Options& options, std::shared_ptr<quarnet::platform::Log> l
   platform::Platform::install({
       .httpClient = std::make_shared<platform::CurlHttpClient>(
           platform::CurlHttpClientOptions{.caFile = options.caFile}),
-      .userDefaults = std::make_shared<platform::SqliteUserDefaults>(options.store),
+      .userDefaults = makeStore(options),
       .log = std::move(log),
       .toolkit = std::make_shared<platform::GtkToolkit>(
           platform::GtkToolkitOptions{.certificateFile = options.caFile,
@@ -59,30 +77,26 @@ void configure(const Options& options, std::shared_ptr<quarnet::platform::Log> l
   session.setScope(options.scope);
 }
 
-struct Demo {
-  Options options;
-  std::unique_ptr<demo::DemoWindow> window;
-};
-
-void activate(GtkApplication* application, Demo* demo) {
-  if (demo->window) return gtk_window_present(gtk_application_get_active_window(application));
-  demo->window = std::make_unique<demo::DemoWindow>(ADW_APPLICATION(application));
-  configure(demo->options, demo->window->log());
-  demo->window->present();
+void activate(GtkApplication* application, const Options* options) {
+  if (GtkWindow* open = gtk_application_get_active_window(application))
+    return gtk_window_present(open);
+  demo::DemoWindow& window = demo::DemoWindow::open(ADW_APPLICATION(application));
+  configure(*options, window.log());
+  window.present();
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-  Demo demo;
+  Options options;
   CLI::App program("A small application on the Quarnet API.", "quarnet-demo");
-  define(program, demo.options);
+  define(program, options);
   CLI11_PARSE(program, argc, argv);
 
   // Two of them may run at a time, on different servers.
   AdwApplication* application =
       adw_application_new("example.quarnet.Demo", G_APPLICATION_NON_UNIQUE);
-  g_signal_connect(application, "activate", G_CALLBACK(activate), &demo);
+  g_signal_connect(application, "activate", G_CALLBACK(activate), &options);
   const int status = g_application_run(G_APPLICATION(application), 1, argv);
   g_object_unref(application);
   return status;

@@ -60,7 +60,9 @@ struct Call {
   std::chrono::milliseconds timeout{60'000};
   /// Off unless its attempts are set.
   Retry retry = {};
-  /// Called now and then while bodies move, where the outcome is received, never after it.
+  /// Called now and then while bodies move, and at their end, where the outcome is received and
+  /// always before it. Of reports that the callbacks' thread has not come to yet, the latest
+  /// counts; wait() does not wait for it.
   std::function<void(const Progress&)> progress = {};
   /// Cancels the call when a stop is requested.
   std::stop_token stop = {};

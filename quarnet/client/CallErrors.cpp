@@ -1,5 +1,6 @@
 #include "quarnet/client/CallErrors.h"
 
+#include "quarnet/core/Json.h"
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Text.h"
 
@@ -37,9 +38,13 @@ ApiError signedOut() {
   return {.kind = ApiErrorKind::SignedOut, .text = "Nobody is signed in"};
 }
 
-ApiError sessionLost() {
-  return {.kind = ApiErrorKind::SignedOut,
-          .text = "The server does not reissue the tokens any more"};
+ApiError sessionLost(const Data& report) {
+  const std::optional<Json> json = Json::parse(report);
+  ApiError lost{.kind = ApiErrorKind::SignedOut,
+                .text = "The server does not reissue the tokens any more"};
+  if (const Text code = memberText(json, "error")) lost.text += ": " + *code;
+  if (const Text why = memberText(json, "error_description")) lost.text += " (" + *why + ")";
+  return lost;
 }
 
 ApiError tooLarge() {

@@ -16,8 +16,9 @@ ApiError refusal(const platform::HttpResult& result);
 /// Nobody is signed in.
 ApiError signedOut();
 
-/// The server does not reissue the tokens.
-ApiError sessionLost();
+/// The server does not reissue the tokens; `report` is what it says about that, if anything
+/// (RFC 6749, section 5.2).
+ApiError sessionLost(const Data& report = {});
 
 /// The memory does not suffice.
 ApiError tooLarge();

@@ -229,9 +229,17 @@ void CallRun::takeKey(HttpResult answer) {
 void CallRun::transmit(std::string_view query) {
   request_->url.resize(addressLength_);
   request_->url += query;
+  sendWithTokens();
+}
+
+void CallRun::sendWithTokens() {
   addKeyAndTokens(*request_, {}, nullptr);
+  if (!TokenRecordStore::isSaved()) {
+    return TokenRecordStore::whenSaved(
+        [self = shared_from_this()] { self->run(&CallRun::sendWithTokens); });
+  }
   const auto token = request_->headerFields.get(VORNEL_HEADER_ACCESS_TOKEN);
-  if (!token || !isToken(Text(*token))) return end(signedOut()); // since the call began
+  if (!isToken(token)) return end(signedOut()); // since the call began
   addAcceptFields(*request_, Global::getContentType(static_cast<std::uint64_t>(responseType_)));
   send(request_, then<&CallRun::takeAnswer>());
 }
@@ -252,7 +260,7 @@ void CallRun::takeAnswer(HttpResult answer) {
   if (status < 200 || status > 299) {
     return fail(refusal(answer), answer.response ? answer.response->retryAfter : 0s);
   }
-  if (!isUtf8(answer.body)) {
+  if (!isUtf8(answer.body, answer.utf8Size)) {
     return end(ApiError{.kind = ApiErrorKind::NotUtf8,
                         .text = "The answer is no UTF-8",
                         .status = status,
@@ -271,6 +279,7 @@ void CallRun::renew() {
 }
 
 void CallRun::fail(ApiError error, std::chrono::seconds retryAfter) {
+  if (outcome_->stopToken().stop_requested()) return;
   const auto pause = pauseBeforeRetry(method_, retry_, error, retries_, retryAfter, random());
   const auto next = Timer::Clock::now() + pause.value_or(0ms);
   if (!pause || next >= deadline_.first) return end(std::move(error));

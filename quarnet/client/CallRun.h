@@ -36,6 +36,7 @@ private:
   void begin();
   void takeKey(platform::HttpResult answer);
   void transmit(std::string_view query);
+  void sendWithTokens();
   void takeAnswer(platform::HttpResult answer);
   void renew();
   /// Sends the call once more after a pause, or ends it.

@@ -23,7 +23,9 @@ public:
     notify([receive = receive_, event] { (*receive)(event); });
   }
   void fail(ApiError) override {
-    if (settle([] {})) requestStop();
+    if (!settle([] {})) return;
+    endNotices();
+    requestStop();
   }
 
 private:

@@ -14,7 +14,8 @@ namespace quarnet {
 /// destroyed or assigned over, it cancels what is under way, and the lambda never runs after that.
 ///
 /// A handle may end on any thread, inside its own lambda, too. When its lambda runs on another
-/// thread at that moment, the end waits for it. One thread at a time may use a handle.
+/// thread at that moment, the end waits for it. One thread at a time may use a handle. In a forked
+/// child one that was inherited can only end, which leaves alone what is under way in the parent.
 class [[nodiscard("what a handle stands for is cancelled with it; detach() lets it run")]] Handle {
 public:
   /// A handle of nothing.

@@ -2,6 +2,7 @@
 
 #include "quarnet/platform/Guarded.h"
 
+#include <new>
 #include <utility>
 
 namespace quarnet {
@@ -12,6 +13,10 @@ PendingState::PendingState(std::shared_ptr<platform::MainThread> callbacks)
 PendingState::~PendingState() = default;
 
 void PendingState::drop() {
+  if (isInherited()) {
+    new (std::nothrow) std::shared_ptr(shared_from_this()); // never destroyed
+    return;
+  }
   std::unique_ptr<Listener> dropped; // ends without the lock
   bool wasSettled = false;
   {
@@ -23,6 +28,11 @@ void PendingState::drop() {
     waitForOtherThread(lock);
   }
   if (!wasSettled) stop_.request_stop();
+}
+
+void PendingState::cancel() {
+  if (isInherited()) return;
+  fail({.kind = ApiErrorKind::Cancelled, .text = "The caller cancelled it"});
 }
 
 void PendingState::cancelWith(const std::stop_token& token) {
@@ -37,13 +47,13 @@ void PendingState::notify(std::function<void()> call) {
   std::shared_ptr<platform::MainThread> callbacks;
   {
     const std::lock_guard lock(mutex_);
-    callbacks = callbacks_;
+    if (!isSettled_) callbacks = callbacks_;
   }
   if (!callbacks) return;
   callbacks->post([self = shared_from_this(), call = std::move(call)] {
     std::unique_lock lock(self->mutex_);
     self->waitForOtherThread(lock);
-    if (!self->isDropped_ && !self->isSettled_) self->run(lock, call);
+    if (!self->isDropped_ && !self->isReceived_) self->run(lock, call);
   });
 }
 
@@ -71,9 +81,16 @@ bool PendingState::settle(const std::function<void()>& store) {
   return true;
 }
 
+void PendingState::endNotices() {
+  const std::lock_guard lock(mutex_);
+  isReceived_ = true;
+}
+
 void PendingState::waitUntilSettled() {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [this] { return isSettled_; });
+  isReceived_ = true;
+  waitForOtherThread(lock);
 }
 
 void PendingState::post() {
@@ -90,6 +107,7 @@ void PendingState::deliver() {
   waitForOtherThread(lock);
   std::unique_ptr<Listener> listener = std::move(listener_);
   if (!listener) return;
+  isReceived_ = true;
   run(lock, [&listener] {
     const auto own = std::move(listener); // ends without the lock, after an exception, too
     own->call();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "quarnet/client/Result.h"
+#include "quarnet/platform/ForkCount.h"
 #include "quarnet/platform/MainThread.h"
 
 #include <condition_variable>
@@ -16,7 +17,8 @@ namespace quarnet {
 /// What a handle and the one who brings its outcome share. Applications use Pending and Handle.
 ///
 /// The outcome is settled once, on whatever thread; the listener receives it once, on the thread of
-/// `callbacks`, unless the handle is gone by then. Safe from any thread.
+/// `callbacks`, unless the handle is gone by then. Safe from any thread. In a forked child, which
+/// may have inherited its locks closed, what the parent began is left as it is.
 class QUARNET_EXPORT PendingState : public std::enable_shared_from_this<PendingState> {
 public:
   explicit PendingState(std::shared_ptr<platform::MainThread> callbacks);
@@ -29,7 +31,7 @@ public:
   void drop();
 
   /// Settles the outcome as Cancelled; nothing when there is one already.
-  void cancel() { fail({.kind = ApiErrorKind::Cancelled, .text = "The caller cancelled it"}); }
+  void cancel();
 
   /// The same as soon as `token` asks for it. Call it once.
   void cancelWith(const std::stop_token& token);
@@ -41,7 +43,8 @@ public:
   /// Asks whoever brings the outcome to stop: it was dropped, cancelled or replaced by an error.
   std::stop_token stopToken() const { return stop_.get_token(); }
 
-  /// Runs `call` on the callbacks' thread while somebody waits for the outcome.
+  /// Runs `call` on the callbacks' thread, before the outcome is received; does nothing when there
+  /// is an outcome already.
   void notify(std::function<void()> call);
 
 protected:
@@ -58,12 +61,16 @@ protected:
   /// Runs `store` for the first outcome of one that was not dropped; says whether it did.
   bool settle(const std::function<void()>& store);
 
-  /// Blocks until the outcome is there.
+  /// Begins nothing any more that was notified.
+  void endNotices();
+
+  /// Blocks until the outcome is there and nothing that was notified runs any more.
   void waitUntilSettled();
 
   void requestStop() { stop_.request_stop(); }
 
 private:
+  bool isInherited() const { return forks_ != platform::forkCount(); }
   void post();
   void deliver();
   /// Waits for the callback that another thread runs, so that no two run at a time.
@@ -71,6 +78,7 @@ private:
   /// Runs `call`, and lets the other threads wait for its end.
   void run(std::unique_lock<std::mutex>& lock, const std::function<void()>& call);
 
+  const unsigned forks_ = platform::forkCount();
   std::stop_source stop_;
   std::mutex mutex_;
   /// Given up with the last post: what it never runs must not keep it alive.
@@ -79,6 +87,8 @@ private:
   std::unique_ptr<Listener> listener_;
   bool isSettled_ = false;
   bool isDropped_ = false;
+  /// The outcome was received, or will be at once.
+  bool isReceived_ = false;
   /// The thread that runs a callback; none when its id is that of no thread.
   std::thread::id runningOn_;
   using Cancellation = std::stop_callback<std::function<void()>>;

@@ -25,7 +25,8 @@ struct SignIn {
   Ending ending = Ending::Done;
   /// The server's code for Refused and, when it gave one, for ExchangeFailed: "access_denied".
   std::string code = {};
-  /// What is known about it, for people; empty where the ending says it all.
+  /// What is known about it, for people; empty where the ending says it all. For NoScreen it says
+  /// why the stored session, if there is one, could not be taken up.
   std::string text = {};
 
   /// Whether there is a session now.

@@ -1,7 +1,6 @@
 #include "quarnet/client/SignInRun.h"
 
 #include "quarnet/client/CallErrors.h"
-#include "quarnet/client/OfProcess.h"
 #include "quarnet/client/TokenRefresh.h"
 #include "quarnet/client/Worker.h"
 #include "quarnet/core/Json.h"
@@ -14,6 +13,7 @@
 #include "quarnet/oauth/SessionEvents.h"
 #include "quarnet/oauth/TokenAnswer.h"
 #include "quarnet/oauth/TokenRecordStore.h"
+#include "quarnet/platform/OfProcess.h"
 #include "quarnet/platform/Platform.h"
 
 #include <algorithm>
@@ -67,7 +67,7 @@ SignIn exchangeFailure(const HttpResult& answer) {
 void SignInRun::join(std::shared_ptr<Outcome<SignIn>> outcome) {
   std::shared_ptr<SignInRun> run;
   {
-    auto& current = ofProcess<Current>();
+    auto& current = platform::ofProcess<Current>();
     const std::lock_guard lock(current.mutex);
     run = current.run.lock();
     if (run && run->add(outcome)) return;
@@ -112,7 +112,7 @@ void SignInRun::restore() {
   const Text accessToken = TokenRecordStore::fields().accessToken;
   if (isOver()) return;
   if (!isToken(accessToken)) {
-    return onMainThread([self = shared_from_this()] { self->openScreen(); });
+    return onMainThread([self = shared_from_this()] { self->openScreen({}); });
   }
   TokenRefresh::shared().renew(
       accessToken, [self = shared_from_this()](const std::optional<ApiError>& problem) {
@@ -122,7 +122,8 @@ void SignInRun::restore() {
 
 void SignInRun::renewed(const std::optional<ApiError>& problem) {
   if (problem && problem->kind == ApiErrorKind::SignedOut) {
-    return onMainThread([self = shared_from_this()] { self->openScreen(); });
+    return onMainThread(
+        [self = shared_from_this(), why = problem->text] { self->openScreen(why); });
   }
   if (problem) return finish(*problem);
   if (!decide()) return;
@@ -130,7 +131,7 @@ void SignInRun::renewed(const std::optional<ApiError>& problem) {
   end(SignIn{.ending = SignIn::Ending::Continued});
 }
 
-void SignInRun::openScreen() {
+void SignInRun::openScreen(const std::string& why) {
   if (isOver()) return;
   // A screen of its own: the session manager's may be open, and who is registered there has asked
   // for something else.
@@ -140,7 +141,7 @@ void SignInRun::openScreen() {
   screen->loginFinishedFailed({});
   if (!screen->loginView()) {
     finish(SignIn{.ending = SignIn::Ending::NoScreen,
-                  .text = "There is no window to show the login screen in"});
+                  .text = why.empty() ? "There is no window to show the login screen in" : why});
   }
 }
 

@@ -48,7 +48,8 @@ private:
   void start();
   void restore();
   void renewed(const std::optional<ApiError>& problem);
-  void openScreen();
+  /// `why` is the reason why the stored session could not be taken up; empty when there is none.
+  void openScreen(const std::string& why);
   void take(const platform::HttpResult& answer);
   void closeScreen();
 

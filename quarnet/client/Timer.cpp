@@ -1,15 +1,16 @@
 #include "quarnet/client/Timer.h"
 
-#include "quarnet/client/OfProcess.h"
 #include "quarnet/platform/BlockedSignals.h"
+#include "quarnet/platform/OfProcess.h"
 
+#include <iterator>
 #include <system_error>
 #include <thread>
 #include <utility>
 
 namespace quarnet {
 Timer& Timer::shared() {
-  return ofProcess<Timer>();
+  return platform::ofProcess<Timer>();
 }
 
 Timer::Entry Timer::at(Clock::time_point time, std::function<void()> call) {
@@ -25,14 +26,32 @@ Timer::Entry Timer::at(Clock::time_point time, std::function<void()> call) {
   }
   const Entry entry{time, ++last_};
   calls_[entry].swap(call);
-  if (calls_.begin()->first == entry) changed_.notify_one();
+  if (calls_.begin()->first == entry) changed_.notify_all();
   return entry;
 }
 
 void Timer::forget(const Entry& entry) {
-  decltype(calls_)::node_type forgotten; // ends without the lock
+  Calls::node_type forgotten; // ends without the lock
   const std::lock_guard lock(mutex_);
   forgotten = calls_.extract(entry);
+}
+
+void Timer::runAll() {
+  std::unique_lock lock(mutex_);
+  while (isRunning_ || !calls_.empty()) {
+    if (calls_.empty()) {
+      changed_.wait(lock);
+    } else {
+      runNow(calls_.extract(std::prev(calls_.end())), lock);
+    }
+  }
+}
+
+void Timer::runNow(Calls::node_type due, std::unique_lock<std::mutex>& lock) {
+  lock.unlock();
+  due.mapped()();
+  due = {};
+  lock.lock();
 }
 
 void Timer::run() {
@@ -44,10 +63,10 @@ void Timer::run() {
       changed_.wait_until(lock, next);
     } else {
       auto due = calls_.extract(calls_.begin());
-      lock.unlock();
-      due.mapped()();
-      due = {};
-      lock.lock();
+      isRunning_ = true;
+      runNow(std::move(due), lock);
+      isRunning_ = false;
+      changed_.notify_all();
     }
   }
 }

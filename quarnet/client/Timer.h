@@ -26,14 +26,24 @@ public:
   /// Forgets the call if it has not begun.
   void forget(const Entry& entry);
 
+  /// Runs all calls now, on this thread, the last one first, so that the time of an API call is up
+  /// before it would be sent again; waits for the one that runs already. For the end of a test.
+  void runAll();
+
 private:
+  using Calls = std::map<Entry, std::function<void()>>;
+
   void run();
+  /// Runs and ends a call without the lock.
+  static void runNow(Calls::node_type due, std::unique_lock<std::mutex>& lock);
 
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::map<Entry, std::function<void()>> calls_;
+  Calls calls_;
   std::uint64_t last_ = 0;
   bool hasThread_ = false;
+  /// Whether the thread runs a call.
+  bool isRunning_ = false;
 };
 
 } // namespace quarnet

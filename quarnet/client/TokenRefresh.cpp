@@ -1,12 +1,13 @@
 #include "quarnet/client/TokenRefresh.h"
 
 #include "quarnet/client/CallErrors.h"
-#include "quarnet/client/OfProcess.h"
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Utf8.h"
+#include "quarnet/oauth/ReissueTurn.h"
 #include "quarnet/oauth/TokenAddresses.h"
 #include "quarnet/oauth/TokenAnswer.h"
 #include "quarnet/oauth/TokenRecordStore.h"
+#include "quarnet/platform/OfProcess.h"
 #include "quarnet/platform/Platform.h"
 
 #include <utility>
@@ -20,6 +21,14 @@ using platform::Platform;
 
 namespace {
 
+/// Why the session of this record cannot be used; absent when it can. `report` is what the server
+/// said when it ended it, if that is known.
+std::optional<ApiError> problemOf(const auto& record, const Data& report = {}) {
+  if (!isToken(record.accessToken)) return signedOut();
+  if (TokenRecordStore::isLost(record.refreshToken)) return sessionLost(report);
+  return std::nullopt;
+}
+
 /// Takes the new tokens over, or says why there are none.
 std::optional<ApiError> take(const HttpResult& answer, const Text& refreshToken) {
   log("reissueAccessToken : ", formatted(utf8Text(answer.body)));
@@ -32,26 +41,27 @@ std::optional<ApiError> take(const HttpResult& answer, const Text& refreshToken)
   } else {
     return refusal(answer);
   }
-  const auto record = TokenRecordStore::fields();
-  if (!isToken(record.accessToken)) return signedOut();
-  if (TokenRecordStore::isLost(record.refreshToken)) return sessionLost();
-  return std::nullopt;
+  return problemOf(TokenRecordStore::fields(), answer.body);
 }
 
 } // namespace
 
 TokenRefresh& TokenRefresh::shared() {
-  return ofProcess<TokenRefresh>();
+  return platform::ofProcess<TokenRefresh>();
 }
 
 void TokenRefresh::renew(const Text& stale, const Done& done) {
   std::optional<ApiError> problem;
   Text used;
   bool begins = false;
+  bool isSaved = true;
   {
     const std::lock_guard lock(mutex_);
     const auto record = TokenRecordStore::fields();
-    if (!isToken(record.refreshToken)) {
+    isSaved = TokenRecordStore::isSaved();
+    if (!isSaved) {
+      // Neither token of it may be used yet.
+    } else if (!isToken(record.refreshToken)) {
       problem = signedOut();
     } else if (TokenRecordStore::isLost(record.refreshToken)) {
       problem = sessionLost();
@@ -63,8 +73,30 @@ void TokenRefresh::renew(const Text& stale, const Done& done) {
       begins = true;
     }
   }
-  if (begins) return send(used);
+  if (!isSaved) return renewWhenSaved(stale, done);
+  if (begins) return begin(used, stale);
   done(std::move(problem));
+}
+
+void TokenRefresh::renewWhenSaved(const Text& stale, const Done& done) {
+  TokenRecordStore::whenSaved([this, stale, done] {
+    withinMemory([&] { renew(stale, done); }, [&] { done(tooLarge()); });
+  });
+}
+
+void TokenRefresh::begin(const Text& refreshToken, const Text& stale) {
+  const auto look = [this, refreshToken, stale] {
+    const auto record = TokenRecordStore::fields();
+    const auto problem = problemOf(record);
+    const bool isSame = record.refreshToken == refreshToken && record.accessToken == stale;
+    isSame && !problem ? begin(refreshToken, stale) : tell(refreshToken, problem);
+  };
+  const auto fail = [this, refreshToken] { tell(refreshToken, tooLarge()); };
+  const auto whenFree = [look, fail] { withinMemory(look, fail); };
+  if (withinMemory([&] { return ReissueTurn::take(refreshToken, whenFree); },
+                   [&] { return fail(), false; })) {
+    send(refreshToken);
+  }
 }
 
 void TokenRefresh::send(const Text& refreshToken) {
@@ -86,6 +118,11 @@ void TokenRefresh::send(const Text& refreshToken) {
 }
 
 void TokenRefresh::finish(const Text& refreshToken, const std::optional<ApiError>& problem) {
+  ReissueTurn::giveBack(refreshToken);
+  tell(refreshToken, problem);
+}
+
+void TokenRefresh::tell(const Text& refreshToken, const std::optional<ApiError>& problem) {
   decltype(waiting_)::node_type ended;
   {
     const std::lock_guard lock(mutex_);

@@ -14,8 +14,8 @@ namespace quarnet {
 
 /// Reissues the tokens of the one session, once for all who need it (RFC 6749, section 6).
 ///
-/// A reissue that was begun is not cancelled. What it brings is in the record and in the store
-/// before anyone is told. Safe from any thread.
+/// A reissue that was begun is not cancelled, and one of OAuthInfoManager's serves as well. What it
+/// brings is in the record and in the store before anyone is told. Safe from any thread.
 class TokenRefresh {
 public:
   /// Absent when the record holds another access token now than the stale one.
@@ -30,8 +30,12 @@ public:
   void renew(const Text& stale, const Done& done);
 
 private:
+  void renewWhenSaved(const Text& stale, const Done& done);
+  /// Has the refresh token sent, unless somebody else just does and that brings new tokens.
+  void begin(const Text& refreshToken, const Text& stale);
   void send(const Text& refreshToken);
   void finish(const Text& refreshToken, const std::optional<ApiError>& problem);
+  void tell(const Text& refreshToken, const std::optional<ApiError>& problem);
 
   std::mutex mutex_;
   /// Who waits for the reissue under which refresh token; it is under way when anybody waits. After

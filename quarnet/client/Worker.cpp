@@ -1,7 +1,7 @@
 #include "quarnet/client/Worker.h"
 
-#include "quarnet/client/OfProcess.h"
 #include "quarnet/platform/BlockedSignals.h"
+#include "quarnet/platform/OfProcess.h"
 #include "quarnet/platform/WorkerPool.h"
 
 #include <system_error>
@@ -16,7 +16,7 @@ struct Workers {
 
 Workers& workers() {
   const platform::BlockedSignals blocked;
-  return ofProcess<Workers>();
+  return platform::ofProcess<Workers>();
 }
 
 } // namespace

@@ -198,6 +198,12 @@ std::string unquoted(std::string_view token) {
   }
 }
 
+/// Whether the token's text is `text`, which is copied only when it has escapes.
+bool holds(std::string_view token, std::string_view text) {
+  const std::string_view written = token.substr(1, token.size() - 2);
+  return written.find('\\') == std::string_view::npos ? written == text : unquoted(token) == text;
+}
+
 void appendQuoted(std::string& out, std::string_view text) {
   out += '"';
   for (const char c : text) {
@@ -257,7 +263,7 @@ std::optional<Json> Json::member(std::string_view name) const {
   Tokens tokens(value_.substr(1));
   for (std::string_view token = tokens.next(); token.front() != '}'; token = tokens.next()) {
     if (token.front() == ',') continue;
-    const bool isWanted = unquoted(token) == name;
+    const bool isWanted = holds(token, name);
     tokens.next(); // the colon
     const Json value(tokens.nextValue());
     if (isWanted) found = value;

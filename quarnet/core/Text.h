@@ -1,5 +1,7 @@
 #pragma once
 
+#include "quarnet/core/Export.h"
+
 #include <algorithm>
 #include <optional>
 #include <string>

@@ -1,19 +1,21 @@
 #include "quarnet/core/Utf8.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 
 namespace quarnet {
 namespace {
 
-/// Eight bytes at once: most of what servers answer is ASCII, and an answer may be large.
-constexpr std::size_t kAsciiStep = sizeof(std::uint64_t);
+/// Several bytes at once: most of what servers answer is ASCII, and an answer may be large.
+using AsciiStep = std::array<std::uint64_t, 4>;
 
 bool startsWithAscii(std::string_view bytes) {
-  if (bytes.size() < kAsciiStep) return false;
-  std::uint64_t step;
-  std::memcpy(&step, bytes.data(), kAsciiStep);
-  return (step & 0x8080808080808080) == 0;
+  AsciiStep step;
+  if (bytes.size() < sizeof(step)) return false;
+  std::memcpy(step.data(), bytes.data(), sizeof(step));
+  return ((step[0] | step[1] | step[2] | step[3]) & 0x8080808080808080) == 0;
 }
 
 /// The size of the character that `bytes`, which are not empty, start with (RFC 3629, section 4);
@@ -38,17 +40,24 @@ std::size_t characterSize(std::string_view bytes) {
 
 } // namespace
 
-bool isUtf8(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const std::size_t size = startsWithAscii(bytes) ? kAsciiStep : characterSize(bytes);
-    if (size == 0) return false;
-    bytes.remove_prefix(size);
+std::size_t utf8Size(std::string_view bytes, std::size_t known) {
+  std::string_view rest = bytes.substr(std::min(known, bytes.size()));
+  while (!rest.empty()) {
+    while (startsWithAscii(rest))
+      rest.remove_prefix(sizeof(AsciiStep));
+    // Where one character is not ASCII, its neighbours are not either, mostly.
+    const std::size_t left = rest.size() - std::min(rest.size(), sizeof(AsciiStep));
+    while (rest.size() > left) {
+      const std::size_t size = characterSize(rest);
+      if (size == 0) return bytes.size() - rest.size();
+      rest.remove_prefix(size);
+    }
   }
-  return true;
+  return bytes.size();
 }
 
-Text utf8Text(Data bytes) {
-  if (!isUtf8(bytes)) return std::nullopt;
+Text utf8Text(Data bytes, std::size_t known) {
+  if (!isUtf8(bytes, known)) return std::nullopt;
   return bytes;
 }
 

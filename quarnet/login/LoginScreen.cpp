@@ -5,6 +5,9 @@
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/platform/Platform.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace quarnet {
 
 using platform::Color;
@@ -32,12 +35,10 @@ double usableHeight(double windowHeight, const std::string& systemVersion) {
   return integerValue(systemVersion) >= 7 ? windowHeight - kStatusBarHeight : windowHeight;
 }
 
-std::shared_ptr<TitleBar> makeTitleBar(Toolkit& toolkit, double width, OAuthClient& client) {
+std::shared_ptr<TitleBar> makeTitleBar(Toolkit& toolkit, double width) {
   std::shared_ptr<TitleBar> bar = toolkit.makeTitleBar();
   bar->setFrame({0, 0, width, kTitleBarHeight});
   bar->setTitle("로그인");
-  // The button keeps the client: a screen that the manager has replaced can still be closed.
-  bar->setRightButton("닫기", [kept = client.shared_from_this()] { kept->closeLoginView(); });
   return bar;
 }
 
@@ -55,7 +56,8 @@ std::shared_ptr<WebView> makePage(Toolkit& toolkit, double width, double height,
 } // namespace
 
 LoginScreen::~LoginScreen() {
-  if (const auto shown = page.get()) shown->setDelegate(nullptr);
+  for (const LoginOverlay& overlay : overlays_)
+    if (const auto shown = overlay.page.lock()) shown->setDelegate(nullptr);
 }
 
 void LoginScreen::open() {
@@ -81,29 +83,45 @@ void LoginScreen::open() {
   newPanel->setAlpha(1.0);
   newBackdrop->addSubview(newPanel);
 
-  newPanel->addSubview(makeTitleBar(*toolkit, width, client_));
+  const std::shared_ptr<TitleBar> bar = makeTitleBar(*toolkit, width);
+  newPanel->addSubview(bar);
   const std::shared_ptr<WebView> newPage = makePage(*toolkit, width, height, client_);
   newPanel->addSubview(newPage);
 
   backdrop.refer(newBackdrop);
   panel.refer(newPanel);
   page.refer(newPage);
+  const LoginOverlay overlay = latest();
+  std::erase_if(overlays_, [](const LoginOverlay& old) { return old.page.expired(); });
+  overlays_.push_back(overlay);
+  const std::shared_ptr<OAuthClient> kept = client_.shared_from_this();
+  // The button keeps the client: a screen that the manager has replaced can still be closed.
+  bar->setRightButton("닫기", [kept, overlay] { kept->close(overlay); });
 
   // 20 points below the window's top whatever the system's version, so the panel may reach beyond
   // the backdrop's lower edge: this is meant.
   const Rect whole{0, kStatusBarHeight, width, height};
   toolkit->animate(
       kAnimationTime, [newPanel, whole] { newPanel->setFrame(whole); },
-      [kept = client_.shared_from_this(), shown = std::weak_ptr(newPage)](bool) {
-        if (const auto stillThere = shown.lock()) stillThere->load(kept->getOAuthorizationUrl());
+      [this, kept, shown = overlay.page](bool) {
+        const auto stillThere = shown.lock();
+        // A screen that was closed on the way asks for nothing any more.
+        if (stillThere && !overlayOf(*stillThere).isClosing)
+          stillThere->load(kept->getOAuthorizationUrl());
       });
 }
 
-void LoginScreen::close() {
+LoginOverlay LoginScreen::overlayOf(const WebView& shown) const {
+  const auto found = std::ranges::find_if(overlays_, [&shown](const LoginOverlay& overlay) {
+    return overlay.page.lock().get() == &shown;
+  });
+  return found == overlays_.end() ? latest() : *found;
+}
+
+void LoginScreen::close(const LoginOverlay& overlay) {
   const std::shared_ptr<Toolkit> toolkit = Platform::current().toolkit;
-  const Views old{page.get(), panel.get(), backdrop.get()};
-  if (!toolkit || !old.page || !old.panel || !old.backdrop || closing_.lock() == old.panel) return;
-  closing_ = old.panel;
+  const Views old{overlay.page.lock(), overlay.panel.lock(), overlay.backdrop.lock()};
+  if (!toolkit || !old.page || !old.panel || !old.backdrop || !beginClosing(old)) return;
 
   const Rect now = old.panel->frame();
   // The target follows from the size alone, not from the place of the panel: this is meant.
@@ -112,9 +130,16 @@ void LoginScreen::close() {
       kAnimationTime,
       [old, point] {
         old.panel->setFrame(point);
-        old.page->load("about:blank");
+        old.page->load(kEmptyPage);
       },
       [this, kept = client_.shared_from_this(), old](bool) { remove(old); });
+}
+
+bool LoginScreen::beginClosing(const Views& old) {
+  for (LoginOverlay& overlay : overlays_)
+    if (overlay.panel.lock() == old.panel) return !std::exchange(overlay.isClosing, true);
+  overlays_.push_back({old.page, old.panel, old.backdrop, true});
+  return true;
 }
 
 void LoginScreen::remove(const Views& old) {

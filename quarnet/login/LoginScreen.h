@@ -3,13 +3,28 @@
 #include "quarnet/platform/Toolkit.h"
 
 #include <memory>
+#include <vector>
 
 namespace quarnet {
 
 class OAuthClient;
 
+/// What clears the page of a screen that closes.
+inline constexpr const char* kEmptyPage = "about:blank";
+
+/// The views of one opening, which only the tree of views owns.
+struct LoginOverlay {
+  std::weak_ptr<platform::WebView> page;
+  /// Holds title bar and page.
+  std::weak_ptr<platform::View> panel;
+  /// As large as the window.
+  std::weak_ptr<platform::View> backdrop;
+  bool isClosing = false;
+};
+
 /// The views of the login screen: lays them over the key window, moves them and takes them off
-/// again. Belongs to one OAuthClient, which decides every navigation.
+/// again. Belongs to one OAuthClient, which decides every navigation. Opened twice, it has two
+/// overlays, and what happens in one of them concerns that one alone.
 /// To be used on the user-interface thread.
 class LoginScreen {
 public:
@@ -36,20 +51,24 @@ public:
   };
 
   explicit LoginScreen(OAuthClient& client) : client_(client) {}
-  /// Takes the client from its page.
+  /// Takes the client from its pages.
   ~LoginScreen();
   LoginScreen(const LoginScreen&) = delete;
   LoginScreen& operator=(const LoginScreen&) = delete;
 
   /// Opens the screen as OAuthClient::loginFinishedFailed() says.
   void open();
-  /// Closes it as OAuthClient::closeLoginView() says.
-  void close();
+  /// Closes an overlay as OAuthClient::closeLoginView() says of the latest.
+  void close(const LoginOverlay& overlay);
 
+  /// What the fields below refer to.
+  LoginOverlay latest() const { return {page.get(), panel.get(), backdrop.get()}; }
+  /// The overlay of that page; the latest when the page is none of ours.
+  LoginOverlay overlayOf(const platform::WebView& shown) const;
+
+  // The views of the latest opening.
   Part<platform::WebView> page;
-  /// Holds title bar and page.
   Part<platform::View> panel;
-  /// As large as the window.
   Part<platform::View> backdrop;
 
 private:
@@ -61,10 +80,12 @@ private:
 
   /// Takes off the views that a close was started for, which need not be the latest.
   void remove(const Views& old);
+  /// Notes that the overlay with that panel closes; false when that was known.
+  bool beginClosing(const Views& old);
 
   OAuthClient& client_;
-  /// The panel whose closing is under way.
-  std::weak_ptr<platform::View> closing_;
+  /// Those that were opened, and those of the application's own views that it had closed.
+  std::vector<LoginOverlay> overlays_;
 };
 
 } // namespace quarnet

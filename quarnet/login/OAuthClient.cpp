@@ -74,8 +74,17 @@ void OAuthClient::loginFinishedFailed(CallbackTriple callback) {
 }
 
 void OAuthClient::closeLoginView() {
-  screen_->close();
+  close(screen_->latest());
+}
+
+void OAuthClient::close(const LoginOverlay& overlay) {
+  screen_->close(overlay);
   if (listener_) listener_->closed();
+}
+
+std::function<void()> OAuthClient::closerOf(const platform::WebView& page) {
+  return
+      [screen = shared_from_this(), overlay = screen_->overlayOf(page)] { screen->close(overlay); };
 }
 
 void OAuthClient::alertViewClickedButtonAtIndex(int) {
@@ -84,9 +93,10 @@ void OAuthClient::alertViewClickedButtonAtIndex(int) {
 
 // The addresses that the page loads.
 
-bool OAuthClient::webViewShouldStartLoadWithRequestNavigationType(platform::WebView&,
+bool OAuthClient::webViewShouldStartLoadWithRequestNavigationType(platform::WebView& webView,
                                                                   const std::string& url, int) {
   logAddress("-[OAuthClient webView:shouldStartLoadWithRequest:navigationType:], URL : ", url);
+  if (screen_->overlayOf(webView).isClosing) return url == kEmptyPage;
   for (const auto& [scheme, compared, replacement] : kSchemeRewrites) {
     if (!sameIgnoringCase(std::string_view(url).substr(0, compared), scheme)) continue;
     const std::string rewritten = std::string(replacement) + url.substr(scheme.size());
@@ -110,12 +120,14 @@ void OAuthClient::webViewDidFailLoadWithError(platform::WebView&,
 void OAuthClient::webViewDidFinishLoad(platform::WebView& webView) {
   const std::string url(formatted(webView.currentUrl()));
   logAddress("요청 완료된 URL : ", url);
+  if (screen_->overlayOf(webView).isClosing) return;
   // One address may be both: the exchange starts first, then the error is shown.
-  if (url.find("access_complete_mobile") != std::string::npos) exchangeCode(url);
-  if (url.find("error_description") != std::string::npos) showAuthorizationError(url);
+  if (url.find("access_complete_mobile") != std::string::npos) exchangeCode(url, closerOf(webView));
+  if (url.find("error_description") != std::string::npos)
+    showAuthorizationError(url, closerOf(webView));
 }
 
-void OAuthClient::showAuthorizationError(const std::string& url) {
+void OAuthClient::showAuthorizationError(const std::string& url, std::function<void()> close) {
   const Text error = StringUtil::getValueFromQueryStringKey(url, "error");
   const Text description = StringUtil::getValueFromQueryStringKey(url, "error_description");
   OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
@@ -127,8 +139,7 @@ void OAuthClient::showAuthorizationError(const std::string& url) {
   const std::shared_ptr<Toolkit> toolkit = Platform::current().toolkit;
   if (!toolkit) return;
   const Text shown = description ? replacingPercentEscapes(*description) : std::nullopt;
-  toolkit->showAlert(error.value_or(""), shown.value_or(""), "확인",
-                     [screen = shared_from_this()] { screen->alertViewClickedButtonAtIndex(0); });
+  toolkit->showAlert(error.value_or(""), shown.value_or(""), "확인", std::move(close));
 }
 
 // The exchange of the authorization code for tokens.
@@ -141,24 +152,28 @@ std::string OAuthClient::getOAccessTokenUrl() {
   return codeExchangeAddress();
 }
 
-void OAuthClient::exchangeCode(const std::string& url) {
+void OAuthClient::exchangeCode(const std::string& url, std::function<void()> close) {
   if (listener_ && !listener_->mayExchange()) return;
   OAuthInfoManager::sharedInstance().setCode(
       StringUtil::getValueFromQueryStringKey(url, VORNEL_OAUTH_CODE));
-  readUrl(getOAccessTokenUrl());
+  exchange(getOAccessTokenUrl(), std::move(close));
 }
 
 void OAuthClient::readUrl(const std::string& url) {
+  exchange(url, [screen = shared_from_this()] { screen->closeLoginView(); });
+}
+
+void OAuthClient::exchange(const std::string& url, std::function<void()> close) {
   Platform::current().httpClient->sendAsynchronously(
       std::make_shared<HttpRequest>(HttpRequest{.url = url}),
-      [screen = shared_from_this()](const HttpResult& answer) {
-        screen->exchangeAnswered(answer);
+      [screen = shared_from_this(), close = std::move(close)](const HttpResult& answer) {
+        screen->exchangeAnswered(answer, close);
       });
 }
 
-void OAuthClient::exchangeAnswered(const HttpResult& answer) {
+void OAuthClient::exchangeAnswered(const HttpResult& answer, const std::function<void()>& close) {
   if (listener_) return listener_->exchanged(answer);
-  withinMemory([&] { report(answer); },
+  withinMemory([&] { report(answer, close); },
                [this] {
                  log("Error = ", kNotEnoughMemory);
                  deliver(registration_, &CallbackTriple::failed,
@@ -166,14 +181,14 @@ void OAuthClient::exchangeAnswered(const HttpResult& answer) {
                });
 }
 
-void OAuthClient::report(const HttpResult& answer) {
+void OAuthClient::report(const HttpResult& answer, const std::function<void()>& close) {
   if (!answer.body.empty() && !answer.error) {
     // The status is not looked at: a refusal, too, is taken for a token answer and ends the login.
     Text text = utf8Text(answer.body);
     setResult(text);
     log("result : ", formatted(text));
     ResultDictionary result = resultDictionary("", "", std::move(text));
-    takeAndClose(answer.body);
+    takeAndClose(answer.body, close);
     deliver(registration_, &CallbackTriple::finished, std::move(result));
   } else if (!answer.error) {
     log("Nothing was downloaded.");
@@ -185,20 +200,24 @@ void OAuthClient::report(const HttpResult& answer) {
 }
 
 void OAuthClient::parseData(const Data& answer) {
-  withinMemory([&] { takeAndClose(answer); }, [] { log("Error = ", kNotEnoughMemory); });
+  const auto close = [screen = shared_from_this()] { screen->closeLoginView(); };
+  withinMemory([&] { takeAndClose(answer, close); }, [] { log("Error = ", kNotEnoughMemory); });
 }
 
-void OAuthClient::takeAndClose(const Data& answer) {
+void OAuthClient::takeAndClose(const Data& answer, const std::function<void()>& close) {
   OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
   log("accessToken : ", formatted(manager.oAuthInfo().accessToken()));
   const OAuthInfo::Fields taken = readTokenAnswer(answer);
   TokenRecordStore::take(taken, SessionEvent::SignedIn);
-  log("accessToken : ", formatted(taken.accessToken));
-  log("Exfire Time : ", plainPiece(formatted(taken.expiresIn)));
+  const auto writeToLog = [&] {
+    log("accessToken : ", formatted(taken.accessToken));
+    log("Exfire Time : ", plainPiece(formatted(taken.expiresIn)));
+  };
+  withinMemory(writeToLog, [] {}); // calls wait for what was taken to be saved
   manager.saveOAuthInfo();
   manager.oAuthInfo().writeToLog();
   // Posted before the application's callback, and so seen before it.
-  Platform::current().mainThread->post([screen = shared_from_this()] { screen->closeLoginView(); });
+  Platform::current().mainThread->post(close);
 }
 
 // Fields.

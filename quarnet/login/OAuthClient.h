@@ -6,6 +6,7 @@
 #include "quarnet/platform/HttpClient.h"
 #include "quarnet/platform/Toolkit.h"
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -14,6 +15,7 @@ namespace quarnet {
 
 class LoginListener;
 class LoginScreen;
+struct LoginOverlay;
 class Registration;
 class SignInRun;
 
@@ -82,7 +84,8 @@ public:
   void set_failedSelector(Operation failed);
 
   /// Lays the screen over the key window, lets it grow for half a second and then loads the
-  /// authorization page. When a screen is open already, a second one is laid on top.
+  /// authorization page. When a screen is open already, a second one is laid on top; button, page
+  /// and alert of each close that one. One that is closed while it grows loads nothing.
   ///
   /// `finished` is called for a token answer, whatever it says ("RC" and "RM" empty, "RD" the
   /// answer's text, left out when it is not UTF-8), `failed` for a transport error ("RM" its
@@ -100,7 +103,8 @@ public:
   void loginFinishedFailed(CallbackTriple callback);
 
   /// Clears the page, lets the screen shrink for half a second and takes it off the window. Calls
-  /// nothing back and keeps the callback. Nothing when no screen is open or it is closing already.
+  /// nothing back and keeps the callback. What its page still brings is not examined. Nothing when
+  /// no screen is open or it is closing already; of two, the latest closes.
   void closeLoginView();
 
   /// The button of the authorization-error alert, whatever its index: closes the screen.
@@ -113,7 +117,7 @@ public:
   std::string getOAccessTokenUrl();
 
   /// Whether `webView` may load `url`. The portal's open page opens in the system's browser
-  /// instead.
+  /// instead; the page of a screen that closes is only cleared.
   bool webViewShouldStartLoadWithRequestNavigationType(platform::WebView& webView,
                                                        const std::string& url, int navigationType);
 
@@ -135,6 +139,7 @@ public:
   void parseData(const Data& answer);
 
 private:
+  friend class LoginScreen;
   friend class SignInRun;
 
   OAuthClient();
@@ -147,13 +152,19 @@ private:
   }
   void didFinishLoad(platform::WebView& view) override { webViewDidFinishLoad(view); }
 
-  void exchangeCode(const std::string& url);
-  void showAuthorizationError(const std::string& url);
-  /// Runs on a background thread.
-  void exchangeAnswered(const platform::HttpResult& answer);
+  void close(const LoginOverlay& overlay);
+  /// What closes the overlay of that page.
+  std::function<void()> closerOf(const platform::WebView& page);
+
+  void exchangeCode(const std::string& url, std::function<void()> close);
+  void showAuthorizationError(const std::string& url, std::function<void()> close);
+  /// Sends the token request; `close` runs on the main thread when tokens were taken.
+  void exchange(const std::string& url, std::function<void()> close);
+  // Runs on a background thread.
+  void exchangeAnswered(const platform::HttpResult& answer, const std::function<void()>& close);
   // These two throw std::bad_alloc, and nothing has been taken then.
-  void report(const platform::HttpResult& answer);
-  void takeAndClose(const Data& answer);
+  void report(const platform::HttpResult& answer, const std::function<void()>& close);
+  void takeAndClose(const Data& answer, const std::function<void()>& close);
 
   const std::unique_ptr<LoginScreen> screen_;
   /// Set before the screen opens; null for a login as this class describes it.

@@ -93,8 +93,7 @@ void OAuthInfo::writeToLog() const {
 }
 
 OAuthInfo::Fields OAuthInfo::fields() const {
-  const std::lock_guard lock(mutex_);
-  return fields_;
+  return withFields([](const Fields& now) { return now; });
 }
 
 void OAuthInfo::replaceTokens(Fields& tokens) {

@@ -92,6 +92,13 @@ private:
 
   /// All fields of one moment.
   Fields fields() const;
+  /// Returns what `look` does with all fields of one moment, without a copy that would have to be
+  /// overwritten. It must be short and call nothing that may use the record.
+  template <class Look>
+  auto withFields(const Look& look) const {
+    const std::lock_guard lock(mutex_);
+    return look(fields_);
+  }
   /// Writes "OAuth Info" and getWholeInfo() to the log.
   void writeToLog() const;
   // Each of these is one step: nobody reads some of the fields before and others after it.

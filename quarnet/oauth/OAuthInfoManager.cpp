@@ -5,6 +5,7 @@
 #include "quarnet/core/Text.h"
 #include "quarnet/core/Utf8.h"
 #include "quarnet/login/OAuthClient.h"
+#include "quarnet/oauth/ReissueTurn.h"
 #include "quarnet/oauth/Revocation.h"
 #include "quarnet/oauth/SessionEvents.h"
 #include "quarnet/oauth/TokenAddresses.h"
@@ -25,8 +26,9 @@ using platform::Platform;
 namespace {
 
 /// The answer to a GET; its body is empty when the transport failed, however much had arrived.
-HttpResult get(std::string url) {
-  HttpResult result = Platform::current().httpClient->sendSynchronously({.url = std::move(url)});
+HttpResult get(std::string url, std::chrono::milliseconds timeout = platform::kRequestTimeout) {
+  HttpResult result = Platform::current().httpClient->sendSynchronously(
+      {.url = std::move(url), .timeout = timeout});
   if (result.error) result.body.clear();
   return result;
 }
@@ -78,14 +80,17 @@ void OAuthInfoManager::login() {
 
 bool OAuthInfoManager::reissueAccessToken() {
   const auto reissue = [this] {
-    const Text refreshToken = oAuthInfo().refreshToken();
-    const HttpResult answer = get(reissueAddress(refreshToken));
+    const ReissueTurn turn(platform::kRequestTimeout);
+    std::string url = reissueAddress(turn.refreshToken());
+    // Whoever had the turn has used up the time otherwise.
+    const bool isInTime = turn.left().count() > 0;
+    const HttpResult answer = isInTime ? get(std::move(url), turn.left()) : HttpResult{};
     const Text text = utf8Text(answer.body);
     log("reissueAccessToken : ", formatted(text));
     // The marker decides, not the status: an error report that mentions it counts as a token
     // answer.
     if (!text || text->find("access_token") == std::string::npos) {
-      if (isTokenRefusal(answer)) TokenRecordStore::lose(refreshToken);
+      if (isTokenRefusal(answer)) TokenRecordStore::lose(turn.refreshToken());
       return false;
     }
     takeAndSave(answer.body);
@@ -148,8 +153,11 @@ void OAuthInfoManager::setOAuthInfoWithJSON(const Data& answer) {
 void OAuthInfoManager::takeAndSave(const Data& answer) {
   const OAuthInfo::Fields taken = readTokenAnswer(answer);
   TokenRecordStore::take(taken, SessionEvent::Reissued);
-  log("ExtTime : ", plainPiece(formatted(taken.expiresIn)));
-  oAuthInfo().writeToLog();
+  const auto writeToLog = [&] {
+    log("ExtTime : ", plainPiece(formatted(taken.expiresIn)));
+    oAuthInfo().writeToLog();
+  };
+  withinMemory(writeToLog, [] {}); // calls wait for what was taken to be saved
   saveOAuthInfo();
 }
 

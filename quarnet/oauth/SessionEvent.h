@@ -1,5 +1,7 @@
 #pragma once
 
+#include "quarnet/core/Export.h"
+
 namespace quarnet {
 
 /// What happened to the session, whoever caused it.

@@ -42,7 +42,7 @@ OAuthInfo::Fields readTokenAnswer(const Data& answer) {
   return taken;
 }
 
-bool isToken(const Text& text) {
+bool isToken(std::optional<std::string_view> text) {
   return text && !text->empty() && *text != "(null)";
 }
 

@@ -11,7 +11,7 @@ namespace quarnet {
 OAuthInfo::Fields readTokenAnswer(const Data& answer);
 
 /// Whether the text is a token, and not what stands for none.
-bool isToken(const Text& text);
+bool isToken(std::optional<std::string_view> text);
 
 /// The tokens that an answer really brings: absent when it holds no access token. A refresh token
 /// and a scope that the answer leaves out are those of `before` (RFC 6749, sections 5.1 and 6).

@@ -4,10 +4,12 @@
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/oauth/SessionEvents.h"
 #include "quarnet/oauth/TokenAnswer.h"
+#include "quarnet/platform/OfProcess.h"
 #include "quarnet/platform/Platform.h"
 
 #include <atomic>
 #include <iterator>
+#include <vector>
 
 namespace quarnet {
 namespace {
@@ -16,6 +18,29 @@ namespace {
 constinit std::mutex copying;
 /// How often they were; changed under the lock.
 constinit std::atomic<std::uint64_t> copies = 0;
+
+/// How far saving has come; changed under the lock. A forked child has its own.
+struct Saving {
+  std::atomic<std::uint64_t> taken = 0;
+  /// How many of those that were taken over are saved.
+  std::atomic<std::uint64_t> saved = 0;
+  std::vector<std::function<void()>> waiting;
+};
+
+Saving& saving() {
+  return platform::ofProcess<Saving>();
+}
+
+void noteSaved(std::uint64_t taken) {
+  std::vector<std::function<void()>> ready;
+  {
+    const std::lock_guard lock(copying);
+    if (taken > saving().saved) saving().saved = taken;
+    if (TokenRecordStore::isSaved()) ready.swap(saving().waiting);
+  }
+  for (const auto& call : ready)
+    call();
+}
 
 /// The refresh token that the server refused since tokens were taken over; under the lock.
 Text& lost() {
@@ -44,7 +69,9 @@ bool TokenRecordStore::takeInPlaceOf(const Text& refreshToken, OAuthInfo::Fields
 /// The lock is held. Throws std::bad_alloc.
 void TokenRecordStore::takeLocked(OAuthInfo::Fields& taken, SessionEvent event) {
   const bool isSession = isToken(taken.accessToken);
+  auto& counts = saving();
   toStore(taken); // first, since it may throw
+  ++counts.taken; // before anyone can read the record
   OAuthInfo::sharedInstance().replaceTokens(taken);
   lost().reset();
   if (isSession) return SessionEvents::note(event);
@@ -77,20 +104,41 @@ bool TokenRecordStore::isLost(const Text& refreshToken) {
   return refreshToken && refreshToken == lost();
 }
 
+void TokenRecordStore::forgetLoss() {
+  const std::lock_guard lock(copying);
+  lost().reset();
+}
+
 void TokenRecordStore::save() {
   saveAfter([] {});
 }
 
 template <class Change>
 void TokenRecordStore::saveAfter(const Change& change) {
-  const auto set = [&change] {
+  std::uint64_t taken = 0;
+  const auto set = [&] {
     const std::lock_guard lock(copying);
+    taken = saving().taken;
     change();
     toStore(fields());
   };
   withinMemory(set, [] { platform::log("user defaults cannot be saved : ", kNotEnoughMemory); });
   store().synchronize();
+  noteSaved(taken);
   SessionEvents::tell();
+}
+
+bool TokenRecordStore::isSaved() {
+  const Saving& counts = saving();
+  return counts.saved == counts.taken;
+}
+
+void TokenRecordStore::whenSaved(std::function<void()> ready) {
+  {
+    const std::lock_guard lock(copying);
+    if (!isSaved()) return saving().waiting.push_back(std::move(ready));
+  }
+  ready();
 }
 
 void TokenRecordStore::restore() {

@@ -3,6 +3,8 @@
 #include "quarnet/oauth/OAuthInfo.h"
 #include "quarnet/oauth/SessionEvent.h"
 
+#include <functional>
+
 namespace quarnet {
 
 /// The token record together with the user defaults: whatever changes both or copies one to the
@@ -13,11 +15,17 @@ namespace quarnet {
 /// that a log may use all of this.
 ///
 /// What a change means for the session is noted in that same step, and the next save() or clear()
-/// tells it (SessionEvents).
+/// tells it (SessionEvents). Whoever takes tokens over saves them next, whatever happens.
 class TokenRecordStore {
 public:
   /// The record's fields of one moment.
   static OAuthInfo::Fields fields() { return OAuthInfo::sharedInstance().fields(); }
+
+  /// Returns what `look` does with them; see OAuthInfo.
+  template <class Look>
+  static auto withFields(const Look& look) {
+    return OAuthInfo::sharedInstance().withFields(look);
+  }
 
   /// Takes tokens over: into the record and among the texts that the next save() writes, in one
   /// step. From then on a restore() finds them. `event` is what this means; without an access token
@@ -39,8 +47,18 @@ public:
   /// Whether lose() was called for that refresh token, and nothing was taken over since.
   static bool isLost(const Text& refreshToken);
 
+  static void forgetLoss();
+
   /// Saves the record, durably; a field that is absent removes its entry.
   static void save();
+
+  /// Whether all that was taken over and read from the record before is saved, as far as it could
+  /// be. What a crash would lose must not be used: the server may know nothing else any more.
+  static bool isSaved();
+
+  /// Calls `ready` once when it is: inside this call, or on the thread that saves. It must not
+  /// throw. Throws std::bad_alloc, and `ready` is not called then.
+  static void whenSaved(std::function<void()> ready);
 
   /// Reads the record back, scope and client identifier excepted. The record stays as it is when
   /// the store cannot be read, and when it was taken, cleared or saved in the meantime: it is then

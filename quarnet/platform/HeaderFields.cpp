@@ -12,10 +12,13 @@ HeaderFields::HeaderFields(std::initializer_list<Field> fields) {
 }
 
 void HeaderFields::set(std::string_view name, std::optional<std::string_view> value) {
-  std::erase_if(fields_, [name](const Field& old) { return sameIgnoringCase(old.name, name); });
-  if (!value) return;
-  if (fields_.empty()) fields_.reserve(7); // an ordinary call; thousands may wait
-  fields_.push_back({std::string(name), std::string(*value)});
+  if (value) {
+    if (fields_.empty()) fields_.reserve(7); // an ordinary call; thousands may wait
+    fields_.push_back({std::string(name), std::string(*value)}); // first, since it may throw
+  }
+  const auto old = fields_.end() - (value ? 1 : 0);
+  const auto isReplaced = [name](const Field& field) { return sameIgnoringCase(field.name, name); };
+  fields_.erase(std::remove_if(fields_.begin(), old, isReplaced), old);
 }
 
 std::optional<std::string_view> HeaderFields::get(std::string_view name) const {

@@ -24,7 +24,8 @@ public:
   HeaderFields(std::initializer_list<Field> fields);
 
   /// Sets a field, as the last one, in place of one of that name; an absent value removes it.
-  /// Neither text may be part of a field of these.
+  /// Neither text may be part of a field of these. Throws std::bad_alloc, and nothing has changed
+  /// then.
   void set(std::string_view name, std::optional<std::string_view> value);
 
   /// The value of the field of that name, or absent. Lives until the fields change.

@@ -31,6 +31,9 @@ struct HttpResult {
   std::optional<Error> error = {};
   /// The same for a program; of no meaning without an error.
   HttpFailure failure = HttpFailure::NoConnection;
+  /// How many bytes of the body, from the first on, are known to be whole characters of UTF-8 (RFC
+  /// 3629), so that nobody looks at them again; 0 when the transport did not look.
+  std::size_t utf8Size = 0;
 };
 
 /// Sends HTTP requests. Every operation may be called from any thread at the same time.

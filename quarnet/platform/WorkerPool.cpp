@@ -27,17 +27,21 @@ struct WorkerPool::State {
     for (;;) {
       arrived.wait(lock, [this] { return isEnding || !calls.empty(); });
       if (calls.empty()) return;
-      std::function<void()> call = std::move(calls.front());
-      calls.pop_front();
-      const bool isSkipped = isClosed;
-      lock.unlock();
-      if (!isSkipped) runGuarded(call);
-      // What the call held is destroyed before it counts as finished.
-      call = nullptr;
-      lock.lock();
-      --unfinished;
-      ended.notify_all();
+      runNext(lock);
     }
+  }
+
+  void runNext(std::unique_lock<std::mutex>& lock) {
+    std::function<void()> call = std::move(calls.front());
+    calls.pop_front();
+    const bool isSkipped = isClosed;
+    lock.unlock();
+    if (!isSkipped) runGuarded(call);
+    // What the call held is destroyed before it counts as finished.
+    call = nullptr;
+    lock.lock();
+    --unfinished;
+    ended.notify_all();
   }
 };
 
@@ -70,6 +74,9 @@ void WorkerPool::run(std::vector<std::function<void()>> calls) {
 void WorkerPool::waitUntilIdle() {
   std::unique_lock lock(state_->mutex);
   const std::size_t own = isOwnThread() ? 1 : 0;
+  // There may be no other thread to run what is queued.
+  while (own == 1 && !state_->calls.empty())
+    state_->runNext(lock);
   state_->ended.wait(lock, [&] { return state_->unfinished == own; });
 }
 

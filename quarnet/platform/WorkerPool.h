@@ -25,7 +25,7 @@ public:
   /// Queues the calls.
   void run(std::vector<std::function<void()>> calls);
 
-  /// Waits until all calls have ended; from within a call, all others.
+  /// Waits until all calls have ended; from within a call, all others, which it helps to run.
   void waitUntilIdle();
 
   /// Waits until all calls have ended (from within a call: all others) or the time is up; after

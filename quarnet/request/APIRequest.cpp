@@ -44,7 +44,7 @@ std::optional<ResponseMessage> send(RequestBundle& bundle, std::optional<Error>*
     return std::nullopt;
   }
   HttpResult answer = Platform::current().httpClient->sendSynchronously(*RequestSlot::get());
-  Text text = answer.body.empty() ? Text() : utf8Text(std::move(answer.body));
+  Text text = answer.body.empty() ? Text() : utf8Text(std::move(answer.body), answer.utf8Size);
   log("Response data is going to be ==> ", formatted(text));
   // An answer that broke off is none, whatever its head said: half a body never looks like success.
   const long status = answer.response && !answer.error ? answer.response->statusCode : 0;

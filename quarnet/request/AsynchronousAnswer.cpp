@@ -23,7 +23,7 @@ void AsynchronousAnswer::report(HttpResult answer) {
   const std::string statusText = std::to_string(status);
   log(harmless(statusText));
   const bool isEmpty = answer.body.empty();
-  Text text = utf8Text(std::move(answer.body));
+  Text text = utf8Text(std::move(answer.body), answer.utf8Size);
   write(&AsynchronousAnswer::result, text);
 
   if (answer.error) return fail(statusText, std::move(text));

@@ -173,13 +173,15 @@ void addAcceptFields(HttpRequest& request, std::string_view contentType) {
 }
 
 void addKeyAndTokens(HttpRequest& request, const Text& swapKey, std::optional<Error>* error) {
-  // All fields of one moment, so that no call mixes old and new tokens.
-  const auto record = TokenRecordStore::fields();
   if (swapKey) request.headerFields.set("swap_key", swapKey);
-  if (!record.clientId) storeError(error, makeError(5));
-  request.headerFields.set(VORNEL_OAUTH_CLIENT_ID, record.clientId);
-  request.headerFields.set(VORNEL_HEADER_ACCESS_TOKEN, record.accessToken);
-  request.headerFields.set(VORNEL_HEADER_REFRESH_TOKEN, record.refreshToken);
+  // All fields of one moment, so that no call mixes old and new tokens.
+  const bool hasClientId = TokenRecordStore::withFields([&request](const auto& record) {
+    request.headerFields.set(VORNEL_OAUTH_CLIENT_ID, record.clientId);
+    request.headerFields.set(VORNEL_HEADER_ACCESS_TOKEN, record.accessToken);
+    request.headerFields.set(VORNEL_HEADER_REFRESH_TOKEN, record.refreshToken);
+    return record.clientId.has_value();
+  });
+  if (!hasClientId) storeError(error, makeError(5));
 }
 
 } // namespace quarnet

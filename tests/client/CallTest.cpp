@@ -1,12 +1,17 @@
+#include "tests/support/Callbacks.h"
 #include "tests/support/LibraryTest.h"
 
 #include "quarnet/client/Client.h"
 #include "quarnet/platform/headless/HeadlessLibrary.h"
 
+#include <algorithm>
 #include <atomic>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <latch>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 namespace quarnet::test {
 namespace {
@@ -297,6 +302,32 @@ TEST_F(ClientCall, EndsWithItsHandleAtEveryStage) {
   EXPECT_THAT(outcomes, AllOf(::testing::SizeIs(3), Each("cancelled: The caller cancelled it")));
 }
 
+TEST_F(ClientCall, AHandleEndsInAForkedChildWhileItsLambdaRunsInTheParent) {
+  struct OwnThread final : platform::MainThread {
+    std::jthread thread;
+    void post(std::function<void()> call) override { thread = std::jthread(std::move(call)); }
+  };
+  on().answer("ok");
+  std::latch running(1), ended(1);
+  const Client client({.callbacks = std::make_shared<OwnThread>()});
+  Handle handle = Client(client).send({.url = kUrl}).then([&](const auto&) {
+    running.count_down();
+    ended.wait();
+  });
+  running.wait();
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(20);
+    handle.cancel();
+    handle = {};
+    _exit(0);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  ended.count_down();
+}
+
 /// A coroutine that its owner may destroy while it waits.
 struct Routine {
   struct promise_type {
@@ -310,6 +341,12 @@ struct Routine {
   };
   std::coroutine_handle<promise_type> handle;
 };
+
+Routine callOnce(Call call, int& told) {
+  Client client;
+  (void)co_await client.send(std::move(call));
+  ++told;
+}
 
 Routine callTwice(std::vector<std::string>& outcomes) {
   Client client;
@@ -336,39 +373,122 @@ TEST_F(ClientCall, CanBeAwaitedAndEndsWithTheCoroutine) {
   EXPECT_EQ(outcomes.size(), 2U);
 }
 
-class ClientOverTheWire : public LibraryTest {};
-
-TEST_F(ClientOverTheWire, ManyThreadsGetTheirOwnAnswers) {
-  signIn();
-  std::atomic<int> good = 0;
-  std::vector<std::jthread> threads;
-  for (int i = 0; i < 64; ++i) {
-    threads.emplace_back([&, i] {
-      const std::string own = "v" + std::to_string(i) + "-";
-      std::vector<Pending<Answer>> calls;
-      for (int j = 0; j < 4; ++j)
-        calls.push_back(Client().send(
-            {.url = apiUrl("/v1/echo"), .parameters = {{"own", own + std::to_string(j)}}}));
-      for (int j = 0; j < 4; ++j) {
-        const Result<Answer> answer = std::move(calls[static_cast<std::size_t>(j)]).wait();
-        good += answer && answer->body.find(own + std::to_string(j) + "\"") != std::string::npos;
-      }
-    });
+class ClientOverTheWire : public LibraryTest {
+protected:
+  void SetUp() override {
+    LibraryTest::SetUp();
+    signIn();
   }
-  threads.clear();
-  EXPECT_EQ(good, 256);
+  static std::string pathOf(std::string_view address) {
+    return std::string(address.substr(address.find('/', std::string_view("https://").size())));
+  }
+  /// The targets of the requests that came for a path.
+  static std::vector<std::string> received(const std::string& path) {
+    std::vector<std::string> targets;
+    for (const auto& request : server().received())
+      if (request.path() == path) targets.push_back(request.target);
+    return targets;
+  }
+  static void await(const std::function<bool()>& done) {
+    EXPECT_TRUE(platform::GlibMainThread::runUntil(done, 60s));
+  }
+
+  const std::string keyPath_ = pathOf(VORNEL_URL_OAUTH_PARAM_ENC_KEY);
+  const std::string tokenPath_ = pathOf(VORNEL_URL_OAUTH_ACCESS);
+};
+
+TEST_F(ClientOverTheWire, ManyThreadsGetTheirOwnAnswersAndUseNoRefreshTokenTwice) {
+  for (const bool isStale : {false, true}) {
+    if (isStale) record_.setAccessToken("stale");
+    std::atomic<int> good = 0;
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 64; ++i) {
+      threads.emplace_back([&, i] {
+        const std::string own = "v" + std::to_string(i) + "-";
+        std::vector<Pending<Answer>> calls;
+        for (int j = 0; j < 4; ++j)
+          calls.push_back(Client().send(
+              {.url = apiUrl("/v1/echo"), .parameters = {{"own", own + std::to_string(j)}}}));
+        const bool reissues = isStale && i % 16 == 0;
+        EXPECT_TRUE(!reissues || manager_.reissueAccessToken());
+        for (int j = 0; j < 4; ++j) {
+          const Result<Answer> answer = std::move(calls[static_cast<std::size_t>(j)]).wait();
+          good += answer && answer->body.find(own + std::to_string(j) + "\"") != std::string::npos;
+        }
+      });
+    }
+    threads.clear();
+    EXPECT_EQ(good, 256);
+  }
+  auto reissues = received(tokenPath_);
+  EXPECT_GE(reissues.size(), 4U);
+  std::ranges::sort(reissues);
+  EXPECT_EQ(std::ranges::adjacent_find(reissues), reissues.end());
+}
+
+TEST_F(ClientOverTheWire, AHandleThatEndsAtAnyStageTakesItsCallAlong) {
+  const std::string path = "/v1/a.json";
+  const struct {
+    std::string path; // where all or, behind the limit of the transport, most are under way
+    sandbox::Misbehaviour misbehaviour;
+    std::size_t arrivals;
+  } stages[] = {{keyPath_, sandbox::Misbehaviour::silent(), 0}, // being assembled, or queued
+                {keyPath_, sandbox::Misbehaviour::silent(), 64},
+                {path, sandbox::Misbehaviour::silent(), 64},
+                {tokenPath_, sandbox::Misbehaviour::delay(50ms), 1},
+                {path, sandbox::Misbehaviour::status(503), 70}, // waits for its retry
+                {path, sandbox::Misbehaviour::body("ok"), 70}}; // answered
+  int told = 0;
+  for (const auto& stage : stages) {
+    for (const std::string_view way : {"drop", "thread", "stop", "coroutine"}) {
+      SCOPED_TRACE(stage.path + std::to_string(stage.arrivals).append(way));
+      server().behave();
+      server().clearReceived();
+      server().misbehave(stage.path, stage.misbehaviour);
+      if (stage.path == tokenPath_) record_.setExpiresSystime("1");
+      std::stop_source stop;
+      std::vector<Handle> handles;
+      std::vector<Routine> routines;
+      const Call call{.url = apiUrl("/v1/a"),
+                      .retry = {.attempts = 1, .first = 1h, .longest = 1h},
+                      .stop = stop.get_token()};
+      for (int i = 0; i < 70; ++i) {
+        if (way == "coroutine") {
+          routines.push_back(callOnce(call, told));
+        } else {
+          handles.push_back(Client().send(call).then([&](const auto&) { ++told; }));
+        }
+      }
+      while (received(stage.path).size() < stage.arrivals)
+        std::this_thread::sleep_for(1ms);
+      if (way == "thread") std::thread([&] { handles.clear(); }).join();
+      if (way == "stop") stop.request_stop();
+      if (way == "stop") await([&] { return told == 70; });
+      if (way == "drop") handles.clear();
+      for (const Routine& routine : routines)
+        routine.handle.destroy();
+      server().behave();
+      EXPECT_TRUE(Client().send({.url = apiUrl("/v1/a")}).wait());
+      Callbacks::letPass(1ms);
+      EXPECT_EQ(std::exchange(told, 0), way == "stop" ? 70 : 0);
+      // Those under way were cut.
+      await([&] { return stage.arrivals != 64 || server().openConnections() < 64; });
+    }
+  }
 }
 
 TEST_F(ClientOverTheWire, ARefreshTokenWhoseAnswerIsLostIsNotUsedAgain) {
-  signIn();
   EXPECT_TRUE(Client().send({.url = apiUrl("/v1/echo")}).wait()); // leaves a connection open
-  const std::string_view address = VORNEL_URL_OAUTH_ACCESS;
-  const std::string path(address.substr(address.find('/', std::string_view("https://").size())));
-  server().misbehave(path, sandbox::Misbehaviour::reset());
-  OAuthInfo::sharedInstance().setExpiresSystime("1");
-  const auto before = server().received().size();
-  EXPECT_FALSE(Client().send({.url = apiUrl("/v1/echo")}).wait());
-  EXPECT_EQ(server().received().size() - before, 1U);
+  server().misbehave(tokenPath_, sandbox::Misbehaviour::reset());
+  record_.setExpiresSystime("1");
+  const Result<Answer> lost = Client().send({.url = apiUrl("/v1/echo")}).wait();
+  EXPECT_EQ(lost.error().kind, Kind::NoConnection);
+  EXPECT_EQ(received(tokenPath_).size(), 1U);
+  // The server has replaced it: the next attempt says that the session is over, and is the last.
+  server().behave();
+  for (int i = 0; i < 2; ++i)
+    EXPECT_EQ(Client().send({.url = apiUrl("/v1/echo")}).wait().error().kind, Kind::SignedOut);
+  EXPECT_EQ(received(tokenPath_).size(), 2U);
 }
 
 } // namespace

@@ -12,8 +12,11 @@ namespace quarnet::test {
 struct HeldAnswers final : platform::HttpClient {
   std::string body;
   long status = 200;
+  /// Called before, with the address.
+  std::function<void(const std::string&)> onSynchronousSend = [](const auto&) {};
 
-  platform::HttpResult sendSynchronously(const platform::HttpRequest&) override {
+  platform::HttpResult sendSynchronously(const platform::HttpRequest& request) override {
+    onSynchronousSend(request.url);
     return {platform::HttpResponse{status}, body, std::nullopt};
   }
   void sendAsynchronously(std::shared_ptr<const platform::HttpRequest> request,

@@ -22,6 +22,7 @@ struct SlowStore final : platform::UserDefaults {
   std::mutex mutex;
   std::condition_variable changed;
   bool isShut = false;
+  std::function<void()> onSave; // once
 
   void shut(bool now) {
     const std::lock_guard lock(mutex);
@@ -38,6 +39,7 @@ struct SlowStore final : platform::UserDefaults {
   }
   void setValues(std::span<const Entry> entries) override { inner->setValues(entries); }
   void synchronize() override {
+    if (const auto happens = std::exchange(onSave, nullptr)) happens();
     wait();
     inner->synchronize();
   }
@@ -139,6 +141,8 @@ TEST_F(ClientSession, EverySignInHasItsEnding) {
   constexpr auto in = Event::SignedIn, on = Event::Continued, again = Event::Reissued,
                  lost = Event::SessionLost;
   const std::string denied = "Refused|access_denied|User said nö";
+  const std::string refused =
+      "The server does not reissue the tokens any more: invalid_grant (gone)";
   const struct {
     Text stored;
     std::string steps, ending;
@@ -162,6 +166,7 @@ TEST_F(ClientSession, EverySignInHasItsEnding) {
       {{}, "gc!", "ExchangeFailed|no way", {}, {}},
       {{}, "gc5", "ExchangeFailed|The server's answer (503) holds no tokens", {}, {}},
       {{}, "n", "NoScreen|There is no window to show the login screen in", {}, {}},
+      {"old", "n-", "NoScreen|" + refused, {lost}, "old"},
   };
   for (const auto& one : cases) {
     SCOPED_TRACE(one.steps);
@@ -293,6 +298,57 @@ TEST_F(ClientSession, AReissueDoesNotBringBackWhatWasSignedOut) {
     Callbacks::letPass(5ms);
     toolkit_->advance(500ms);
     EXPECT_EQ(events_, (std::vector{Event::SignedOut}));
+  }
+}
+
+TEST_F(ClientSession, BothFacesReissueInTurns) {
+  store("old");
+  http_->body = tokens("B").body;
+  http_->onSynchronousSend = [](const std::string& url) {
+    EXPECT_NE(url.find("refresh_token=rA"), std::string::npos);
+  };
+  Handle in = signIn();
+  play("h");
+  std::thread other([this] { EXPECT_TRUE(manager_.reissueAccessToken()); });
+  std::this_thread::sleep_for(20ms);
+  play("A");
+  other.join();
+  await([this] { return ended_ == "Continued"; });
+  for (const bool isAnswered : {true, false}) { // one reissue serves both, if it brings tokens
+    ended_.clear();
+    http_->body = isAnswered ? tokens("D").body : "";
+    http_->onSynchronousSend = [&](const std::string&) {
+      in = signIn();
+      std::this_thread::sleep_for(20ms);
+      EXPECT_EQ(http_->held(), 0U);
+    };
+    EXPECT_EQ(manager_.reissueAccessToken(), isAnswered);
+    if (!isAnswered) play("C");
+    await([this] { return ended_ == "Continued"; });
+    EXPECT_EQ(http_->held(), 0U);
+  }
+}
+
+TEST_F(ClientSession, NothingUsesTokensThatAreNotSavedYet) {
+  store("old");
+  http_->body = tokens("A").body;
+  for (const bool isClients : {false, true}) {
+    manager_.restoreOAuthInfo();
+    std::vector<Pending<Answer>> calls;
+    store_->onSave = [&] {
+      const Call call{.method = HttpMethod::POST, .url = apiUrl("/v1/a")};
+      calls.push_back(client().send(call));
+      clock_->now = clock_->now + 3590; // a reissue would come first
+      calls.push_back(client().send(call));
+      EXPECT_EQ(http_->held(), 0U);
+    };
+    const Handle in = isClients ? signIn() : Handle();
+    if (isClients) play("B");
+    if (!isClients) manager_.reissueAccessToken();
+    EXPECT_EQ(http_->held(), 2U);
+    play("CDE");
+    for (Pending<Answer>& call : calls)
+      EXPECT_TRUE(std::move(call).wait());
   }
 }
 

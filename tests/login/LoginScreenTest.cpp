@@ -3,7 +3,10 @@
 namespace quarnet::test {
 namespace {
 
-using LoginScreen = LoginTest;
+class LoginScreen : public LoginTest {
+protected:
+  std::shared_ptr<platform::HeadlessTitleBar> bar_;
+};
 
 class Login : public LoginTest {
 protected:
@@ -145,13 +148,53 @@ TEST_F(LoginScreen, AClosedScreenTakesOnlyItsOwnViewsAlong) {
   client_->closeLoginView();
   toolkit_->advance(500ms);
   EXPECT_EQ(third->parent(), nullptr);
-  EXPECT_EQ(toolkit_->webView(), second); // lies there for good
+  EXPECT_EQ(toolkit_->webView(), second);
   EXPECT_EQ(overlays(), 1U);
+}
+
+TEST_F(LoginScreen, WhatHappensInOneOfTwoConcernsThatOne) {
+  const std::function<void(HeadlessWebView&)> ends[] = {
+      [](HeadlessWebView& page) { page.finish(completionUrl(server().issueCode())); },
+      [this](HeadlessWebView& page) {
+        page.finish(apiUrl("/oauth/error?error_description=d"));
+        toolkit_->pressAlert();
+      },
+      [this](HeadlessWebView&) { bar_->pressRightButton(); }};
+  for (const auto& end : ends) {
+    const auto first = open();
+    bar_ = toolkit_->titleBar();
+    const auto second = open();
+    end(*first);
+    Callbacks::letPass();
+    toolkit_->advance(500ms);
+    EXPECT_EQ(first->parent(), nullptr);
+    EXPECT_EQ(toolkit_->webView(), second);
+    EXPECT_FALSE(closing());
+    client_->closeLoginView();
+    toolkit_->advance(500ms);
+  }
+  EXPECT_TRUE(app_.heard.size() == 1 && app_.heard[0].finished);
+}
+
+TEST_F(LoginScreen, OneThatIsClosedWhileItGrowsLoadsNothing) {
+  client_->loginFinishedFailed(&app_, &Callbacks::finished, &Callbacks::failed);
+  const auto page = toolkit_->webView();
+  toolkit_->advance(100ms);
+  toolkit_->titleBar()->pressRightButton();
+  toolkit_->advance(450ms); // its growth would have ended
+  EXPECT_FALSE(page->navigate(apiUrl("/oauth/authorize")));
+  page->finish(completionUrl("late"));
+  EXPECT_THAT(page->loads(), ElementsAre("about:blank"));
+  EXPECT_EQ(manager_.code(), std::nullopt);
+  toolkit_->advance(50ms);
+  EXPECT_EQ(overlays(), 0U);
 }
 
 TEST_F(LoginScreen, OneThatWasReplacedCanStillBeClosedAndLeavesNothing) {
   for (const bool windowGoes : {false, true}) {
     const std::weak_ptr<HeadlessWebView> page = open();
+    const auto kept = windowGoes ? page.lock() : nullptr;
+    if (windowGoes) open();
     const std::weak_ptr<OAuthClient> replaced = client_;
     client_.reset();
     manager_.init();
@@ -165,7 +208,8 @@ TEST_F(LoginScreen, OneThatWasReplacedCanStillBeClosedAndLeavesNothing) {
       EXPECT_EQ(overlays(), 0U);
     }
     EXPECT_TRUE(replaced.expired());
-    EXPECT_TRUE(page.expired());
+    EXPECT_EQ(page.expired(), !windowGoes);
+    EXPECT_TRUE(!kept || kept->delegate() == nullptr);
     client_ = manager_.oAuthClient();
   }
 }

@@ -29,7 +29,8 @@ protected:
 
 TEST_F(Exit, ComesAtAnyTimeWithTheStatusThatWasMeant) {
   server().misbehave("/v1/slow.json", Misbehaviour::delay(std::chrono::milliseconds(20)));
-  for (const std::string call : {"async POST", "async GET", "sync POST", "sync GET"}) {
+  for (const std::string call :
+       {"async POST", "async GET", "sync POST", "sync GET", "client GET"}) {
     for (const std::string when : {" firstInFlight ", " laterInFlight ", " done "}) {
       for (const std::string end : {"return", "inThread", "inCallback"})
         expectFrom(call + when + end, {});

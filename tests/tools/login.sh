@@ -4,7 +4,7 @@
 set -euo pipefail
 
 sandbox=$2 quarnet=$3
-for program in xdotool import; do
+for program in xdotool import openbox; do
   if ! command -v "$program" >/dev/null; then
     echo "skipped: $program is not installed" >&2
     exit 77
@@ -13,8 +13,8 @@ done
 folder=$(mktemp -d)
 source "$1/scripts/lib/sandbox.sh"
 source "$1/scripts/lib/screen.sh"
-login_pid=
-trap 'stop_login; stop_sandbox; rm -rf "$folder"' EXIT
+login_pid= manager_pid=
+trap 'stop_login; stop_manager; stop_sandbox; rm -rf "$folder"' EXIT
 unset "${!QUARNET_@}"
 
 good() { echo "   $1"; }
@@ -25,6 +25,10 @@ fail() {
 }
 stop_login() {
   if [[ -n "$login_pid" ]]; then kill "$login_pid" 2>/dev/null || true; fi
+}
+stop_manager() {
+  if [[ -n "$manager_pid" ]]; then kill "$manager_pid" 2>/dev/null || true; fi
+  manager_pid=
 }
 start_login() {
   echo "-- $1"
@@ -62,7 +66,20 @@ xdotool mousemove 100 100
 start_login "closed by the user"
 sign_in_page
 key Escape
-ends 1 "the window was closed before the end"
+ends 3 "the window was closed before the end"
+
+openbox --sm-disable >"$folder/openbox.log" 2>&1 &
+manager_pid=$!
+start_login "closed with its window"
+sign_in_page
+key alt+F4
+ends 3 "the window was closed before the end"
+stop_manager
+
+start_login "interrupted"
+sign_in_page
+kill -INT "$login_pid"
+ends 130 "interrupted"
 
 start_login "refused by the user"
 consent_page
@@ -70,7 +87,7 @@ key Tab Return
 served "the refusal is sent" '^POST /oauth/consent'
 next_view "the alert"
 key Return
-ends 1 "the server refused: User denied the request."
+ends 4 "refused: access_denied: User denied the request."
 [[ "$("$quarnet" token)" == *access_token*none* ]] || fail "nothing is stored"
 
 start_login "signed in with the mouse"
@@ -88,4 +105,9 @@ start_login "with a secret that the server does not know" --client-secret wrong
 consent_page
 grep -q "not reissued" "$folder/err" || fail "it says why the window opens"
 key Return
-ends 1 "an answer without tokens"
+ends 5 "the code was not exchanged: invalid_client: The client or its secret is wrong."
+[[ "$("$quarnet" token)" == *access_token*\*\*\** ]] || fail "the tokens stay stored"
+
+stop_sandbox
+start_login "signed in already, with no server to say so"
+ends 1 "not signed in: no connection: "

@@ -1,7 +1,7 @@
 // `quarnet-login`: what `quarnet login` runs; takes the arguments of `quarnet`.
 
 #include "tools/Command.h"
-#include "tools/login/SignIn.h"
+#include "tools/login/LoginWindow.h"
 
 #include <CLI/CLI.hpp>
 
@@ -17,5 +17,5 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& outcome) {
     return program.exit(outcome) == 0 ? kDone : kWrongUsage;
   }
-  return SignIn(settings).run();
+  return LoginWindow(settings).run();
 }

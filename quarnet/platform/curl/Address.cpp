@@ -34,8 +34,8 @@ void Address::applyTo(CURL* easy, const std::string& url) {
   const bool isSet =
       curl_easy_setopt(easy, CURLOPT_URL, url.c_str()) == CURLE_OK &&
       curl_easy_setopt(easy, CURLOPT_CURLU, isParsed_ ? parts_.get() : nullptr) == CURLE_OK &&
-      (target_.empty() ||
-       curl_easy_setopt(easy, CURLOPT_REQUEST_TARGET, target_.c_str()) == CURLE_OK);
+      curl_easy_setopt(easy, CURLOPT_REQUEST_TARGET, target_.empty() ? nullptr : target_.c_str()) ==
+          CURLE_OK;
   if (!isSet) throw std::bad_alloc();
 }
 

@@ -13,8 +13,8 @@ class Address {
 public:
   Address();
 
-  /// Sets the address of `easy`, which must end before this object does and before the next call
-  /// with another address. Throws std::bad_alloc.
+  /// Sets the address of `easy`, which must end before this object does, and its transfer before
+  /// the next call with another address. Throws std::bad_alloc.
   void applyTo(CURL* easy, const std::string& url);
 
 private:

@@ -61,8 +61,8 @@ void CurlHttpClient::sendAsynchronously(std::shared_ptr<const HttpRequest> reque
 void CurlHttpClient::openConnection(const std::string& url) noexcept {
   try {
     implementation_->connections().background().loop().openConnection(url);
-  } catch (const std::system_error&) {
-    // The send itself reports that there is no thread.
+  } catch (const std::exception&) {
+    // The send itself reports that there is no thread or no memory.
   }
 }
 

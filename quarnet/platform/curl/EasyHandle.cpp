@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <climits>
 #include <new>
+#include <openssl/ssl.h>
+#include <string_view>
 
 namespace quarnet::platform {
 namespace {
@@ -26,15 +28,42 @@ constexpr long kLargeUploadBuffer = 2L * 1024 * 1024;
 // libcurl adds, percent escapes of the address included.
 constexpr std::size_t kOneRecord = 5 * 1024;
 
+bool isOverHttp2(CURL* easy) {
+  const curl_tlssessioninfo* session = nullptr;
+  curl_easy_getinfo(easy, CURLINFO_TLS_SSL_PTR, &session);
+  if (session == nullptr || session->internals == nullptr) return false;
+  const unsigned char* protocol = nullptr;
+  unsigned size = 0;
+  SSL_get0_alpn_selected(static_cast<const SSL*>(session->internals), &protocol, &size);
+  return std::string_view(reinterpret_cast<const char*>(protocol), size) == "h2";
+}
+
 } // namespace
 
 EasyHandle::EasyHandle(TrustStore& trust, CURLSH* share)
     : trust_(trust), share_(share), easy_(nullptr, curl_easy_cleanup) {}
 
+Text EasyHandle::plan(const HttpRequest& request, const Hop& hop, bool mayUseHttp2) {
+  headers_.assign(request, hop);
+  const std::size_t headSize = hop.url.size() + headers_.size();
+  if (headSize > kMaximumHead) {
+    return "The address and the header fields hold " + std::to_string(headSize) +
+           " bytes; no more than " + std::to_string(kMaximumHead) + " can be sent";
+  }
+  body_ = hop.withContent ? request.body.get() : nullptr;
+  const std::size_t bodySize = body_ != nullptr ? body_->size() : 0;
+  hasLargeHead_ = headSize > kSmallHead;
+  offersHttp2_ = mayUseHttp2 && !hasLargeHead_ && bodySize <= kSmallBody && isEncrypted(hop.url);
+  writesInParts_ = isEncrypted(hop.url) && headSize + bodySize > kOneRecord;
+  isKept_ = offersHttp2_ && !mayKeepFor_.empty() && originIn(hop.url) == mayKeepFor_;
+  mayKeepFor_.clear();
+  return std::nullopt;
+}
+
 void EasyHandle::renew() {
+  easy_.reset(); // first, so that the new one may have its memory
   easy_.reset(curl_easy_init());
   if (!easy_) throw std::bad_alloc();
-  errorText_[0] = '\0';
   CURL* easy = get();
   curl_easy_setopt(easy, CURLOPT_SHARE, share_);
   curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_.data());
@@ -46,25 +75,14 @@ void EasyHandle::renew() {
   trust_.applyTo(easy);
 }
 
-Text EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
-                         std::chrono::milliseconds timeout, bool mayUseHttp2) {
-  headers_.assign(request, hop);
-  const std::size_t headSize = hop.url.size() + headers_.size();
-  if (headSize > kMaximumHead) {
-    return "The address and the header fields hold " + std::to_string(headSize) +
-           " bytes; no more than " + std::to_string(kMaximumHead) + " can be sent";
-  }
-  const Data* body = hop.withContent ? request.body.get() : nullptr;
-  const std::size_t bodySize = body != nullptr ? body->size() : 0;
-  const bool isLarge = headSize > kSmallHead || bodySize > kSmallBody;
+void EasyHandle::prepare(const Hop& hop, std::chrono::milliseconds timeout) {
   // libcurl takes 0 for "no limit".
   const long limit = std::clamp<long>(timeout.count(), 1, INT_MAX);
-  setMethod(hop, body);
+  errorText_[0] = '\0';
+  setMethod(hop);
   address_.applyTo(get(), hop.url);
   curl_easy_setopt(get(), CURLOPT_HTTPHEADER, headers_.get());
   curl_easy_setopt(get(), CURLOPT_TIMEOUT_MS, limit);
-  offersHttp2_ = mayUseHttp2 && !isLarge && isEncrypted(hop.url);
-  writesInParts_ = isEncrypted(hop.url) && headSize + bodySize > kOneRecord;
   curl_easy_setopt(get(), CURLOPT_HTTP_VERSION,
                    offersHttp2_ ? CURL_HTTP_VERSION_2TLS : CURL_HTTP_VERSION_1_1);
   // Another value that means the same to the server, so that libcurl 7.88 keeps such connections
@@ -75,28 +93,38 @@ Text EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
   // Waits for a connection that is being made, to share it if it becomes one of HTTP/2.
   curl_easy_setopt(get(), CURLOPT_PIPEWAIT, long{offersHttp2_});
   curl_easy_setopt(get(), CURLOPT_UPLOAD_BUFFERSIZE,
-                   headSize > kSmallHead ? kLargeUploadBuffer : kUploadBuffer);
-  return std::nullopt;
+                   hasLargeHead_ ? kLargeUploadBuffer : kUploadBuffer);
 }
 
-void EasyHandle::setMethod(const Hop& hop, const Data* body) {
+bool EasyHandle::mayStart() const {
+  return !isKept_ || isOverHttp2(get());
+}
+
+void EasyHandle::finish(const Hop& hop) {
+  if (!offersHttp2_) return;
+  long version = 0;
+  curl_easy_getinfo(get(), CURLINFO_HTTP_VERSION, &version);
+  if (version == CURL_HTTP_VERSION_2_0) mayKeepFor_ = originIn(hop.url);
+}
+
+void EasyHandle::setMethod(const Hop& hop) {
   const char* customMethod = nullptr;
   if (hop.method == "GET") {
     curl_easy_setopt(get(), CURLOPT_HTTPGET, 1L);
   } else if (hop.method == "HEAD") {
     curl_easy_setopt(get(), CURLOPT_NOBODY, 1L);
-  } else if (body != nullptr || hop.method == "POST" || hop.method == "PUT") {
+  } else if (body_ != nullptr || hop.method == "POST" || hop.method == "PUT") {
     curl_easy_setopt(get(), CURLOPT_POST, 1L);
     // Never a null pointer: libcurl would read the body from the standard input.
-    curl_easy_setopt(get(), CURLOPT_POSTFIELDS, body != nullptr ? body->data() : "");
+    curl_easy_setopt(get(), CURLOPT_POSTFIELDS, body_ != nullptr ? body_->data() : "");
     curl_easy_setopt(get(), CURLOPT_POSTFIELDSIZE_LARGE,
-                     static_cast<curl_off_t>(body != nullptr ? body->size() : 0));
+                     static_cast<curl_off_t>(body_ != nullptr ? body_->size() : 0));
     if (hop.method != "POST") customMethod = hop.method.c_str();
   } else {
     curl_easy_setopt(get(), CURLOPT_HTTPGET, 1L);
     customMethod = hop.method.c_str();
   }
-  if (customMethod != nullptr) curl_easy_setopt(get(), CURLOPT_CUSTOMREQUEST, customMethod);
+  curl_easy_setopt(get(), CURLOPT_CUSTOMREQUEST, customMethod);
 }
 
 } // namespace quarnet::platform

@@ -13,22 +13,36 @@
 
 namespace quarnet::platform {
 
-/// A libcurl handle, a new one for each hop. Redirects are not followed here.
+/// A libcurl handle, as a rule a new one for each hop. Redirects are not followed here.
+///
+/// libcurl 7.88 uses memory that it freed when a handle is used again and the next answer is one of
+/// HTTP/1 whose first field begins with a blank, and a failure leaves counts that influence the
+/// next request. So a handle is used again only from one whole answer over HTTP/2 to the next,
+/// whose fields cannot be like that. Making one is a tenth of an asynchronous call's work.
 class EasyHandle {
 public:
   /// What `share` holds outlives the single hop. `trust` and `share` must outlive the handle.
   EasyHandle(TrustStore& trust, CURLSH* share);
 
-  /// Replaces the libcurl handle by a new one. libcurl keeps state of an answer or a failure as
-  /// long as the handle exists: 7.88 uses memory that it freed when the next answer's first field
-  /// begins with a blank, and counts of failures influence the next request.
+  /// Looks at the next hop of `request`, which must stay as it is until the transfer has ended.
+  /// With `mayUseHttp2`, HTTP/2 is offered to the server where it is of use. Returns why the
+  /// request cannot be sent, or absent. Throws std::bad_alloc.
+  Text plan(const HttpRequest& request, const Hop& hop, bool mayUseHttp2);
+
+  /// Whether the planned hop may use the handle again.
+  bool isKept() const { return isKept_; }
+
+  /// Replaces the libcurl handle by a new one.
   void renew();
 
-  /// Sets the new handle up for one hop of `request`, which must stay as it is until the transfer
-  /// has ended. With `mayUseHttp2`, HTTP/2 is offered to the server where it is of use. Returns why
-  /// the request cannot be sent, or absent. Throws std::bad_alloc.
-  Text prepare(const HttpRequest& request, const Hop& hop, std::chrono::milliseconds timeout,
-               bool mayUseHttp2);
+  /// Sets the handle up for the planned hop.
+  void prepare(const Hop& hop, std::chrono::milliseconds timeout);
+
+  /// Called before anything is sent: whether the handle is new, or the connection one of HTTP/2.
+  bool mayStart() const;
+
+  /// Called after the whole answer to a hop.
+  void finish(const Hop& hop);
 
   CURL* get() const { return easy_.get(); }
 
@@ -42,12 +56,17 @@ public:
   const char* errorText() const { return errorText_.data(); }
 
 private:
-  void setMethod(const Hop& hop, const Data* body);
+  void setMethod(const Hop& hop);
 
   TrustStore& trust_;
   CURLSH* const share_;
   Address address_;
   std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_;
+  /// Where the last answer came from, if it was one over HTTP/2; else empty.
+  std::string mayKeepFor_;
+  bool isKept_ = false;
+  const Data* body_ = nullptr;
+  bool hasLargeHead_ = false;
   bool offersHttp2_ = false;
   bool writesInParts_ = false;
   HeaderList headers_;

@@ -1,5 +1,6 @@
 #include "quarnet/platform/curl/Transfer.h"
 
+#include "quarnet/core/Utf8.h"
 #include "quarnet/platform/Guarded.h"
 #include "quarnet/platform/curl/Origin.h"
 #include "quarnet/platform/curl/RequestCheck.h"
@@ -94,11 +95,14 @@ bool Transfer::advance(CURLcode code) noexcept {
   try {
     // libcurl lets an answer pass whose head was cut off or never came.
     if (code == CURLE_OK && !result_.response) code = CURLE_PARTIAL_FILE;
+    // The handle that was kept found a connection that is none of HTTP/2.
+    if (code == CURLE_ABORTED_BY_CALLBACK && starts_ == 0) return prepareHop();
     if (code != CURLE_OK) {
       return maySendAgain(failedAttempt(code))
                  ? sendAgain()
                  : fail(code, describe(code), failureOf(refusal_ != CURLE_OK ? refusal_ : code));
     }
+    handle_.finish(hop_);
     const char* next = nullptr;
     if (isRedirect(result_.response->statusCode)) {
       // The Location field made absolute, since libcurl was told not to follow it itself.
@@ -149,18 +153,19 @@ bool Transfer::prepareHop() {
   if ((redirects_ > 0 || resends_ > 0) && left.count() <= 0) {
     return fail(CURLE_OPERATION_TIMEDOUT, "The time was up before the request could be sent again");
   }
-  renewHandle();
+  // Some servers end an HTTP/2 connection after a few requests and refuse the others on it.
+  const bool mayUseHttp2 = goaways_ != nullptr && !wantsHttp1_ && resends_ <= kMaximumResends / 2;
+  if (Text problem = handle_.plan(*request_, hop_, mayUseHttp2)) {
+    return fail(CURLE_BAD_FUNCTION_ARGUMENT, std::move(*problem), HttpFailure::TooLarge);
+  }
+  if (!handle_.isKept()) renewHandle();
+  handle_.prepare(hop_, left);
   refusal_ = CURLE_OK;
   progress_ = {};
   wasConnectedAhead_ = false;
   starts_ = 0;
   stream_ = 0;
   wasRefused_ = false;
-  // Some servers end an HTTP/2 connection after a few requests and refuse the others on it.
-  const bool mayUseHttp2 = goaways_ != nullptr && !wantsHttp1_ && resends_ <= kMaximumResends / 2;
-  if (Text problem = handle_.prepare(*request_, hop_, left, mayUseHttp2)) {
-    return fail(CURLE_BAD_FUNCTION_ARGUMENT, std::move(*problem), HttpFailure::TooLarge);
-  }
   if (handle_.offersHttp2()) listen(false);
   if (request_->progress) curl_easy_setopt(easy(), CURLOPT_NOPROGRESS, 0L);
   return true;
@@ -243,16 +248,18 @@ int Transfer::onSocketMade(void* transfer, curl_socket_t, curlsocktype) {
 // Called before each time that a request is sent.
 int Transfer::onStart(void* transfer, char* farAddress, char*, int farPort, int nearPort) {
   auto& self = *static_cast<Transfer*>(transfer);
-  const bool mayBeHttp2 = self.goaways_ != nullptr && isEncrypted(self.hop_.url);
-  const Goaways::Connection connection{farAddress, farPort, nearPort};
-  if (mayBeHttp2 && self.isOnNewConnection()) self.goaways_->open(connection);
-  // libcurl must not decide whether the request is sent again.
-  if (++self.starts_ > 1) return CURL_PREREQFUNC_ABORT;
-  if (mayBeHttp2) {
-    self.connection_ = connection;
-    self.stream_ = self.goaways_->begin(connection);
+  if (!self.handle_.mayStart()) return CURL_PREREQFUNC_ABORT;
+  const bool isFirst = ++self.starts_ == 1;
+  if (self.goaways_ != nullptr && isEncrypted(self.hop_.url)) {
+    const Goaways::Connection connection{farAddress, farPort, nearPort};
+    if (self.isOnNewConnection()) self.goaways_->open(connection);
+    if (isFirst) {
+      self.connection_ = connection;
+      self.stream_ = self.goaways_->begin(connection);
+    }
   }
-  return CURL_PREREQFUNC_OK;
+  // libcurl must not decide whether the request is sent again.
+  return isFirst ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
 }
 
 // libcurl reports what the server says about an HTTP/2 connection in its debugging output alone,
@@ -269,7 +276,7 @@ int Transfer::onProgress(void* transfer, curl_off_t toReceive, curl_off_t receiv
                          curl_off_t toSend, curl_off_t sent) {
   auto& self = *static_cast<Transfer*>(transfer);
   const bool mayListen = self.handle_.offersHttp2() && !self.isListening_;
-  if (mayListen && self.starts_ > 0) self.listen(true);
+  if (mayListen && self.hasBegunToSend()) self.listen(true);
   if (!self.request_->progress) return 0;
   const auto count = [](curl_off_t bytes) { return static_cast<std::uint64_t>(bytes); };
   self.progress_ = {count(sent), count(toSend), count(received), count(toReceive)};
@@ -331,6 +338,8 @@ bool Transfer::receiveBody(std::string_view piece) noexcept {
     // before the bytes arrive.
     if (announced > 0) body.reserve(static_cast<std::size_t>(announced));
     body += piece;
+    // While the piece is in the processor's cache; once more for all of a large body would be slow.
+    result_.utf8Size = utf8Size(body, result_.utf8Size);
     return true;
   } catch (const std::exception&) {
     // Larger than the memory, or than a text can be.

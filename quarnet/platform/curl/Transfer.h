@@ -32,8 +32,8 @@ public:
   /// is taken. False when nothing is to be sent, because there is a result already.
   bool begin(const HttpRequest& request) noexcept;
 
-  /// Takes the code with which libcurl ended. True when easy(), which is another handle now, is set
-  /// up for another hop or attempt, false when there is a result.
+  /// Takes the code with which libcurl ended. True when easy(), which may be another handle now, is
+  /// set up for another hop or attempt, false when there is a result.
   bool advance(CURLcode code) noexcept;
 
   HttpResult takeResult();

@@ -75,7 +75,7 @@ void FrameAnimation::cutShort() {
 void FrameAnimation::done() {
   if (!self_) return;
   for (const auto& [box, from, to] : movements_)
-    if (box->movement == this) box->movement = nullptr;
+    if (box->movement == this) frameBoxRest(box.get());
   later([self = std::move(self_)] {
     if (self->completion_) std::exchange(self->completion_, nullptr)(self->finished_);
   });

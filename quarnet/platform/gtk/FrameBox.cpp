@@ -34,6 +34,27 @@ void place(GtkWidget* child, const Rect& frame) {
   gtk_widget_allocate(child, width, height, -1, gsk_transform_translate(nullptr, &origin));
 }
 
+/// How much of the box's height is above the lower edge of the outermost box; all of it in a
+/// movement, in which nothing is to change its size.
+int heightInSight(FrameBox* box, int height) {
+  double top = 0;
+  for (;;) {
+    GtkWidget* const outer = gtk_widget_get_parent(widgetOf(box));
+    if (box->movement != nullptr) return height;
+    if (!isBox(outer)) return std::min(height, points(box->frame.height - top));
+    top += box->frame.y;
+    box = boxOf(outer);
+  }
+}
+
+/// Has what is in the box laid out anew.
+void layOutAnew(GtkWidget* box) {
+  gtk_widget_queue_allocate(box);
+  for (GtkWidget* child = gtk_widget_get_first_child(box); child != nullptr;
+       child = gtk_widget_get_next_sibling(child))
+    if (isBox(child)) layOutAnew(child);
+}
+
 /// No child is squeezed below what it needs: what is too much for the box reaches beyond it.
 void fill(GtkWidget* child, int width, int height) {
   int needed = 0;
@@ -56,7 +77,7 @@ void frameBoxAllocate(GtkWidget* widget, int width, int height, int) {
       gtk_widget_measure(child, GTK_ORIENTATION_HORIZONTAL, -1, nullptr, nullptr, nullptr, nullptr);
       place(child, boxOf(child)->frame);
     } else {
-      fill(child, width, height);
+      fill(child, width, heightInSight(boxOf(widget), height));
     }
   }
 }
@@ -80,6 +101,7 @@ void frameBox_class_init(QuarnetFrameBoxClass* type) {
   GTK_WIDGET_CLASS(type)->size_allocate = frameBoxAllocate;
   GTK_WIDGET_CLASS(type)->snapshot = frameBoxSnapshot;
   G_OBJECT_CLASS(type)->dispose = frameBoxDispose;
+  gtk_widget_class_set_accessible_role(GTK_WIDGET_CLASS(type), GTK_ACCESSIBLE_ROLE_GROUP);
 }
 
 void frameBox_init(QuarnetFrameBox*) {}
@@ -93,6 +115,11 @@ FrameBox* frameBoxNew() {
 void frameBoxPlace(FrameBox* box, const Rect& frame) {
   box->frame = frame;
   if (GtkWidget* parent = gtk_widget_get_parent(widgetOf(box))) gtk_widget_queue_allocate(parent);
+}
+
+void frameBoxRest(FrameBox* box) {
+  box->movement = nullptr;
+  layOutAnew(widgetOf(box));
 }
 
 void frameBoxSetBackground(FrameBox* box, const Color& color) {

@@ -9,7 +9,8 @@ namespace quarnet::platform {
 class FrameAnimation;
 
 /// A widget that lies exactly where its frame says, whatever it holds: it asks for no room, and
-/// gives each FrameBox in it its own frame and any other child all of its area.
+/// gives each FrameBox in it its own frame and any other child all of its area, up to the lower
+/// edge of the outermost box: what was below could not be reached.
 struct FrameBox {
   GtkWidget parent;
   Rect frame;
@@ -27,6 +28,9 @@ FrameBox* frameBoxNew();
 
 /// Shows the box at `frame`; fractions of a point are rounded edge by edge.
 void frameBoxPlace(FrameBox* box, const Rect& frame);
+
+/// Notes that the box stands still again.
+void frameBoxRest(FrameBox* box);
 
 void frameBoxSetBackground(FrameBox* box, const Color& color);
 

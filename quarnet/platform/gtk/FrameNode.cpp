@@ -20,13 +20,14 @@ void FrameNode::setNodeFrame(const Rect& frame) {
   FrameAnimation::move(box(), frame);
 }
 
-void FrameNode::addChild(std::shared_ptr<View> child) {
+bool FrameNode::addChild(std::shared_ptr<View> child) {
   FrameNode* node = dynamic_cast<FrameNode*>(child.get());
-  if (node == nullptr || node == this) return;
+  if (node == nullptr || node == this) return false;
   node->removeFromParent();
   node->parent_ = this;
   children_.push_back(std::move(child));
   gtk_widget_insert_before(node->widget(), widget(), nullptr);
+  return true;
 }
 
 void FrameNode::removeFromParent() {
@@ -39,8 +40,16 @@ void FrameNode::removeFromParent() {
   // Held to the end of this call: the parent's may be the last reference.
   const std::shared_ptr<View> held = std::move(*self);
   parent->children_.erase(self);
+  giveUpFocus();
   gtk_widget_unparent(widget());
-  if (!parent->hasChildren()) parent->emptied();
+  parent->childRemoved(*this);
+}
+
+void FrameNode::giveUpFocus() const {
+  GtkRoot* const root = gtk_widget_get_root(widget());
+  GtkWidget* const focus = root == nullptr ? nullptr : gtk_root_get_focus(root);
+  if (focus != nullptr && gtk_widget_is_ancestor(focus, widget()))
+    gtk_root_set_focus(root, nullptr);
 }
 
 } // namespace quarnet::platform

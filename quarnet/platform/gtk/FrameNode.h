@@ -23,14 +23,18 @@ public:
 protected:
   const Rect& nodeFrame() const { return frame_; }
   void setNodeFrame(const Rect& frame);
-  void addChild(std::shared_ptr<View> child);
+  /// False for what is no view of this toolkit.
+  bool addChild(std::shared_ptr<View> child);
   void removeFromParent();
   bool hasChildren() const { return !children_.empty(); }
 
-  /// After the last child is gone.
-  virtual void emptied() {}
+  /// After that child was removed.
+  virtual void childRemoved(const FrameNode&) {}
 
 private:
+  /// Takes the focus from what is in the box: taken along, it would be moved on from there later.
+  void giveUpFocus() const;
+
   Ref<FrameBox> box_;
   /// Where the view is or, in an animation, is going.
   Rect frame_;

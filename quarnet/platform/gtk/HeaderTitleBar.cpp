@@ -1,34 +1,13 @@
 #include "quarnet/platform/gtk/HeaderTitleBar.h"
 
+#include "quarnet/platform/gtk/Style.h"
+
 #include <utility>
 
 namespace quarnet::platform {
-namespace {
-
-/// Lets the bar be as low as its frame says; the theme's own is a little higher.
-void useStyle(GtkWidget* bar) {
-  GtkCssProvider* const provider = [] {
-    GtkCssProvider* made = gtk_css_provider_new();
-    gtk_css_provider_load_from_data(made,
-                                    "headerbar.quarnet { min-height: 30px; }"
-                                    "headerbar.quarnet button.text-button { min-height: 22px; "
-                                    "margin: 4px 0; padding: 3px 12px; }",
-                                    -1);
-    return made;
-  }();
-  gtk_style_context_add_provider_for_display(gtk_widget_get_display(bar),
-                                             GTK_STYLE_PROVIDER(provider),
-                                             GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-  g_object_unref(provider);
-}
-
-} // namespace
-
 HeaderTitleBar::HeaderTitleBar() : bar_(gtk_header_bar_new()) {
-  static const bool styled = (useStyle(bar_), true);
-  static_cast<void>(styled);
   gtk_header_bar_set_show_title_buttons(GTK_HEADER_BAR(bar_), FALSE);
-  gtk_widget_add_css_class(bar_, "quarnet");
+  addStyle(bar_, "quarnet-title");
   gtk_widget_set_overflow(widget(), GTK_OVERFLOW_HIDDEN);
   gtk_widget_set_parent(bar_, widget());
 

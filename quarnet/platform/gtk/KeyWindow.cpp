@@ -1,5 +1,7 @@
 #include "quarnet/platform/gtk/KeyWindow.h"
 
+#include "quarnet/platform/gtk/Style.h"
+
 #include <adwaita.h>
 #include <algorithm>
 #include <utility>
@@ -42,16 +44,25 @@ void measureStage(GtkWidget*, GtkOrientation, int, int* minimum, int* natural, i
   *natural = 0;
 }
 
-/// Puts the layer into the middle of the stage, smaller if it has to be.
+/// The height of the window's buttons above the stage; none where it has others.
+double controlsHeight(GtkWidget* stage) {
+  return gtk_widget_get_next_sibling(stage) == nullptr ? 0 : 20;
+}
+
+/// Puts the layer into the middle of the stage, smaller if it has to be; what it leaves free for
+/// the system is then not too low for the window's buttons.
 void layOutStage(GtkWidget* stage, int width, int height, int) {
   GtkWidget* layer = gtk_widget_get_first_child(stage);
   if (layer == nullptr) return;
   const Rect bounds = reinterpret_cast<FrameBox*>(layer)->frame;
+  const double controls = controlsHeight(stage);
   const double scale =
-      std::min({1.0, width / std::max(1.0, bounds.width), height / std::max(1.0, bounds.height)});
+      std::max(0.0, std::min({1.0, width / std::max(1.0, bounds.width),
+                              (height - controls) / std::max(1.0, bounds.height - controls)}));
+  const double top = std::max((height - bounds.height * scale) / 2, controls * (1 - scale));
   const graphene_point_t origin = {
       static_cast<float>(static_cast<int>((width - bounds.width * scale) / 2)),
-      static_cast<float>(static_cast<int>((height - bounds.height * scale) / 2))};
+      static_cast<float>(static_cast<int>(top))};
   GskTransform* transform = gsk_transform_translate(nullptr, &origin);
   if (scale < 1)
     transform =
@@ -61,17 +72,67 @@ void layOutStage(GtkWidget* stage, int width, int height, int) {
                       transform);
 }
 
+/// A page that Tab leaves moves the focus on and then gives the key back, which would move it once
+/// more.
+class TabsOfPages {
+public:
+  /// Whether the key has moved the focus already.
+  bool isUsed(GtkEventController* keys, guint key) {
+    if (key != GDK_KEY_Tab && key != GDK_KEY_ISO_Left_Tab) return false;
+    const guint32 time = gtk_event_controller_get_current_event_time(keys);
+    GtkWidget* const focus =
+        gtk_root_get_focus(gtk_widget_get_root(gtk_event_controller_get_widget(keys)));
+    const bool again = time == std::exchange(time_, time);
+    return focus != std::exchange(focus_, focus) && again;
+  }
+
+private:
+  guint32 time_ = 0;
+  /// Only to be compared.
+  const void* focus_ = nullptr;
+};
+
+GtkEventController* makeTabFilter() {
+  GtkEventController* keys = gtk_event_controller_key_new();
+  gtk_event_controller_set_propagation_phase(keys, GTK_PHASE_CAPTURE);
+  g_signal_connect_data(
+      keys, "key-pressed",
+      G_CALLBACK(+[](GtkEventController* pressed, guint key, guint, GdkModifierType,
+                     TabsOfPages* tabs) -> gboolean { return tabs->isUsed(pressed, key); }),
+      new TabsOfPages, [](gpointer tabs, GClosure*) { delete static_cast<TabsOfPages*>(tabs); },
+      GConnectFlags{});
+  return keys;
+}
+
 /// The widget over the whole content that holds the layer and keeps the pointer off the content.
 GtkWidget* makeStage(GtkWidget* layer) {
   GtkWidget* stage = adw_bin_new();
   gtk_widget_set_layout_manager(stage, gtk_custom_layout_new(nullptr, measureStage, layOutStage));
   gtk_widget_set_overflow(stage, GTK_OVERFLOW_HIDDEN);
+  addStyle(stage, "quarnet-stage");
+  gtk_widget_add_controller(stage, makeTabFilter());
   adw_bin_set_child(ADW_BIN(stage), layer);
   return stage;
 }
 
-void follow(GtkWidget*& pointer, GtkWidget* widget) {
-  g_set_weak_pointer(&pointer, widget);
+bool holdsControls(GtkWidget* widget) {
+  if (GTK_IS_WINDOW_CONTROLS(widget)) return true;
+  for (GtkWidget* child = gtk_widget_get_first_child(widget); child != nullptr;
+       child = gtk_widget_get_next_sibling(child))
+    if (holdsControls(child)) return true;
+  return false;
+}
+
+/// The window's buttons, and what it can be moved by.
+GtkWidget* makeControls() {
+  GtkWidget* sides = gtk_center_box_new();
+  addStyle(sides, "quarnet-controls");
+  gtk_center_box_set_start_widget(GTK_CENTER_BOX(sides), gtk_window_controls_new(GTK_PACK_START));
+  gtk_center_box_set_end_widget(GTK_CENTER_BOX(sides), gtk_window_controls_new(GTK_PACK_END));
+  GtkWidget* handle = gtk_window_handle_new();
+  gtk_window_handle_set_child(GTK_WINDOW_HANDLE(handle), sides);
+  gtk_widget_set_valign(handle, GTK_ALIGN_START);
+  return handle;
 }
 
 } // namespace
@@ -93,7 +154,6 @@ KeyWindow::KeyWindow(GtkWindow* window) : window_(nullptr) {
 }
 
 KeyWindow::~KeyWindow() {
-  follow(formerFocus_, nullptr);
   g_clear_weak_pointer(&window_);
 }
 
@@ -103,42 +163,59 @@ Rect KeyWindow::frame() const {
 }
 
 void KeyWindow::addSubview(std::shared_ptr<View> child) {
-  addChild(std::move(child));
-  if (hasChildren() && !overlay_) wrap();
+  if (!addChild(std::move(child)) || window_ == nullptr) return;
+  GtkWidget* const focus = gtk_window_get_focus(window_);
+  if (!overlay_) wrap();
+  GtkWidget* const beneath = gtk_widget_get_prev_sibling(gtk_widget_get_last_child(widget()));
+  covered_.push_back(std::make_unique<Covered>(
+      beneath != nullptr ? beneath : gtk_overlay_get_child(overlay_.get()), focus));
+  // Whatever key is pressed before something in the view has the focus is for nobody.
+  gtk_window_set_focus(window_, gtk_widget_get_parent(widget()));
 }
 
 void KeyWindow::wrap() {
-  if (window_ == nullptr) return;
   frameBoxPlace(box(), boundsOf(window_));
-  follow(formerFocus_, gtk_window_get_focus(window_));
   overlay_ = adopt(GTK_OVERLAY(gtk_overlay_new()));
+  // Of our own, so that what the application does to its content is left to it.
+  GtkWidget* covered = adw_bin_new();
+  addStyle(covered, "quarnet-covered");
+  gtk_overlay_set_child(overlay_.get(), covered);
+  gtk_overlay_add_overlay(overlay_.get(), makeStage(widget()));
   if (GtkWidget* content = contentOf(window_)) {
     const Ref<GtkWidget> held = retain(content);
-    contentCouldFocus_ = gtk_widget_get_can_focus(content);
+    // Taken along, the focus would be moved on from where it was, a little later.
+    gtk_window_set_focus(window_, nullptr);
     setContent(window_, nullptr);
-    gtk_overlay_set_child(overlay_.get(), content);
-    gtk_widget_set_can_focus(content, FALSE);
+    adw_bin_set_child(ADW_BIN(covered), content);
+    if (holdsControls(content)) gtk_overlay_add_overlay(overlay_.get(), makeControls());
   }
-  gtk_overlay_add_overlay(overlay_.get(), makeStage(widget()));
   setContent(window_, GTK_WIDGET(overlay_.get()));
 }
 
+void KeyWindow::childRemoved(const FrameNode& child) {
+  if (covered_.empty()) return;
+  const auto own = std::ranges::find(covered_, child.widget(), &Covered::widget);
+  // Ends its cover: at the end of this call, when everything is where it belongs.
+  const std::unique_ptr<Covered> uncovered =
+      std::move(own == covered_.end() ? covered_.back() : *own);
+  std::erase(covered_, nullptr);
+  if (!hasChildren()) unwrap();
+}
+
 void KeyWindow::unwrap() {
-  if (!overlay_) return;
   const Ref<GtkOverlay> overlay = std::move(overlay_);
   adw_bin_set_child(ADW_BIN(gtk_widget_get_parent(widget())), nullptr);
 
-  GtkWidget* content = gtk_overlay_get_child(overlay.get());
+  GtkWidget* const covered = gtk_overlay_get_child(overlay.get());
+  GtkWidget* const content = adw_bin_get_child(ADW_BIN(covered));
   const Ref<GtkWidget> held = content == nullptr ? nullptr : retain(content);
-  if (content != nullptr) {
-    gtk_overlay_set_child(overlay.get(), nullptr);
-    gtk_widget_set_can_focus(content, contentCouldFocus_);
-  }
+  // The content would remain as insensitive as it is in here.
+  gtk_widget_set_sensitive(covered, TRUE);
+  adw_bin_set_child(ADW_BIN(covered), nullptr);
   // The application may have given the window another content meanwhile: then that stays.
   if (window_ == nullptr || contentOf(window_) != GTK_WIDGET(overlay.get())) return;
+  gtk_window_set_focus(window_, nullptr);
   setContent(window_, content);
-  if (formerFocus_ != nullptr && gtk_widget_get_root(formerFocus_) == GTK_ROOT(window_))
-    gtk_widget_grab_focus(formerFocus_);
 }
 
 } // namespace quarnet::platform

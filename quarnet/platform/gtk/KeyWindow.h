@@ -1,8 +1,10 @@
 #pragma once
 
+#include "quarnet/platform/gtk/Covered.h"
 #include "quarnet/platform/gtk/FrameNode.h"
 
 #include <memory>
+#include <vector>
 
 namespace quarnet::platform {
 
@@ -10,9 +12,13 @@ namespace quarnet::platform {
 /// something.
 ///
 /// The layer has the bounds that the window had when the first view was laid over it. Later it
-/// keeps to the middle of a larger window and is drawn smaller, as a whole, in a smaller one, so
-/// that frames stay true and everything stays in reach. The content takes no input meanwhile; what
-/// has the keyboard focus gets it back at the end.
+/// keeps to the middle of a larger window, the rest of which is dimmed, and is drawn smaller, as a
+/// whole, in a smaller one, so that frames stay true and everything stays in reach. Only the
+/// topmost view takes input; what lies beneath gets the keyboard focus back when it is the topmost
+/// again.
+///
+/// Where the content brings the window's own buttons along, others lie above the layer, in the 20
+/// points that a view is to leave free for the system at its upper edge.
 class KeyWindow final : public FramedView<View> {
 public:
   /// The one view of that window; the window owns it.
@@ -29,14 +35,14 @@ public:
 private:
   void wrap();
   void unwrap();
-  void emptied() override { unwrap(); }
+  void childRemoved(const FrameNode& child) override;
 
   /// Becomes null when the window is destroyed.
   GtkWindow* window_;
   /// What takes the content's place in the window: the content, and the layer above it.
   Ref<GtkOverlay> overlay_;
-  GtkWidget* formerFocus_ = nullptr;
-  bool contentCouldFocus_ = true;
+  /// What lies beneath each view of the layer: the content, and every view but the topmost.
+  std::vector<std::unique_ptr<Covered>> covered_;
 };
 
 } // namespace quarnet::platform

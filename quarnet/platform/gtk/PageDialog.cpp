@@ -33,22 +33,19 @@ GtkWidget* makeHeading(const std::string& host) {
 
 PageDialog::PageDialog(WebKitScriptDialog* dialog, const std::string& host, GtkOverlay* over,
                        std::function<void()> answered)
-    : dialog_(webkit_script_dialog_ref(dialog)), over_(over), answered_(std::move(answered)) {
+    : dialog_(webkit_script_dialog_ref(dialog)), over_(over), answered_(std::move(answered)),
+      page_(gtk_overlay_get_child(over), gtk_overlay_get_child(over)) {
   FrameBox* cover = frameBoxNew();
   cover_ = widgetOf(cover);
   frameBoxSetBackground(cover, kDimmed);
   gtk_widget_set_parent(makeCard(host), cover_);
   gtk_overlay_add_overlay(over_, cover_);
-  gtk_widget_set_sensitive(gtk_overlay_get_child(over_), FALSE);
   gtk_widget_grab_focus(entry_ == nullptr ? agree_ : entry_);
 }
 
 PageDialog::~PageDialog() {
   webkit_script_dialog_close(dialog_);
   webkit_script_dialog_unref(dialog_);
-  GtkWidget* const page = gtk_overlay_get_child(over_);
-  gtk_widget_set_sensitive(page, TRUE);
-  if (gtk_widget_get_focus_child(cover_) != nullptr) gtk_widget_grab_focus(page);
   gtk_overlay_remove_overlay(over_, cover_);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "quarnet/platform/gtk/Covered.h"
+
 #include <functional>
 #include <string>
 #include <webkit/webkit.h>
@@ -28,6 +30,7 @@ private:
   WebKitScriptDialog* dialog_;
   GtkOverlay* over_;
   std::function<void()> answered_;
+  Covered page_;
   /// Covers the page.
   GtkWidget* cover_;
   /// Null where nothing is to be typed.

@@ -60,14 +60,30 @@ std::string addressOf(WebKitURIRequest* request) {
   return url == nullptr ? "" : url;
 }
 
+/// The name that assistive technology has for the page.
+void nameByTitle(WebKitWebView* page) {
+  const char* title = webkit_web_view_get_title(page);
+  const bool hasTitle = title != nullptr && *title != '\0';
+  gtk_accessible_update_property(GTK_ACCESSIBLE(page), GTK_ACCESSIBLE_PROPERTY_LABEL,
+                                 hasTitle ? title : "웹 페이지", -1);
+}
+
 Ref<WebKitWebView> makePage(WebKitWebContext* context, WebKitNetworkSession* session) {
   auto page = adopt(WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", context,
-                                                 "network-session", session, nullptr)));
+                                                 "network-session", session, "accessible-role",
+                                                 GTK_ACCESSIBLE_ROLE_DOCUMENT, nullptr)));
+  nameByTitle(page.get());
+  g_signal_connect(page.get(), "notify::title", G_CALLBACK(nameByTitle), nullptr);
   const GdkRGBA transparent = {0, 0, 0, 0};
   webkit_web_view_set_background_color(page.get(), &transparent);
   WebKitSettings* settings = webkit_web_view_get_settings(page.get());
   webkit_settings_set_enable_back_forward_navigation_gestures(settings, FALSE);
   webkit_settings_set_enable_fullscreen(settings, FALSE);
+  // The page engine has a text view of its own in there, which nobody sees and which would keep the
+  // focus, and every Tab with it.
+  for (GtkWidget* inner = gtk_widget_get_first_child(GTK_WIDGET(page.get())); inner != nullptr;
+       inner = gtk_widget_get_next_sibling(inner))
+    gtk_widget_set_can_focus(inner, FALSE);
   return page;
 }
 
@@ -276,7 +292,7 @@ void WebKitView::refuseFile(const std::string& url) {
 void WebKitView::loadChanged(WebKitLoadEvent event) {
   if (event == WEBKIT_LOAD_STARTED) {
     failed_ = false;
-    gtk_widget_set_visible(failure_, FALSE);
+    hideFailure();
     endNotice();
   } else if (event == WEBKIT_LOAD_COMMITTED) {
     shownUrl_ = currentUrl().value_or("");
@@ -331,9 +347,17 @@ void WebKitView::report(const std::string& url, const std::string& description,
 }
 
 void WebKitView::showFailure(const std::string& description) {
+  endNotice();
   const Chars markup(g_markup_escape_text(validUtf8(description).get(), -1));
   adw_status_page_set_description(ADW_STATUS_PAGE(failure_), markup.get());
   gtk_widget_set_visible(failure_, TRUE);
+  if (!coveredPage_) coveredPage_.emplace(GTK_WIDGET(page_.get()), GTK_WIDGET(page_.get()));
+  gtk_widget_grab_focus(adw_status_page_get_child(ADW_STATUS_PAGE(failure_)));
+}
+
+void WebKitView::hideFailure() {
+  coveredPage_.reset();
+  gtk_widget_set_visible(failure_, FALSE);
 }
 
 void WebKitView::notify(const std::string& text, const std::string& offered) {

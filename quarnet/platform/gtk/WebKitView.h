@@ -1,10 +1,12 @@
 #pragma once
 
+#include "quarnet/platform/gtk/Covered.h"
 #include "quarnet/platform/gtk/FrameNode.h"
 #include "quarnet/platform/gtk/PageDialog.h"
 #include "quarnet/platform/gtk/ServerTrust.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <webkit/webkit.h>
 
@@ -46,6 +48,7 @@ private:
   void processTerminated(WebKitWebProcessTerminationReason reason);
   void report(const std::string& url, const std::string& description, const std::string& details);
   void showFailure(const std::string& description);
+  void hideFailure();
   void notify(const std::string& text, const std::string& offered = {});
   void endNotice();
   void showDialog(WebKitScriptDialog* dialog);
@@ -60,6 +63,8 @@ private:
   GtkOverlay* layers_;
   GtkWidget* progress_;
   GtkWidget* failure_;
+  /// While the failure is shown.
+  std::optional<Covered> coveredPage_;
   GtkWidget* notice_ = nullptr;
   /// The address that the notice offers to the desktop.
   std::string offered_;

@@ -1,5 +1,6 @@
 #include "quarnet/platform/headless/HeadlessLibrary.h"
 
+#include "quarnet/client/ClientReset.h"
 #include "quarnet/client/Worker.h"
 #include "quarnet/oauth/OAuthInfoManager.h"
 #include "quarnet/platform/Platform.h"
@@ -12,7 +13,7 @@ HeadlessLibrary::HeadlessLibrary() {
 }
 
 HeadlessLibrary::~HeadlessLibrary() {
-  waitForWorkers();
+  resetClient();
   http->dropConnections();
   http->waitUntilIdle();
   reset();
@@ -55,6 +56,7 @@ void HeadlessLibrary::restart() {
 }
 
 void HeadlessLibrary::reset() {
+  resetClient();
   Platform::uninstall();
   OAuthInfoManager& session = OAuthInfoManager::sharedInstance();
   for (const auto set : {&OAuthInfoManager::setClientId, &OAuthInfoManager::setClientSecret,

@@ -48,8 +48,9 @@ public:
   void restart();
 
   /// Puts the single instances back to how a process finds them: no session, configuration,
-  /// registered callback or services of the test's. The hosts of configureHosts() stay. Nothing of
-  /// the library may be under way on any thread: no call, no login and no callback.
+  /// registered callback or services of the test's. The hosts of configureHosts() stay. Calls of
+  /// a Client that are under way, or wait to be sent again, end. Nothing else of the library may be
+  /// under way on any thread: no other call, no login and no callback.
   static void reset();
 
   const std::shared_ptr<ScriptedHttpClient> http = std::make_shared<ScriptedHttpClient>();

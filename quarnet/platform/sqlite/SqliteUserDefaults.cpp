@@ -1,14 +1,13 @@
 #include "quarnet/platform/sqlite/SqliteUserDefaults.h"
 
 #include "quarnet/core/NotEnoughMemory.h"
-#include "quarnet/core/Wipe.h"
 #include "quarnet/platform/DataFolder.h"
 #include "quarnet/platform/ForkCount.h"
 #include "quarnet/platform/Platform.h"
+#include "quarnet/platform/UnsavedTexts.h"
 #include "quarnet/platform/sqlite/DefaultsDatabase.h"
 #include "quarnet/platform/sqlite/PrivateFile.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <mutex>
@@ -39,10 +38,7 @@ public:
     if (!path_.empty()) path_ = absolutePath(path_);
   }
 
-  ~Implementation() {
-    leaveFileOfParent();
-    forgetPending();
-  }
+  ~Implementation() { leaveFileOfParent(); }
 
   std::optional<std::vector<Text>> values(std::span<const std::string_view> keys) {
     std::string failure;
@@ -50,8 +46,8 @@ public:
       const std::lock_guard lock(mutex_);
       std::vector<Text> found(keys.size());
       const auto find = [&] {
-        const bool isKnown = arePending(keys) || read(keys, found, failure);
-        if (isKnown) overlayPending(keys, found);
+        const bool isKnown = unsaved_.haveAll(keys) || read(keys, found, failure);
+        if (isKnown) unsaved_.overlay(keys, found);
         return isKnown;
       };
       const bool isKnown = withinMemory(find, [&] {
@@ -67,13 +63,8 @@ public:
   }
 
   void setValues(std::span<const Entry> entries) {
-    DefaultsDatabase::Changes changes;
-    for (const auto& [key, value] : entries)
-      changes[std::string(key)] = value ? Text(*value) : std::nullopt;
     const std::lock_guard lock(mutex_);
-    changes.merge(pending_);
-    forgetPending(); // what was set anew
-    pending_.swap(changes);
+    unsaved_.set(entries);
   }
 
   void synchronize() {
@@ -81,26 +72,14 @@ public:
     std::string failure;
     {
       const std::lock_guard lock(mutex_);
-      if (pending_.empty()) return;
-      if (write(damage, failure)) forgetPending();
+      if (unsaved_.empty()) return;
+      if (write(damage, failure)) unsaved_.forget();
     }
     if (!damage.empty()) log("user defaults cannot be read : ", harmless(damage));
     if (!failure.empty()) log("user defaults cannot be saved : ", harmless(failure));
   }
 
 private:
-  bool arePending(std::span<const std::string_view> keys) const {
-    return std::all_of(keys.begin(), keys.end(),
-                       [this](std::string_view key) { return pending_.contains(key); });
-  }
-
-  void overlayPending(std::span<const std::string_view> keys, std::vector<Text>& found) const {
-    for (std::size_t i = 0; i < keys.size(); ++i) {
-      if (const auto entry = pending_.find(keys[i]); entry != pending_.end())
-        found[i] = entry->second;
-    }
-  }
-
   bool read(std::span<const std::string_view> keys, std::vector<Text>& found,
             std::string& failure) {
     if (!hasFile()) {
@@ -123,7 +102,7 @@ private:
       damage.swap(failure);
       if (!makeFile(failure)) return false;
     }
-    if (file_->write(pending_, kPatience)) return true;
+    if (file_->write(unsaved_.changes(), kPatience)) return true;
     failure = described(file_->reason());
     file_.reset();
     return false;
@@ -163,18 +142,11 @@ private:
     return path_;
   }
 
-  void forgetPending() {
-    for (auto& [key, value] : pending_)
-      wipe(value);
-    pending_.clear();
-  }
-
   std::string described(const std::string& reason) { return path() + ": " + reason; }
 
   std::mutex mutex_;
   std::string path_;
-  /// Set or removed and not yet saved.
-  DefaultsDatabase::Changes pending_;
+  UnsavedTexts unsaved_;
   std::unique_ptr<DefaultsDatabase> file_;
   /// forkCount() when the file was opened.
   unsigned forks_ = 0;

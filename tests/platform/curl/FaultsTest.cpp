@@ -171,6 +171,25 @@ TEST(FaultsTest, AConnectionOpenedAheadThatTheServerClosesCostsNoCall) {
   }
 }
 
+TEST(FaultsTest, AServerThatFallsBackToHttp1GetsNoHandleThatWasUsed) {
+  const std::uint16_t fallback = freeLoopbackPort();
+  Nginx server("keepalive_requests 3; } server { listen 127.0.0.1:" + std::to_string(fallback) +
+               " ssl; ssl_certificate server.pem; ssl_certificate_key server.key;"
+               " location / { return 200 $request_uri; }");
+  std::atomic<int> connections = 0;
+  WireServer line([&](int connection) {
+    FaultyLine::pass(connection, ++connections == 1 ? server.httpsPort() : fallback, {});
+  });
+  CurlHttpClient client({.caFile = server.caFile()});
+  for (int i = 0; i < 6; ++i) {
+    Calls calls;
+    calls.send(client, requestFor(i % 2 == 0 ? "POST" : "GET", line.url("/x", "https")));
+    ASSERT_TRUE(calls.wait());
+    EXPECT_TRUE(calls.outcomes().contains("/x")) << testing::PrintToString(calls.outcomes());
+  }
+  EXPECT_EQ(line.connections(), 3U); // the second one was left to a new handle, unused
+}
+
 TEST(FaultsTest, OverHttp2CallsShareAConnectionAndNoneIsLostWhenTheServerEndsIt) {
   struct {
     std::string requestsAConnection;

@@ -43,16 +43,27 @@ TEST_F(ViewTest, FramesAreHonouredExactly) {
 }
 
 TEST_F(ViewTest, ResizedWindowKeepsEverythingInReach) {
+  // A header bar of the application's has the window's buttons, so that they are covered, too.
+  gtk_window_set_child(window_, gtk_header_bar_new());
+  int closings = 0;
+  const auto close = [](int* count) -> gboolean { return ++*count; };
+  g_signal_connect_swapped(window_, "close-request", G_CALLBACK(+close), &closings);
   const auto window = toolkit_->keyWindow();
   const auto view = toolkit_->makeView();
   window->addSubview(view);
   view->setFrame({0, 0, 320, 548});
+  const auto page = toolkit_->makeWebView();
+  page->setFrame({0, 44, 320, 548}); // reaches below the window's edge
+  view->addSubview(page);
 
   // In a larger window the views keep to the middle, in a smaller one they get smaller.
   const struct {
     int width, height;
     float left, top, shownWidth;
-  } sizes[] = {{640, 568, 160, 0, 320}, {320, 768, 0, 100, 320}, {160, 568, 0, 142, 160}};
+  } sizes[] = {{640, 568, 160, 0, 320},
+               {320, 768, 0, 100, 320},
+               {240, 568, 0, 71, 240},
+               {320, 294, 80, 10, 160}};
   for (const auto& size : sizes) {
     gtk_window_set_default_size(window_, size.width, size.height);
     ASSERT_TRUE(waitUntil([&] {
@@ -67,6 +78,11 @@ TEST_F(ViewTest, ResizedWindowKeepsEverythingInReach) {
     EXPECT_EQ(shown.origin.x, size.left);
     EXPECT_EQ(shown.origin.y, size.top);
     EXPECT_EQ(shown.size.width, size.shownWidth);
+    ASSERT_TRUE(gtk_widget_compute_bounds(pages().at(0), boxes()[0], &shown));
+    EXPECT_EQ(shown.origin.y + shown.size.height, 568);
+    const int before = closings;
+    click(size.width - 10, 10);
+    EXPECT_TRUE(waitUntil([&] { return closings == before + 1; }));
   }
   view->removeFromSuperview();
 }

@@ -145,15 +145,18 @@ TEST_F(WebTest, WhatDoesNotLoadIsReportedAndNeverFinishes) {
     EXPECT_THAT(listener_.failed[0].description, HasSubstr(description));
     EXPECT_THAT(listener_.failed[0].userInfo, HasSubstr(url.substr(0, 8)));
     EXPECT_TRUE(gtk_widget_get_mapped(failure()));
+    EXPECT_EQ(gtk_window_get_focus(window_), widgets(failure(), "GtkButton").at(0));
+    EXPECT_FALSE(gtk_widget_is_sensitive(pages().at(0)));
   }
   // It can be tried again.
   load(server_.url("/archive"));
   listener_ = {};
   pages_["/archive"] = page("unpacked");
-  g_signal_emit_by_name(widgets(failure(), "GtkButton").at(0), "clicked");
+  press("Return");
   ASSERT_TRUE(waitUntil([&] { return !listener_.finished.empty(); }));
   EXPECT_THAT(listener_.finished, ElementsAre(server_.url("/archive")));
   EXPECT_FALSE(gtk_widget_get_mapped(failure()));
+  EXPECT_EQ(gtk_window_get_focus(window_), pages().at(0));
   // An answer without content leaves everything as it is.
   listener_ = {};
   view_->load(server_.url("/nothing"));
@@ -243,7 +246,11 @@ TEST_F(WebTest, EscapeClosesAlsoFromWithinThePage) {
   const auto bar = toolkit_->makeTitleBar();
   bar->setRightButton("닫기", [&] { ++closed; });
   bar->setFrame({0, 0, 320, 44});
-  toolkit_->keyWindow()->addSubview(bar);
+  const auto panel = toolkit_->makeView();
+  panel->setFrame({0, 0, 320, 568});
+  panel->addSubview(view_);
+  panel->addSubview(bar);
+  toolkit_->keyWindow()->addSubview(panel);
   load(server_.url("/"));
   click(160, 200);
   EXPECT_EQ(gtk_window_get_focus(window_), pages().at(0));
@@ -254,6 +261,7 @@ TEST_F(WebTest, EscapeClosesAlsoFromWithinThePage) {
   press("Escape");
   settle();
   EXPECT_EQ(closed, 1) << "a bar that is gone hears no keys";
+  panel->removeFromSuperview();
 }
 
 TEST_F(WebTest, PageAsksInADialogThatFitsAndNamesItsHost) {

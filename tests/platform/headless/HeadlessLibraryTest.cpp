@@ -168,6 +168,16 @@ TEST_F(HeadlessLibrary, LeavesNothingForTheNextTest) {
     session.set_target(&app);
     session.set_failedSelector(&Callbacks::failed);
     session.readUrl("https://h/");
+    other.http->on("", "https://busy/").answer("", 503);
+    const Retry soon{.attempts = 9, .first = 20ms, .longest = 20ms};
+    Client().send({.method = HttpMethod::PUT, .url = "https://busy/", .retry = soon}).detach();
+    other.run();
+  }
+  {
+    platform::HeadlessLibrary next;
+    next.signIn();
+    std::this_thread::sleep_for(100ms);
+    EXPECT_EQ(next.http->received().size(), 0U);
   }
   EXPECT_EQ(session.clientId(), std::nullopt);
   EXPECT_EQ(session._target(), nullptr);

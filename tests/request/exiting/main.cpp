@@ -59,6 +59,23 @@ void callTheLibrary(const std::string& call, HttpMethod method, const std::strin
   }
 }
 
+/// With calls at every stage, and handles that the program's end drops.
+void callTheSecondFace(const std::string& when, const std::string& end) {
+  static std::vector<Handle> kept;
+  const std::string url = "https://" + host;
+  const auto leave = [](const auto&) { std::exit(3); };
+  for (int i = 0; i < 20; ++i) {
+    kept.push_back(Client().send({.url = url + "/v1/slow"}).then([](const auto&) {}));
+    Client().send({.url = "http://127.0.0.1:1/", .retry = {.attempts = 9, .first = 1ms}}).detach();
+  }
+  if (when == "laterInFlight") test::Callbacks::letPass(30ms);
+  if (when == "done") (void)Client().send({.url = url + "/v1/quick"}).wait();
+  if (end == "inThread") std::thread([] { std::exit(3); }).join();
+  if (end != "inCallback") return;
+  kept.push_back(Client().send({.method = HttpMethod::POST, .url = url + "/v1/last"}).then(leave));
+  test::Callbacks::letPass(10s);
+}
+
 std::shared_ptr<HttpRequest> requestFor(const std::string& path) {
   return std::make_shared<HttpRequest>(HttpRequest{.url = "http://" + host + path});
 }
@@ -132,8 +149,12 @@ int main(int count, char** arguments) {
   Platform::install(
       {.httpClient = std::shared_ptr<CurlHttpClient>(client), .log = std::make_shared<NullLog>()});
   OAuthInfo::sharedInstance().setClientId("demo-client");
-  callTheLibrary(arguments[3],
-                 arguments[4] == std::string("POST") ? HttpMethod::POST : HttpMethod::GET,
-                 arguments[5], arguments[6]);
+  OAuthInfo::sharedInstance().setAccessToken("any");
+  if (arguments[3] == std::string("client"))
+    callTheSecondFace(arguments[5], arguments[6]);
+  else
+    callTheLibrary(arguments[3],
+                   arguments[4] == std::string("POST") ? HttpMethod::POST : HttpMethod::GET,
+                   arguments[5], arguments[6]);
   return 3;
 }

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <memory>
 
-namespace quarnet {
+namespace quarnet::platform {
 
 /// The one object of its kind of this process, made on first use and never destroyed. What a forked
 /// child inherited has no threads there and may be locked: it is left alone, and the child makes
@@ -18,11 +18,11 @@ T& ofProcess() {
   };
   static constinit std::atomic<Owned*> current = nullptr;
   Owned* found = current.load(std::memory_order_acquire);
-  while (found == nullptr || found->forks != platform::forkCount()) {
-    std::unique_ptr<Owned> own(new Owned{.forks = platform::forkCount(), .object = {}});
+  while (found == nullptr || found->forks != forkCount()) {
+    std::unique_ptr<Owned> own(new Owned{.forks = forkCount(), .object = {}});
     if (current.compare_exchange_strong(found, own.get())) found = own.release();
   }
   return found->object;
 }
 
-} // namespace quarnet
+} // namespace quarnet::platform
