@@ -37,7 +37,8 @@ struct GtkToolkitOptions {
 /// What reaches below the window is cut off at its edge, so that the end of a page is in reach.
 ///
 /// Each web view has a session of its own that is kept in memory only: nothing of one login is left
-/// for the next. Escape presses the title bar's button.
+/// for the next. Escape presses the title bar's button. A link that the desktop has a program for
+/// ("mailto:") is handed to it when the user follows it; the page stays.
 class QUARNET_EXPORT GtkToolkit final : public Toolkit {
 public:
   explicit GtkToolkit(GtkToolkitOptions options = {});
