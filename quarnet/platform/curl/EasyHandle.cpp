@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <new>
 
 namespace quarnet::platform {
@@ -58,7 +59,7 @@ Text EasyHandle::prepare(const HttpRequest& request, const Hop& hop,
   const std::size_t bodySize = body != nullptr ? body->size() : 0;
   const bool isLarge = headSize > kSmallHead || bodySize > kSmallBody;
   // libcurl takes 0 for "no limit".
-  const long limit = std::clamp<long>(timeout.count(), 1, INT_MAX);
+  const auto limit = static_cast<long>(std::clamp<std::int64_t>(timeout.count(), 1, INT_MAX));
   setMethod(hop, body);
   address_.applyTo(get(), hop.url);
   curl_easy_setopt(get(), CURLOPT_HTTPHEADER, headers_.get());

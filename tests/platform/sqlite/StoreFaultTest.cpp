@@ -205,7 +205,7 @@ TEST_F(StoreFaultTest, ADamagedFileIsMovedAsideAndNeverHalfUsed) {
   const fs::path whole = root / "whole";
   saveGeneration(*std::make_unique<SqliteUserDefaults>(whole), 6);
   const std::uintmax_t size = fs::file_size(whole);
-  const auto overwritten = [](std::size_t from, std::size_t count, char byte) {
+  const auto overwritten = [](std::uintmax_t from, std::size_t count, char byte) {
     return [=](const fs::path& path) {
       std::fstream(path).seekp(static_cast<long>(from)) << std::string(count, byte);
     };
