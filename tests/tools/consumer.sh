@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# consumer.sh SOURCE_DIR BUILD_DIR: what `cmake --install` puts in place serves a project outside
-# the tree, which builds with CMake and with pkg-config and makes a call; the installed programs run.
+# consumer.sh SOURCE_DIR BUILD_DIR [CMAKE-OPTION...]: what `cmake --install` puts in place serves a
+# project outside the tree, which builds with CMake and with pkg-config and makes a call; the installed
+# programs run. CXX is the compiler; the options name another processor's tools to CMake.
 set -euo pipefail
 
 source_dir=$1
 build_dir=$2
+options=("${@:3}")
 folder=$(mktemp -d)
 source "$source_dir/scripts/lib/sandbox.sh"
 trap 'stop_sandbox; rm -rf "$folder"' EXIT
@@ -19,11 +21,14 @@ echo "-- the installed headers are complete, and internal ones stay behind"
 (cd "$prefix/include" && find quarnet -name '*.h') |
   sed 's/.*/#include "&"/' >"$folder/all.cpp"
 grep -q 'quarnet/quarnet.h' "$folder/all.cpp"
-g++ -std=c++20 -Wall -Wextra -Werror -fsyntax-only -I"$prefix/include" "$folder/all.cpp"
+${CXX:-g++} -std=c++20 -Wall -Wextra -Werror -fsyntax-only -I"$prefix/include" "$folder/all.cpp"
 [[ ! -e "$prefix/include/quarnet/core/Json.h" ]]
+echo "-- they have no type that is of another size where dates or files are counted in 64 bits"
+if grep -rnwE 'time_t|off_t|ino_t|timespec|timeval|stat' "$prefix/include"; then exit 1; fi
 
 echo "-- with CMake"
-cmake -S "$consumer" -B "$folder/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$folder/cmake.log"
+cmake -S "$consumer" -B "$folder/cmake" -DCMAKE_PREFIX_PATH="$prefix" "${options[@]}" \
+  >"$folder/cmake.log"
 cmake --build "$folder/cmake" >>"$folder/cmake.log"
 echo "-- with pkg-config"
 cp -r "$consumer" "$folder/make"
@@ -44,7 +49,7 @@ CMAKE
   (cd "$prefix/include" && find quarnet -name '*Toolkit.h' -o -name HeadlessLibrary.h) | sed 's/.*/#include <&>/'
   echo 'int main() { quarnet::platform::HeadlessLibrary().signIn(); }'
 } >"$folder/toolkits/main.cpp"
-cmake -S "$folder/toolkits" -B "$folder/toolkits/build" -DCMAKE_PREFIX_PATH="$prefix" \
+cmake -S "$folder/toolkits" -B "$folder/toolkits/build" -DCMAKE_PREFIX_PATH="$prefix" "${options[@]}" \
   >"$folder/cmake.log"
 cmake --build "$folder/toolkits/build" >>"$folder/cmake.log"
 LD_LIBRARY_PATH=$library "$folder/toolkits/build/toolkits"
