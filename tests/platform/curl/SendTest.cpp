@@ -339,9 +339,8 @@ TEST(SendTest, RedirectsComeToAnEnd) {
     std::this_thread::sleep_for(100ms);
     return moved("/on", "307 Go");
   });
-  const auto start = std::chrono::steady_clock::now();
   EXPECT_TRUE(send(requestFor("GET", slow.url(), {}, 350ms)).error);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, 1500ms);
+  EXPECT_LT(slow.requests().size(), 5U);
 }
 
 } // namespace
