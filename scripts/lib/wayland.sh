@@ -16,6 +16,8 @@ dialog_is_open() { at_rest ''; }
 dialog_is_gone() { at_rest '' && click 210 10; }
 # click X Y: at a point of the content, which is 420 points wide and in the middle.
 click() { xdotool mousemove $((240 + $1)) "$2" click 1; }
+# By the window's own button.
+close_window() { xdotool mousemove 876 24 click 1; }
 
 # Only the keys that the display had at the compositor's start are known: any other letter is
 # entered by its number.
