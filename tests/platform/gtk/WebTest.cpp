@@ -267,7 +267,7 @@ TEST_F(WebTest, PageAsksInADialogThatFitsAndNamesItsHost) {
     EXPECT_LE(place.origin.y + place.size.height, 548);
     EXPECT_FALSE(gtk_widget_is_sensitive(pages().at(0)));
     press(keys);
-    EXPECT_TRUE(waitUntil([&] { return title() == answer; })) << title();
+    EXPECT_TRUE(waitUntil([&, wanted = answer] { return title() == wanted; })) << title();
     EXPECT_EQ(button("확인"), nullptr);
     EXPECT_EQ(gtk_window_get_focus(window_), pages().at(0));
   }
