@@ -14,6 +14,7 @@ source "$1/scripts/lib/screen.sh"
 demo_pid=
 trap 'stop_demo; stop_sandbox; rm -rf "$folder"' EXIT
 unset "${!QUARNET_@}"
+export LANGUAGE=ko # what the library shows is Korean as well
 
 good() { echo "   $1"; }
 fail() {
