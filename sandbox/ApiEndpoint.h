@@ -13,12 +13,10 @@ namespace quarnet::sandbox {
 /// The API itself: hands out parameter keys, and answers every call with what it understood of it.
 class ApiEndpoint {
 public:
-  static constexpr std::size_t kKeyLength = 32;
-  static constexpr std::size_t kIvLength = 16;
-
   ApiEndpoint(const Options& options, TokenStore& tokens) : options_(options), tokens_(tokens) {}
 
-  Reply parameterKey(const ReceivedRequest& request, std::size_t keyLength, std::size_t ivLength);
+  Reply parameterKey(const ReceivedRequest& request, std::size_t keyLength = 32,
+                     std::size_t ivLength = 16);
   Reply call(const ReceivedRequest& request);
 
 private:

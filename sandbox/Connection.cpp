@@ -178,11 +178,12 @@ asio::awaitable<bool> Connection::deliver(Stream& stream, const ReceivedRequest&
 template <class Stream>
 asio::awaitable<void> Connection::send(Stream& stream, std::string_view head, const Reply& reply,
                                        std::uint64_t length) {
-  const std::string_view body = std::string_view(reply.body).substr(0, length);
+  const auto kept = static_cast<std::size_t>(std::min<std::uint64_t>(length, reply.body.size()));
+  const std::string_view body = std::string_view(reply.body).substr(0, kept);
   const std::array<asio::const_buffer, 2> start{asio::buffer(head), asio::buffer(body)};
   co_await asio::async_write(stream, start, use_awaitable);
   for (std::uint64_t left = length - body.size(); left > 0;) {
-    const std::uint64_t piece = std::min<std::uint64_t>(left, filling().size());
+    const auto piece = static_cast<std::size_t>(std::min<std::uint64_t>(left, filling().size()));
     co_await asio::async_write(stream, asio::buffer(filling(), piece), use_awaitable);
     left -= piece;
   }

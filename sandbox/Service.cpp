@@ -119,8 +119,9 @@ Reply Service::route(const ReceivedRequest& request, const std::vector<Misbehavi
   const std::string_view path = request.path();
   if (path == "/oauth/get_param_enc_key") {
     const Misbehaviour* const lengths = find(faults, Kind::keyTexts);
-    return api_.parameterKey(request, lengths ? lengths->number : ApiEndpoint::kKeyLength,
-                             lengths ? lengths->second : ApiEndpoint::kIvLength);
+    if (lengths == nullptr) return api_.parameterKey(request);
+    return api_.parameterKey(request, static_cast<std::size_t>(lengths->number),
+                             static_cast<std::size_t>(lengths->second));
   }
   if (path == "/oauth/authorize") return signIn_.authorize(request);
   if (path == "/oauth/consent") return signIn_.consent(request);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdint>
 
 namespace quarnet {
 namespace {
@@ -30,7 +31,11 @@ void appendEscapedBut(const Characters& kept, std::string& escaped, std::string_
   const auto isKept = [&kept](char c) { return kept[static_cast<unsigned char>(c)]; };
   const auto count = std::count_if(text.begin(), text.end(), isKept);
   std::size_t to = escaped.size();
-  escaped.resize(to + 3 * text.size() - 2 * static_cast<std::size_t>(count), '%');
+  // On 32 bits it may be more than can be counted, which is refused like what is too much for a
+  // text.
+  const std::uint64_t size =
+      to + std::uint64_t{3} * text.size() - 2 * static_cast<std::uint64_t>(count);
+  escaped.resize(static_cast<std::size_t>(std::min<std::uint64_t>(size, SIZE_MAX)), '%');
   for (const char c : text) {
     if (isKept(c)) {
       escaped[to++] = c;

@@ -117,7 +117,7 @@ public:
   virtual void showAlert(const std::string& title, const std::string& message,
                          const std::string& button, std::function<void()> pressed) = 0;
 
-  /// Hands an address to the system's browser.
+  /// Hands an address to the system's browser; tells the user when there is none.
   virtual void openExternally(const std::string& url) = 0;
 
   /// The operating system's version, for example "12" or "10.3.1".

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -76,7 +77,9 @@ Multipart makeMultipart(std::string_view boundary, std::string_view key, const s
   struct stat status {};
   const bool readable =
       file.descriptor >= 0 && fstat(file.descriptor, &status) == 0 && S_ISREG(status.st_mode);
-  const std::size_t expected = readable ? static_cast<std::size_t>(status.st_size) : 0;
+  // A file may be larger than any text of 32 bits, which is refused here.
+  const std::uint64_t size = readable ? static_cast<std::uint64_t>(status.st_size) : 0;
+  const auto expected = static_cast<std::size_t>(std::min<std::uint64_t>(size, body.max_size()));
   body.reserve(expected + boundary.size() * 2 + key.size() * 3 + path.size() * 3 + 512);
 
   body.append("\r\n--").append(boundary).append("\r\n");

@@ -23,6 +23,12 @@ TEST(PlainEscaping, KeepsExactlyTheLegalCharacters) {
   EXPECT_EQ(addingPercentEscapes(std::nullopt), std::nullopt);
 }
 
+TEST(Escaping, RefusesWhatCannotBeCountedAnyMore) {
+  if constexpr (sizeof(std::size_t) == 4) {
+    EXPECT_THROW(escapeString(std::string(SIZE_MAX / 3 + 1, ' ')), std::length_error);
+  }
+}
+
 TEST(Views, AreNotReadBehindTheirEnd) {
   EXPECT_FALSE(isUtf8(std::string_view("é", 1)));
   EXPECT_EQ(replacingPercentEscapes(std::string_view("%20", 2)), std::nullopt);

@@ -3,10 +3,7 @@
 namespace quarnet::test {
 namespace {
 
-class LoginScreen : public LoginTest {
-protected:
-  std::shared_ptr<platform::HeadlessTitleBar> bar_;
-};
+using LoginScreen = LoginTest;
 
 class Login : public LoginTest {
 protected:
@@ -153,16 +150,17 @@ TEST_F(LoginScreen, AClosedScreenTakesOnlyItsOwnViewsAlong) {
 }
 
 TEST_F(LoginScreen, WhatHappensInOneOfTwoConcernsThatOne) {
+  std::shared_ptr<platform::HeadlessTitleBar> bar;
   const std::function<void(HeadlessWebView&)> ends[] = {
       [](HeadlessWebView& page) { page.finish(completionUrl(server().issueCode())); },
       [this](HeadlessWebView& page) {
         page.finish(apiUrl("/oauth/error?error_description=d"));
         toolkit_->pressAlert();
       },
-      [this](HeadlessWebView&) { bar_->pressRightButton(); }};
+      [&bar](HeadlessWebView&) { bar->pressRightButton(); }};
   for (const auto& end : ends) {
     const auto first = open();
-    bar_ = toolkit_->titleBar();
+    bar = toolkit_->titleBar();
     const auto second = open();
     end(*first);
     Callbacks::letPass();

@@ -108,6 +108,7 @@ TEST_F(Assembly, ParametersAreEscapedInTheBundleEachTimeItIsSent) {
 TEST_F(Assembly, MultipartBytesAreLaidOutExactly) {
   RequestBundle bundle = bundleOf(HttpMethod::POST);
   bundle.setUploadFilePath(makeFile("p\"i\r\nc.jpg", std::string("a\0\r\n--b", 7)));
+  dateIn2040(*bundle.uploadFilePath());
   bundle.setUploadFileKey("k\"\n키");
   ASSERT_EQ(assemble(bundle), std::nullopt);
   const auto sent = APIRequest::urlRequest();
@@ -122,6 +123,10 @@ TEST_F(Assembly, MultipartBytesAreLaidOutExactly) {
           boundary + "--\r\n");
   EXPECT_FALSE(sent->headerFields.get("Content-Length"));
   EXPECT_EQ(log_->count("photo size : 7"), 1U);
+  if constexpr (sizeof(std::size_t) == 4) {
+    std::filesystem::resize_file(*bundle.uploadFilePath(), std::uintmax_t{3} << 30);
+    EXPECT_EQ(assemble(bundle).value().description, "Not enough memory for the call");
+  }
 }
 
 TEST_F(Assembly, AFileThatCannotBeReadIsUploadedEmpty) {

@@ -53,10 +53,11 @@ private:
     request.url = scheme_ + server_.host() + request.url;
     request.timeout = timeout;
     const auto result = client_.sendSynchronously(request);
+    const auto received = server_.received();
     return {.status = result.response ? result.response->statusCode : 0,
             .body = result.body,
             .problem = result.error ? *result.error->description : "",
-            .target = server_.received().back().target};
+            .target = received.empty() ? "" : received.back().target};
   }
 
   const Server& server_;

@@ -1,8 +1,10 @@
 #include "tests/support/LibraryTest.h"
 
 #include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <stdexcept>
+#include <sys/stat.h>
 
 namespace quarnet::test {
 
@@ -10,6 +12,12 @@ std::filesystem::path makeFolder(const std::filesystem::path& parent) {
   std::string name = parent / "quarnet-test-XXXXXX";
   if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder can be made: " + name);
   return name;
+}
+
+void dateIn2040(const std::filesystem::path& file) {
+  const timespec date{.tv_sec = 2'208'988'800, .tv_nsec = 0};
+  const timespec dates[] = {date, date};
+  if (utimensat(AT_FDCWD, file.c_str(), dates, 0) != 0) throw std::runtime_error("no date is set");
 }
 
 sandbox::Server& server() {

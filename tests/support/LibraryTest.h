@@ -47,6 +47,9 @@ private:
 std::filesystem::path
 makeFolder(const std::filesystem::path& parent = std::filesystem::temp_directory_path());
 
+/// Gives the file the date 2040-01-01.
+void dateIn2040(const std::filesystem::path& file);
+
 /// The API server of this test program; the endpoint addresses point at it.
 sandbox::Server& server();
 

@@ -150,13 +150,15 @@ TEST_F(ToolsTest, TextsFromOutsideCannotCommandTheTerminal) {
 
 TEST_F(ToolsTest, StoredTokensAreMaskedUnlessAskedFor) {
   signIn();
+  record_.setExpiresSystime("1300000000000");
+  manager_.saveOAuthInfo();
   const auto secrets = AllOf(HasSubstr(*record_.accessToken()), HasSubstr(*record_.refreshToken()));
   const auto noSecret =
       AllOf(Not(HasSubstr(*record_.accessToken())), Not(HasSubstr(*record_.refreshToken())));
   const Outcome masked = run("token");
   EXPECT_EQ(masked.exitCode, 0);
-  EXPECT_THAT(masked.out,
-              AllOf(HasSubstr("access_token"), HasSubstr("3600"), HasSubstr("profile"), noSecret));
+  EXPECT_THAT(masked.out, AllOf(HasSubstr("access_token"), HasSubstr("3600"), HasSubstr("profile"),
+                                noSecret, HasSubstr("(2042-03-13 ")));
   EXPECT_THAT(run("token --reveal").out, secrets);
   EXPECT_THAT(run("request GET $API/v1/a -p k=v --log redacted").err,
               AllOf(HasSubstr("HTTPHeaderFields"), HasSubstr("encryptedString : "),

@@ -2,7 +2,7 @@
 # consumer.sh SOURCE_DIR BUILD_DIR [CMAKE-OPTION...]: what `cmake --install` puts in place serves a
 # project outside the tree, which builds with CMake and with pkg-config and makes a call; the installed
 # programs run. The compilers are CXX and, where there is one, OTHER_CXX; a build without programs is
-# helped out by SANDBOX and QUARNET.
+# helped out by SANDBOX and QUARNET. The options name another processor's tools to CMake.
 set -euo pipefail
 
 source_dir=$1
@@ -35,6 +35,9 @@ for compiler in "${compilers[@]}"; do
 done
 if $CXX -std=c++17 -fsyntax-only -I"$headers" "$folder/all.cpp" 2>"$folder/older"; then exit 1; fi
 grep -m 1 error "$folder/older" | grep -q 'needs C++20'
+
+echo "-- they have no type that is of another size where dates or files are counted in 64 bits"
+if grep -rnwE 'time_t|off_t|ino_t|timespec|timeval|stat' "$headers/quarnet"; then exit 1; fi
 
 echo "-- with CMake"
 cmake -S "$consumer" -B "$folder/cmake" -DCMAKE_PREFIX_PATH="$library/.." "${options[@]}" \

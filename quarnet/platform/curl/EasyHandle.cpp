@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <new>
 #include <openssl/ssl.h>
 #include <string_view>
@@ -77,7 +78,7 @@ void EasyHandle::renew() {
 
 void EasyHandle::prepare(const Hop& hop, std::chrono::milliseconds timeout) {
   // libcurl takes 0 for "no limit".
-  const long limit = std::clamp<long>(timeout.count(), 1, INT_MAX);
+  const auto limit = static_cast<long>(std::clamp<std::int64_t>(timeout.count(), 1, INT_MAX));
   errorText_[0] = '\0';
   setMethod(hop);
   address_.applyTo(get(), hop.url);

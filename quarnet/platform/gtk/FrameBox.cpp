@@ -15,6 +15,10 @@ FrameBox* boxOf(gpointer instance) {
   return G_TYPE_CHECK_INSTANCE_CAST(instance, frameBox_get_type(), FrameBox);
 }
 
+bool isBox(GtkWidget* widget) {
+  return G_TYPE_CHECK_INSTANCE_TYPE(widget, frameBox_get_type());
+}
+
 /// A length that GTK can lay out, also when the number is no length at all.
 int points(double length) {
   constexpr double kLimit = 1 << 20;
@@ -28,10 +32,6 @@ void place(GtkWidget* child, const Rect& frame) {
   const int height = std::max(0, points(frame.y + frame.height) - y);
   const graphene_point_t origin = {static_cast<float>(x), static_cast<float>(y)};
   gtk_widget_allocate(child, width, height, -1, gsk_transform_translate(nullptr, &origin));
-}
-
-bool isBox(GtkWidget* widget) {
-  return G_TYPE_CHECK_INSTANCE_TYPE(widget, frameBox_get_type());
 }
 
 /// How much of the box's height is above the lower edge of the outermost box; all of it in a
@@ -126,6 +126,12 @@ void frameBoxSetBackground(FrameBox* box, const Color& color) {
   box->background = {static_cast<float>(color.red), static_cast<float>(color.green),
                      static_cast<float>(color.blue), static_cast<float>(color.alpha)};
   gtk_widget_queue_draw(widgetOf(box));
+}
+
+GdkRGBA frameBoxBackdrop(FrameBox* box) {
+  for (GtkWidget* widget = widgetOf(box); widget != nullptr; widget = gtk_widget_get_parent(widget))
+    if (isBox(widget) && boxOf(widget)->background.alpha >= 1) return boxOf(widget)->background;
+  return {};
 }
 
 } // namespace quarnet::platform

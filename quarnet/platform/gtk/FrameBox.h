@@ -34,6 +34,10 @@ void frameBoxRest(FrameBox* box);
 
 void frameBoxSetBackground(FrameBox* box, const Color& color);
 
+/// The colour to be seen through the box: its own or that of the nearest box around it whose
+/// background is opaque. Transparent when there is none.
+GdkRGBA frameBoxBackdrop(FrameBox* box);
+
 inline GtkWidget* widgetOf(FrameBox* box) {
   return &box->parent;
 }

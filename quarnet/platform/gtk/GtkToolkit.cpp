@@ -1,6 +1,7 @@
 #include "quarnet/platform/gtk/GtkToolkit.h"
 
-#include "quarnet/platform/Platform.h"
+#include "quarnet/platform/gtk/AlertDialog.h"
+#include "quarnet/platform/gtk/DesktopLink.h"
 #include "quarnet/platform/gtk/FrameAnimation.h"
 #include "quarnet/platform/gtk/HeaderTitleBar.h"
 #include "quarnet/platform/gtk/KeyWindow.h"
@@ -12,15 +13,6 @@
 
 namespace quarnet::platform {
 namespace {
-
-/// A message's one answer: given once, whichever way the message goes.
-struct Answer {
-  std::function<void()> pressed;
-
-  void give() {
-    if (const auto once = std::exchange(pressed, nullptr)) once();
-  }
-};
 
 GtkWindow* activeWindow() {
   GApplication* application = g_application_get_default();
@@ -93,33 +85,11 @@ void GtkToolkit::animate(std::chrono::milliseconds duration, std::function<void(
 
 void GtkToolkit::showAlert(const std::string& title, const std::string& message,
                            const std::string& button, std::function<void()> pressed) {
-  adw_init();
-  GtkWidget* dialog = adw_message_dialog_new(implementation_->window(), validUtf8(title).get(),
-                                             validUtf8(message).get());
-  adw_message_dialog_add_response(ADW_MESSAGE_DIALOG(dialog), "close", validUtf8(button).get());
-  adw_message_dialog_set_default_response(ADW_MESSAGE_DIALOG(dialog), "close");
-  gtk_window_set_destroy_with_parent(GTK_WINDOW(dialog), TRUE);
-
-  const auto give = +[](Answer* answer) { answer->give(); };
-  auto* answer = new Answer{std::move(pressed)};
-  g_signal_connect_data(
-      dialog, "response",
-      G_CALLBACK(+[](GtkWidget*, const char*, Answer* given) { given->give(); }), answer,
-      [](gpointer data, GClosure*) { delete static_cast<Answer*>(data); }, GConnectFlags{});
-  g_signal_connect_swapped(dialog, "destroy", G_CALLBACK(give), answer);
-  gtk_window_present(GTK_WINDOW(dialog));
+  showAlertDialog(implementation_->window(), title, message, button, std::move(pressed));
 }
 
 void GtkToolkit::openExternally(const std::string& url) {
-  const auto opened = [](GObject* window, GAsyncResult* result, gpointer) {
-    GError* error = nullptr;
-    if (gtk_show_uri_full_finish(window == nullptr ? nullptr : GTK_WINDOW(window), result, &error))
-      return;
-    log("Cannot open the browser: ", error == nullptr ? "unknown reason" : error->message);
-    g_clear_error(&error);
-  };
-  gtk_show_uri_full(implementation_->window(), validUtf8(url).get(), GDK_CURRENT_TIME, nullptr,
-                    opened, nullptr);
+  openOnDesktop(implementation_->window(), url);
 }
 
 std::string GtkToolkit::systemVersion() {

@@ -28,11 +28,17 @@ struct GtkToolkitOptions {
 ///
 /// Make it at any time; GTK must be initialised before its first use, which gives the application
 /// libadwaita's look. The key window is a GtkWindow, AdwWindow or AdwApplicationWindow. While views
-/// lie over it, its content takes no input, and its bounds stay what they were: in a larger window
-/// the views keep to the middle, in a smaller one they are shown smaller as a whole.
+/// lie over it, only the topmost takes input, and nothing beneath is shown to assistive technology.
+/// The bounds stay what they were: in a larger window the views keep to the middle and the rest is
+/// dimmed, in a smaller one they are shown smaller as a whole. Buttons of the window itself (close
+/// and so on) that are covered with the content lie above the views meanwhile, in 20 points at the
+/// upper edge.
+///
+/// What reaches below the window is cut off at its edge, so that the end of a page is in reach.
 ///
 /// Each web view has a session of its own that is kept in memory only: nothing of one login is left
-/// for the next. Escape presses the title bar's button.
+/// for the next. Escape presses the title bar's button. A link that the desktop has a program for
+/// ("mailto:") is handed to it when the user follows it; the page stays.
 class QUARNET_EXPORT GtkToolkit final : public Toolkit {
 public:
   explicit GtkToolkit(GtkToolkitOptions options = {});

@@ -2,6 +2,7 @@
 
 #include "quarnet/platform/gtk/Covered.h"
 #include "quarnet/platform/gtk/FrameNode.h"
+#include "quarnet/platform/gtk/PageDialog.h"
 #include "quarnet/platform/gtk/ServerTrust.h"
 
 #include <memory>
@@ -11,8 +12,14 @@
 
 namespace quarnet::platform {
 
-/// A WebKitGTK view with a session of its own in memory, a thin line along its upper edge that
-/// shows how far a page has come, and a page of ours with "다시 시도" where one did not load.
+/// A WebKitGTK view with a session of its own in memory, and a thin line along its upper edge that
+/// shows how far a page has come.
+///
+/// Where there is no page to show, a page of ours has "다시 시도" for the address that was loaded
+/// or shown last. As long as there is one, it stays, and a notice at its lower edge tells of what
+/// did not load. A link for a program of the desktop is handed to the desktop when the user
+/// followed it; when the page did so by itself, the notice offers it. What a page asks is shown
+/// over it.
 class WebKitView final : public FramedView<WebView> {
 public:
   WebKitView(WebKitWebContext* context, std::shared_ptr<const ServerTrust> trust);
@@ -28,9 +35,12 @@ public:
 
 private:
   void connectSignals();
+  void notePresses();
   gboolean decidePolicy(WebKitPolicyDecision* decision, WebKitPolicyDecisionType type);
-  void decideNavigation(WebKitPolicyDecision* decision);
+  bool mayLoad(WebKitNavigationAction* action);
+  void openInPlace(WebKitNavigationAction* action);
   void decideResponse(WebKitPolicyDecision* decision);
+  void refuseFile(const std::string& url);
   void loadChanged(WebKitLoadEvent event);
   gboolean loadFailed(const char* url, const GError* error);
   gboolean certificateRefused(const char* url, GTlsCertificate* certificate,
@@ -39,22 +49,36 @@ private:
   void report(const std::string& url, const std::string& description, const std::string& details);
   void showFailure(const std::string& description);
   void hideFailure();
+  void notify(const std::string& text, const std::string& offered = {});
+  void endNotice();
+  void showDialog(WebKitScriptDialog* dialog);
+  GtkWindow* window() const;
   void showProgress();
   void fitPage();
 
   std::shared_ptr<const ServerTrust> trust_;
   Ref<WebKitNetworkSession> session_;
   Ref<WebKitWebView> page_;
+  /// Holds the page, and above it the notice and what the page asks.
+  GtkOverlay* layers_;
   GtkWidget* progress_;
   GtkWidget* failure_;
   /// While the failure is shown.
   std::optional<Covered> coveredPage_;
+  GtkWidget* notice_ = nullptr;
+  /// The address that the notice offers to the desktop.
+  std::string offered_;
+  std::unique_ptr<PageDialog> dialog_;
   WebViewDelegate* delegate_ = nullptr;
   bool scalesPageToFit_ = false;
   /// Whether the load that is under way was given up; what the page engine says of its end is then
   /// no news.
   bool failed_ = false;
-  std::string failedUrl_;
+  /// Whether the user has pressed something since a link was handed to the desktop.
+  bool pressed_ = false;
+  /// The address of the page that is to be seen; empty when there is none.
+  std::string shownUrl_;
+  std::string retryUrl_;
 };
 
 } // namespace quarnet::platform

@@ -1,6 +1,8 @@
 #include "quarnet/platform/sqlite/PrivateFile.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
@@ -25,6 +27,12 @@ void syncFolder(const Path& folder) {
 
 bool isTrusted(const struct stat& status) {
   return status.st_uid == geteuid() || status.st_uid == 0;
+}
+
+/// Whether a library of 32 bits that counts time in as many, as Debian 12's SQLite does, is refused
+/// a look at the file.
+bool isDatedTooLate(const struct stat& status) {
+  return sizeof(void*) == 4 && std::max(status.st_atime, status.st_mtime) > INT32_MAX;
 }
 
 std::error_code makeFolder(const Path& folder) {
@@ -71,15 +79,18 @@ std::optional<FoundFile> findPrivateFile(const std::string& path, std::string& r
   }
   FoundFile found{.isThere = true};
   struct stat link {};
+  const std::string placePath = "/proc/self/fd/" + std::to_string(place);
   const bool isKnown = lstat(path.c_str(), &link) == 0 && fstat(place, &found.status) == 0;
   if (!isKnown || !S_ISREG(found.status.st_mode)) {
     reason = "this is no plain file";
   } else if (!isTrusted(link) || !isTrusted(found.status)) {
     reason = "this belongs to another user";
   } else if (found.status.st_uid == geteuid() && (found.status.st_mode & 077) != 0) {
-    chmod(("/proc/self/fd/" + std::to_string(place)).c_str(), found.status.st_mode & 0700);
+    chmod(placePath.c_str(), found.status.st_mode & 0700);
     fstat(place, &found.status);
   }
+  if (reason.empty() && isDatedTooLate(found.status))
+    utimensat(AT_FDCWD, placePath.c_str(), nullptr, 0);
   close(place);
   return reason.empty() ? std::optional(found) : std::nullopt;
 }

@@ -121,6 +121,8 @@ TEST(AsyncSendTest, AConnectionOpenedAheadServesTheNextSends) {
     EXPECT_EQ(plain.connections(), 1U);
     client.openConnection(plain.url());
     open(closing.url());
+    for (int waits = 0; closing.connections() < i && waits < 100; ++waits)
+      std::this_thread::sleep_for(50ms);
     EXPECT_EQ(closing.connections(), i);
   }
   // The first connection was made to see whether the server listens.

@@ -27,6 +27,7 @@ Nginx::Nginx(const std::string& directives)
   if (system(certify.c_str()) != 0) throw std::runtime_error("no certificate for nginx");
   std::ofstream(folder_ + "/large") << std::string(kLarge, 'x');
   std::ofstream(folder_ + "/nginx.conf")
+      << "user root;\n" // for root alone, whose namespace may have no other user
       << "daemon off; master_process off; pid nginx.pid; error_log error.log;\n"
       << "events { worker_connections 1024; }\n"
       << "http {\n"

@@ -144,7 +144,7 @@ TEST(SendTest, AFailureSaysWhyAndKeepsWhatHadArrived) {
 
 TEST(SendTest, AnAnswerLargerThanATextCanBeFailsItsCall) {
   WireServer server([](const std::string&) {
-    return "HTTP/1.1 200 OK\r\nContent-Length: 9223372036854775807\r\n\r\nx";
+    return "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(PTRDIFF_MAX) + "\r\n\r\nx";
   });
   CurlHttpClient client({.maximumBodySize = SIZE_MAX});
   for (const bool isAsynchronous : {false, true})
@@ -339,9 +339,8 @@ TEST(SendTest, RedirectsComeToAnEnd) {
     std::this_thread::sleep_for(100ms);
     return moved("/on", "307 Go");
   });
-  const auto start = std::chrono::steady_clock::now();
   EXPECT_TRUE(send(requestFor("GET", slow.url(), {}, 350ms)).error);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, 1500ms);
+  EXPECT_LT(slow.requests().size(), 5U);
 }
 
 } // namespace

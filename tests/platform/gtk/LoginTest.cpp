@@ -1,3 +1,4 @@
+#include "tests/platform/curl/WireServer.h"
 #include "tests/platform/gtk/Screen.h"
 #include "tests/support/Callbacks.h"
 #include "tests/support/LibraryTest.h"
@@ -160,9 +161,34 @@ TEST_F(LoginTest, PortalOpensInTheSystemsBrowser) {
   settle();
   EXPECT_EQ(requests("/sso/openPage.do"), 0);
   EXPECT_EQ(finishedPages(""), 1) << "the page stays as it was";
-  // Nobody opens this; that is a line in the log and nothing else.
-  toolkit_->openExternally("no address at all");
-  EXPECT_TRUE(waitUntil([this] { return lines("Cannot open the browser", "") == 1; }));
+  // Nobody opens this; that is told.
+  toolkit_->openExternally("http://" + test::server().host());
+  ASSERT_TRUE(waitUntil([] { return alert() != nullptr; }));
+  EXPECT_NE(texts(GTK_WIDGET(alert())).find("브라우저가 없습니다"), std::string::npos);
+  EXPECT_EQ(lines("Cannot open the browser", ""), 1);
+  gtk_window_destroy(alert());
+}
+
+TEST_F(LoginTest, NoPageKeepsThePersonIn) {
+  const test::WireServer tricks([](const std::string& request) {
+    return request.starts_with("GET /tricks.html")
+               ? test::answer(pageFile("tricks.html"), "Content-Type: text/html\r\n")
+               : test::WireServer::kSilence;
+  });
+  for (const char* trick : {"alerts", "reloads", "busy", "apps", "keep", "held"}) {
+    SCOPED_TRACE(trick);
+    log_->clear();
+    openAndShow();
+    const std::size_t before = tricks.requests().size();
+    script("location = '" + tricks.url("/tricks.html?") + trick + "'");
+    ASSERT_TRUE(waitUntil([&] { return tricks.requests().size() > before; }));
+    settle();
+    click(160, 500); // the page, which may be loud only then
+    settle();
+    click(290, 42); // the button
+    expectClosed();
+  }
+  EXPECT_TRUE(waitUntil([] { return pageProcesses() == 0; }));
 }
 
 TEST_F(LoginTest, ManyOpeningsLeaveNoViewAndNoProcess) {
@@ -177,8 +203,8 @@ TEST_F(LoginTest, ManyOpeningsLeaveNoViewAndNoProcess) {
     shown.erase(shown.begin()); // the layer that holds the others is the window's own
     for (const char* type : {"WebKitWebView", "GtkOverlay", "AdwBin"})
       std::ranges::copy(this->shown(type), std::back_inserter(shown));
-    EXPECT_EQ(shown.size(), 8u) << "backdrop, panel, title bar, the page in its box, and what "
-                                   "takes the content's place";
+    EXPECT_EQ(shown.size(), 9u) << "backdrop, panel, title bar, the page in its layers, what "
+                                   "takes the place of the content";
     for (GtkWidget* widget : shown) {
       ++views;
       g_object_weak_ref(G_OBJECT(widget), forget, &views);

@@ -1,17 +1,22 @@
 #include "tests/platform/gtk/Screen.h"
 
 #include "quarnet/platform/glib/GlibMainThread.h"
+#include "quarnet/platform/gtk/Ref.h"
 
 #include <chrono>
+#include <fstream>
+#include <iterator>
 
 namespace quarnet::platform {
 namespace {
 
-void run(const std::string& command) {
+std::string run(const std::string& command) {
   int status = -1;
-  ASSERT_TRUE(g_spawn_command_line_sync(command.c_str(), nullptr, nullptr, &status, nullptr))
+  char* output = nullptr;
+  EXPECT_TRUE(g_spawn_command_line_sync(command.c_str(), &output, nullptr, &status, nullptr))
       << command << ": is it installed?";
-  ASSERT_EQ(status, 0) << command;
+  EXPECT_EQ(status, 0) << command;
+  return Chars(output).get();
 }
 
 } // namespace
@@ -53,6 +58,24 @@ std::vector<GtkWidget*> Screen::widgets(GtkWidget* widget, const std::string& ty
   return found;
 }
 
+GtkWidget* Screen::button(const std::string& label) {
+  for (GtkWidget* button : shown("GtkButton"))
+    if (gtk_widget_get_mapped(button) && label == texts(button)) return button;
+  return nullptr;
+}
+
+std::string Screen::texts(GtkWidget* widget) {
+  std::string texts;
+  for (GtkWidget* label : widgets(widget, "GtkLabel"))
+    texts += (texts.empty() ? "" : "\n") + std::string(gtk_label_get_text(GTK_LABEL(label)));
+  return texts;
+}
+
+std::string Screen::pageFile(const std::string& name) {
+  std::ifstream file(QUARNET_PAGES "/" + name);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
 void Screen::script(const std::string& text) {
   ASSERT_FALSE(pages().empty());
   webkit_web_view_evaluate_javascript(WEBKIT_WEB_VIEW(pages().back()), text.c_str(), -1, nullptr,
@@ -77,12 +100,16 @@ GtkWindow* Screen::alert() {
   return nullptr;
 }
 
-void Screen::press(const std::string& key) {
-  run("xdotool key " + key);
+void Screen::press(const std::string& keys) {
+  run("xdotool key " + keys);
 }
 
 void Screen::click(int x, int y) {
   run("xdotool mousemove " + std::to_string(x) + " " + std::to_string(y) + " click 1");
+}
+
+int Screen::colours(const std::string& part) {
+  return std::stoi(run("import -window root -crop " + part + " -format %k info:"));
 }
 
 } // namespace quarnet::platform

@@ -29,6 +29,12 @@ protected:
   std::vector<GtkWidget*> pages() { return shown("WebKitWebView"); }
   /// The notice in place of a page that did not load, to be seen or not.
   GtkWidget* failure() { return shown("AdwStatusPage").at(0); }
+  /// The button with that label that is to be seen; null for none.
+  GtkWidget* button(const std::string& label);
+  /// What the labels in a widget say, one a line.
+  static std::string texts(GtkWidget* widget);
+  /// A page of tests/platform/gtk/pages.
+  static std::string pageFile(const std::string& name);
   /// Runs a script in the page on top.
   void script(const std::string& text);
   /// Where the box of a view lies in the box that holds it, as the screen has it.
@@ -38,8 +44,10 @@ protected:
   static GtkWindow* alert();
 
   /// Real events, as a user's keyboard and mouse send them; at points of the window.
-  void press(const std::string& key);
+  void press(const std::string& keys);
   void click(int x, int y);
+  /// How many colours there are in that part of the screen, "WIDTHxHEIGHT+X+Y".
+  static int colours(const std::string& part);
 
   std::vector<GtkWidget*> shown(const std::string& typeName) {
     return widgets(GTK_WIDGET(window_), typeName);

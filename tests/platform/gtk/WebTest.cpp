@@ -3,10 +3,13 @@
 #include "tests/platform/gtk/Screen.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <gmock/gmock.h>
 
 namespace quarnet::platform {
 namespace {
+
+namespace fs = std::filesystem;
 
 using test::answer;
 using test::WireServer;
@@ -61,6 +64,20 @@ protected:
     settle();
   }
 
+  /// Loads the page of hostile tricks.
+  void loadTricks(const std::string& which = {}) {
+    pages_["/tricks.html"] = page(pageFile("tricks.html"));
+    pages_["/plain.html"] = page(pageFile("plain.html"));
+    pages_["/archive.zip"] = answer("PK", "Content-Type: application/zip\r\n");
+    pages_["/held"] = WireServer::kSilence;
+    load(server_.url("/tricks.html" + which));
+    listener_ = {};
+  }
+  std::string title() { return webkit_web_view_get_title(WEBKIT_WEB_VIEW(pages().at(0))); }
+  bool shows(const std::string& text) {
+    return texts(GTK_WIDGET(window_)).find(text) != std::string::npos;
+  }
+
   std::string lastRequest() const { return server_.requests().back(); }
 
   /// Whole answers by path; there is nothing else on the server.
@@ -105,6 +122,7 @@ TEST_F(WebTest, EveryNavigationIsJudgedRedirectsIncluded) {
 
 TEST_F(WebTest, WhatDoesNotLoadIsReportedAndNeverFinishes) {
   pages_ = {{"/archive", answer("PK", "Content-Type: application/zip\r\n")},
+            {"/loop", answer("", "Location: /loop\r\n", "302 Found")},
             {"/nothing", "HTTP/1.1 204 No Content\r\nContent-Type: application/zip\r\n\r\n"}};
   const std::string gone = WireServer([](int) {}).url();
   show();
@@ -114,6 +132,8 @@ TEST_F(WebTest, WhatDoesNotLoadIsReportedAndNeverFinishes) {
       {"oauths://host/x", ""},
       {"no address at all", ""},
       {server_.url("/archive"), "보여 줄 수 없는 형식입니다."},
+      {server_.url("/nothing"), "빈 답"},
+      {server_.url("/loop"), ""},
   };
   for (const auto& [url, description] : cases) {
     SCOPED_TRACE(url);
@@ -129,6 +149,7 @@ TEST_F(WebTest, WhatDoesNotLoadIsReportedAndNeverFinishes) {
     EXPECT_FALSE(gtk_widget_is_sensitive(pages().at(0)));
   }
   // It can be tried again.
+  load(server_.url("/archive"));
   listener_ = {};
   pages_["/archive"] = page("unpacked");
   press("Return");
@@ -240,6 +261,118 @@ TEST_F(WebTest, EscapeClosesAlsoFromWithinThePage) {
   press("Escape");
   settle();
   EXPECT_EQ(closed, 1) << "a bar that is gone hears no keys";
+  panel->removeFromSuperview();
+}
+
+TEST_F(WebTest, PageAsksInADialogThatFitsAndNamesItsHost) {
+  show();
+  loadTricks();
+  const std::string elsewhere = "http://localhost:" + std::to_string(server_.port()) + "/held";
+  const struct {
+    std::string asked, keys, answer;
+  } cases[] = {
+      {"ask()", "Return", "true"},      {"ask()", "shift+Tab Return", "false"},
+      {"askLong()", "Return", "true"},  {"name()", "x Return", "\"x\""},
+      {"name()", "Tab Return", "null"}, {"away('" + elsewhere + "')", "Return", "true"},
+  };
+  for (const auto& [asked, keys, answer] : cases) {
+    SCOPED_TRACE(asked);
+    script(asked);
+    ASSERT_TRUE(waitUntil([&] { return button("확인") != nullptr; }));
+    settle();
+    EXPECT_TRUE(shows("127.0.0.1의 메시지"));
+    graphene_rect_t place;
+    ASSERT_TRUE(gtk_widget_compute_bounds(button("확인"), GTK_WIDGET(window_), &place));
+    EXPECT_LE(place.origin.x + place.size.width, 320);
+    EXPECT_LE(place.origin.y + place.size.height, 548);
+    EXPECT_FALSE(gtk_widget_is_sensitive(pages().at(0)));
+    press(keys);
+    EXPECT_TRUE(waitUntil([&] { return title() == answer; })) << title();
+    EXPECT_EQ(button("확인"), nullptr);
+    EXPECT_EQ(gtk_window_get_focus(window_), pages().at(0));
+  }
+}
+
+TEST_F(WebTest, LinkThatIsNoPageLeavesThePage) {
+  const fs::path opened = fs::path(g_get_user_data_dir()) / "opened"; // by with-display's program
+  const sandbox::Server doubted;
+  fs::remove(opened);
+  show();
+  loadTricks();
+  for (const char* link : {"mail", "phone", "blank", "app"}) {
+    SCOPED_TRACE(link);
+    script(std::string("cover(") + link + ")");
+    settle();
+    click(160, 300);
+    ASSERT_TRUE(waitUntil([&] { return alert() != nullptr || fs::exists(opened); }));
+    EXPECT_EQ(alert() == nullptr, link == std::string("mail"));
+    EXPECT_TRUE(waitUntil([&] { return shows("열려고 합니다: mailto"); })) << "one link at a press";
+    settle();
+    if (alert() != nullptr) gtk_window_destroy(alert());
+    fs::remove(opened);
+    settle();
+  }
+  EXPECT_THAT(listener_.failed, IsEmpty());
+  const std::pair<std::string, const char*> cases[] = {
+      {"archive.click()", "파일을 받을 수 없습니다"},
+      {"dead.click()", "name.invalid"},
+      {"save.click()", "파일을 받을 수 없습니다"},
+      {"location = 'https://" + doubted.host() + "'", "인증서"},
+      {"print()", "인쇄할 수 없습니다"},
+  };
+  for (const auto& [what, told] : cases) {
+    script("setTimeout(() => {" + what + "}, 1)");
+    EXPECT_TRUE(waitUntil([&, text = told] { return shows(text); })) << what;
+    EXPECT_FALSE(gtk_widget_get_mapped(failure())) << what;
+    EXPECT_EQ(title(), "tricks");
+  }
+  EXPECT_EQ(listener_.failed.size(), 3u) << "archive, dead link and certificate";
+  // What a page opens by itself is offered.
+  listener_ = {};
+  loadTricks("?apps");
+  EXPECT_EQ(alert(), nullptr);
+  ASSERT_NE(button("열기"), nullptr);
+  g_signal_emit_by_name(button("열기"), "clicked");
+  ASSERT_TRUE(waitUntil([] { return alert() != nullptr; }));
+  EXPECT_THAT(texts(GTK_WIDGET(alert())), HasSubstr("프로그램이 없습니다"));
+  gtk_window_destroy(alert());
+  // No bad link is tried again.
+  script("dead.click()");
+  ASSERT_TRUE(waitUntil([&] { return shows("name.invalid"); }));
+  webkit_web_view_terminate_web_process(WEBKIT_WEB_VIEW(pages().at(0)));
+  ASSERT_TRUE(waitUntil([&] { return gtk_widget_get_mapped(failure()); }));
+  listener_ = {};
+  g_signal_emit_by_name(button("다시 시도"), "clicked");
+  ASSERT_TRUE(waitUntil([&] { return !listener_.finished.empty(); }));
+  EXPECT_THAT(listener_.finished, ElementsAre(server_.url("/tricks.html?apps")));
+}
+
+TEST_F(WebTest, WindowOfAPageOpensInPlace) {
+  show();
+  loadTricks("?popups");
+  EXPECT_EQ(title(), "0") << "by a page of its own accord";
+  script("file.click()");
+  settle();
+  EXPECT_THAT(listener_.asked, IsEmpty());
+  script("trick.keep(); popUp()");
+  ASSERT_TRUE(waitUntil([&] { return !listener_.finished.empty(); }));
+  EXPECT_THAT(listener_.finished, ElementsAre(server_.url("/plain.html")));
+}
+
+TEST_F(WebTest, PageWithoutABackgroundLeavesNoTraces) {
+  pages_ = {{"/plain.html", page(pageFile("plain.html"))}};
+  show();
+  const auto panel = toolkit_->makeView();
+  panel->setFrame({0, 0, 320, 568});
+  panel->setBackgroundColor({0.5, 0.5, 0.5, 1});
+  panel->addSubview(view_);
+  toolkit_->keyWindow()->addSubview(panel);
+  load(server_.url("/plain.html"));
+  EXPECT_GT(colours("300x400+5+60"), 1);
+  script("document.body.innerHTML = ''");
+  settle();
+  settle();
+  EXPECT_EQ(colours("300x400+5+60"), 1);
   panel->removeFromSuperview();
 }
 

@@ -46,6 +46,8 @@ readonly page="document text '로그인[^']*'" retry="push button '다시 시도
 start_sandbox "$2"
 "$3" >"$folder/demo.log" 2>&1 &
 demo_pid=$!
+has_window() { xdotool search --onlyvisible --pid "$demo_pid" >/dev/null; }
+until_true "the window opens" has_window
 xdotool mousemove 200 300 # without a window manager, keys go to the window under the pointer
 focus "the application's button has the focus" "$sign_in"
 

@@ -5,6 +5,7 @@ name in quotes, and which of "focused" and "sensitive" it is."""
 import sys
 
 import pyatspi
+from gi.repository import GLib
 
 SHOWN = {pyatspi.STATE_FOCUSED: "focused", pyatspi.STATE_SENSITIVE: "sensitive"}
 
@@ -18,6 +19,9 @@ def show(node):
         show(child)
 
 
-for application in pyatspi.Registry.getDesktop(0):
-    if application is not None and application.get_process_id() == int(sys.argv[1]):
-        show(application)
+try:
+    for application in pyatspi.Registry.getDesktop(0):
+        if application is not None and application.get_process_id() == int(sys.argv[1]):
+            show(application)
+except GLib.GError:
+    sys.exit(1)  # something went away meanwhile

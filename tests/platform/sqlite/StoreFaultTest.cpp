@@ -140,7 +140,7 @@ TEST_P(ObstacleTest, KeepsTheValuesSaysItOnceAndSavesThemLater) {
   sqlite3* other = nullptr;
   sqlite3_open(path.c_str(), &other);
   ASSERT_EQ(sqlite3_exec(other, sql, nullptr, nullptr, nullptr), SQLITE_OK);
-  if (!run(put)) GTEST_SKIP() << "not to be had here";
+  if (!run(put)) GTEST_SKIP() << "this system or user cannot make it";
   for (auto* const opened : {&store, &reader}) {
     if (isForAnOpening) *opened = std::make_unique<SqliteUserDefaults>(path);
   }
@@ -205,7 +205,7 @@ TEST_F(StoreFaultTest, ADamagedFileIsMovedAsideAndNeverHalfUsed) {
   const fs::path whole = root / "whole";
   saveGeneration(*std::make_unique<SqliteUserDefaults>(whole), 6);
   const std::uintmax_t size = fs::file_size(whole);
-  const auto overwritten = [](std::size_t from, std::size_t count, char byte) {
+  const auto overwritten = [](std::uintmax_t from, std::size_t count, char byte) {
     return [=](const fs::path& path) {
       std::fstream(path).seekp(static_cast<long>(from)) << std::string(count, byte);
     };
@@ -254,7 +254,9 @@ TEST_F(StoreFaultTest, RootsFileMayBeReadByAll) {
     SqliteUserDefaults store(path);
     return storedGeneration(store) == 1 ? 0 : 1;
   });
-  EXPECT_EQ(statusOf(child), 0);
+  const int status = statusOf(child);
+  if (status == 2) GTEST_SKIP() << "this namespace has no other user";
+  EXPECT_EQ(status, 0);
 }
 
 } // namespace

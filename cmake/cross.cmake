@@ -1,0 +1,35 @@
+# Builds for another processor, QUARNET_TARGET (arm64 or armhf), with Debian's cross compiler and the
+# packages that scripts/sysroot unpacked; the programs are run by QEMU. Used by the presets of that name.
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES QUARNET_TARGET)
+set(CMAKE_SYSTEM_NAME Linux)
+if(QUARNET_TARGET STREQUAL "arm64")
+  set(CMAKE_SYSTEM_PROCESSOR aarch64)
+  set(triplet aarch64-linux-gnu)
+  set(qemu qemu-aarch64-static)
+elseif(QUARNET_TARGET STREQUAL "armhf")
+  set(CMAKE_SYSTEM_PROCESSOR armv7l)
+  set(triplet arm-linux-gnueabihf)
+  set(qemu qemu-arm-static)
+  set(CMAKE_CXX_FLAGS_INIT -Wno-psabi) # notes on what changed with GCC 7
+else()
+  message(FATAL_ERROR "QUARNET_TARGET is arm64 or armhf")
+endif()
+
+set(CMAKE_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../build/sysroot/${QUARNET_TARGET})
+cmake_path(NORMAL_PATH CMAKE_SYSROOT)
+if(NOT EXISTS ${CMAKE_SYSROOT}/packages)
+  message(FATAL_ERROR "There are no packages of ${QUARNET_TARGET}: scripts/sysroot ${QUARNET_TARGET} fetches them")
+endif()
+set(CMAKE_CXX_COMPILER ${triplet}-g++)
+set(CMAKE_LIBRARY_ARCHITECTURE ${triplet})
+set(CMAKE_CROSSCOMPILING_EMULATOR ${qemu} -L ${CMAKE_SYSROOT})
+
+# Programs are this system's; all else is in the sysroot, or where CMAKE_PREFIX_PATH says.
+list(APPEND CMAKE_FIND_ROOT_PATH ${CMAKE_PREFIX_PATH})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+foreach(kind LIBRARY INCLUDE PACKAGE)
+  set(CMAKE_FIND_ROOT_PATH_MODE_${kind} ONLY)
+endforeach()
+set(ENV{PKG_CONFIG_PATH} "")
+set(ENV{PKG_CONFIG_SYSROOT_DIR} ${CMAKE_SYSROOT})
+set(ENV{PKG_CONFIG_LIBDIR} ${CMAKE_SYSROOT}/usr/lib/${triplet}/pkgconfig:${CMAKE_SYSROOT}/usr/share/pkgconfig)
