@@ -4,6 +4,7 @@
 #include "Indented.h"
 
 #include <glib/gi18n.h>
+#include <quarnet/platform/gtk/GtkToolkit.h>
 
 namespace demo {
 namespace {
@@ -99,9 +100,8 @@ GtkWidget* DemoWindow::makeSignInPage() {
   GtkWidget* page = adw_status_page_new();
   adw_status_page_set_icon_name(ADW_STATUS_PAGE(page), "avatar-default-symbolic");
   adw_status_page_set_title(ADW_STATUS_PAGE(page), _("Please Sign In"));
-  adw_status_page_set_description(ADW_STATUS_PAGE(page),
-                                  _("To use the API, sign in first.\n"
-                                    "The Esc key closes the login screen, too."));
+  adw_status_page_set_description(ADW_STATUS_PAGE(page), _("To use the API, sign in first.\n"
+                                                           "Esc also closes the login screen."));
   adw_status_page_set_child(ADW_STATUS_PAGE(page), signInButton_);
   return page;
 }
@@ -194,10 +194,7 @@ void DemoWindow::tell(const Message& message) {
   if (message.text.empty()) return;
   if (message.why.empty()) return toast(message.text);
   // As long as a server likes, and to be read as long as that takes.
-  GtkWidget* dialog = adw_message_dialog_new(window_, message.text.c_str(), message.why.c_str());
-  adw_message_dialog_add_response(ADW_MESSAGE_DIALOG(dialog), "close", _("_Close"));
-  gtk_window_set_destroy_with_parent(GTK_WINDOW(dialog), TRUE);
-  gtk_window_present(GTK_WINDOW(dialog));
+  quarnet::platform::GtkToolkit().showAlert(message.text, message.why, _("_Close"), nullptr);
 }
 
 void DemoWindow::toast(const std::string& text) {

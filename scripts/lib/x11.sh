@@ -15,3 +15,4 @@ dialog_is_open() { [[ -n "$(front)" && "$(front)" != "$window" ]]; }
 dialog_is_gone() { [[ "$(front)" == "$window" ]]; }
 # click X Y: at a point of the window.
 click() { xdotool mousemove --window "$window" "$1" "$2" click 1; }
+close_window() { key alt+F4; }
