@@ -11,6 +11,7 @@
 #include "quarnet/oauth/TokenAddresses.h"
 #include "quarnet/oauth/TokenAnswer.h"
 #include "quarnet/oauth/TokenRecordStore.h"
+#include "quarnet/platform/ForkCount.h"
 #include "quarnet/platform/LogPieces.h"
 #include "quarnet/platform/Platform.h"
 
@@ -45,7 +46,9 @@ OAuthInfoManager& OAuthInfoManager::sharedInstance() {
   return *instance;
 }
 
-OAuthInfoManager::OAuthInfoManager() : registration_(std::make_shared<Registration>()) {}
+OAuthInfoManager::OAuthInfoManager() : registration_(std::make_shared<Registration>()) {
+  platform::holdInForks(mutex_);
+}
 
 OAuthInfoManager& OAuthInfoManager::init() {
   OAuthInfo::sharedInstance();

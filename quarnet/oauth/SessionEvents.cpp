@@ -1,6 +1,7 @@
 #include "quarnet/oauth/SessionEvents.h"
 
 #include "quarnet/core/NotEnoughMemory.h"
+#include "quarnet/platform/ForkCount.h"
 #include "quarnet/platform/Guarded.h"
 
 #include <deque>
@@ -28,7 +29,11 @@ struct State {
 };
 
 State& state() {
-  static State* const instance = new State;
+  static State* const instance = [] {
+    auto* const made = new State;
+    platform::holdInForks(made->mutex);
+    return made;
+  }();
   return *instance;
 }
 

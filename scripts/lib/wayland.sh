@@ -16,5 +16,5 @@ dialog_is_open() { at_rest ''; }
 dialog_is_gone() { at_rest '' && click 210 10; }
 # click X Y: at a point of the content, which is 420 points wide and in the middle.
 click() { xdotool mousemove $((240 + $1)) "$2" click 1; }
-# This shell has no key for it; the button is at the end of the header bar.
-close_window() { xdotool mousemove 877 22 click 1; }
+# By the window's own button.
+close_window() { xdotool mousemove 876 24 click 1; }
