@@ -1,6 +1,7 @@
 #include "quarnet/client/TokenRefresh.h"
 
 #include "quarnet/client/CallErrors.h"
+#include "quarnet/client/Worker.h"
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Utf8.h"
 #include "quarnet/oauth/ReissueTurn.h"
@@ -37,7 +38,7 @@ std::optional<ApiError> take(const HttpResult& answer, const Text& refreshToken)
   if (const auto taken = readIssuedTokens(answer.body, TokenRecordStore::fields())) {
     if (TokenRecordStore::takeInPlaceOf(refreshToken, *taken)) TokenRecordStore::save();
   } else if (isTokenRefusal(answer)) {
-    TokenRecordStore::lose(refreshToken);
+    if (!TokenRecordStore::catchUp(refreshToken)) TokenRecordStore::lose(refreshToken);
   } else {
     return refusal(answer);
   }
@@ -93,10 +94,21 @@ void TokenRefresh::begin(const Text& refreshToken, const Text& stale) {
   };
   const auto fail = [this, refreshToken] { tell(refreshToken, tooLarge()); };
   const auto whenFree = [look, fail] { withinMemory(look, fail); };
-  if (withinMemory([&] { return ReissueTurn::take(refreshToken, whenFree); },
-                   [&] { return fail(), false; })) {
-    send(refreshToken);
+  if (!withinMemory([&] { return ReissueTurn::take(refreshToken, whenFree); },
+                    [&] { return fail(), false; })) {
+    return;
   }
+  const auto send = [this, refreshToken] { sendUnlessReplaced(refreshToken); };
+  if (!withinMemory([&] { return runOnWorker(send); }, [] { return false; })) {
+    finish(refreshToken, tooLarge());
+  }
+}
+
+void TokenRefresh::sendUnlessReplaced(const Text& refreshToken) {
+  const auto catchUp = [&] { return TokenRecordStore::catchUp(refreshToken); };
+  if (!withinMemory(catchUp, [] { return false; })) return send(refreshToken);
+  finish(refreshToken, withinMemory([] { return problemOf(TokenRecordStore::fields()); },
+                                    [] { return std::optional<ApiError>(tooLarge()); }));
 }
 
 void TokenRefresh::send(const Text& refreshToken) {
