@@ -11,6 +11,8 @@
 #include "quarnet/platform/OfProcess.h"
 #include "quarnet/platform/Platform.h"
 
+#include <chrono>
+#include <cstdlib>
 #include <utility>
 
 namespace quarnet {
@@ -125,6 +127,8 @@ void TokenRefresh::send(const Text& refreshToken) {
                      withinMemory([&] { return take(answer, refreshToken); },
                                   [] { return std::optional<ApiError>(tooLarge()); }));
             });
+        // After the transport's own, and so run before it.
+        static const int once [[maybe_unused]] = std::atexit([] { shared().waitAtExit(); });
       },
       [&] { finish(refreshToken, tooLarge()); });
 }
@@ -142,6 +146,13 @@ void TokenRefresh::tell(const Text& refreshToken, const std::optional<ApiError>&
   }
   for (const Done& done : ended.mapped())
     done(problem);
+  told_.notify_all();
+}
+
+void TokenRefresh::waitAtExit() {
+  constexpr std::chrono::seconds kPatience{5};
+  std::unique_lock lock(mutex_);
+  told_.wait_for(lock, kPatience, [this] { return waiting_.empty(); });
 }
 
 } // namespace quarnet

@@ -3,6 +3,7 @@
 #include "quarnet/client/ApiError.h"
 #include "quarnet/core/Types.h"
 
+#include <condition_variable>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -16,7 +17,8 @@ namespace quarnet {
 ///
 /// A reissue that was begun is not cancelled, and one of OAuthInfoManager's serves as well. What it
 /// brings is in the record and in the store before anyone is told. So does what another process had
-/// reissued and saved. Safe from any
+/// reissued and saved. A process that ends by exit() or by returning from main waits for the
+/// answer, five seconds at most: the server may take the old refresh token no more. Safe from any
 /// thread.
 class TokenRefresh {
 public:
@@ -40,8 +42,10 @@ private:
   void send(const Text& refreshToken);
   void finish(const Text& refreshToken, const std::optional<ApiError>& problem);
   void tell(const Text& refreshToken, const std::optional<ApiError>& problem);
+  void waitAtExit();
 
   std::mutex mutex_;
+  std::condition_variable told_;
   /// Who waits for the reissue under which refresh token; it is under way when anybody waits. After
   /// a sign-in the one of the session before may still be.
   std::map<std::string, std::vector<Done>> waiting_;
