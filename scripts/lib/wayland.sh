@@ -22,6 +22,7 @@ close_window() { xdotool mousemove 876 24 click 1; }
 # start_demo_at WIDTH HEIGHT: on a screen of that size, which its window fills.
 start_demo_at() {
   stop "$desktop_pid"
+  xdotool mousemove 160 100 # the compositor has the keyboard where it has the mouse
   start_desktop "$@"
   start_demo
 }
