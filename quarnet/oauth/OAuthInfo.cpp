@@ -3,6 +3,7 @@
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Text.h"
 #include "quarnet/core/Wipe.h"
+#include "quarnet/platform/ForkCount.h"
 #include "quarnet/platform/LogPieces.h"
 #include "quarnet/platform/Platform.h"
 
@@ -31,7 +32,10 @@ auto wholeInfo(const auto& fields) {
 } // namespace
 
 OAuthInfo& OAuthInfo::sharedInstance() {
-  static OAuthInfo* const instance = new OAuthInfo;
+  static OAuthInfo* const instance = [] {
+    platform::openAcrossForks<sharedMutex>();
+    return new OAuthInfo;
+  }();
   return *instance;
 }
 

@@ -11,6 +11,7 @@
 #include "quarnet/oauth/TokenAddresses.h"
 #include "quarnet/oauth/TokenAnswer.h"
 #include "quarnet/oauth/TokenRecordStore.h"
+#include "quarnet/platform/ForkCount.h"
 #include "quarnet/platform/LogPieces.h"
 #include "quarnet/platform/Platform.h"
 
@@ -41,7 +42,10 @@ bool failForMemory() {
 } // namespace
 
 OAuthInfoManager& OAuthInfoManager::sharedInstance() {
-  static OAuthInfoManager* const instance = &(new OAuthInfoManager)->init();
+  static OAuthInfoManager* const instance = [] {
+    platform::openAcrossForks<sharedMutex>();
+    return &(new OAuthInfoManager)->init();
+  }();
   return *instance;
 }
 

@@ -193,6 +193,7 @@ private:
   };
 
   OAuthInfoManager();
+  static std::mutex& sharedMutex() { return sharedInstance().mutex_; }
 
   Text read(Text Fields::*field) const;
   void write(Text Fields::*field, Text value);

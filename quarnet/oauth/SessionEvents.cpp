@@ -2,6 +2,7 @@
 
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/platform/Guarded.h"
+#include "quarnet/platform/OfProcess.h"
 
 #include <deque>
 #include <mutex>
@@ -27,9 +28,9 @@ struct State {
   bool isTelling = false;
 };
 
+/// A forked child begins without observers: those that it inherited are its parent's.
 State& state() {
-  static State* const instance = new State;
-  return *instance;
+  return platform::ofProcess<State>();
 }
 
 } // namespace

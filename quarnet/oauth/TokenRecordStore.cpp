@@ -4,6 +4,7 @@
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/oauth/SessionEvents.h"
 #include "quarnet/oauth/TokenAnswer.h"
+#include "quarnet/platform/ForkCount.h"
 #include "quarnet/platform/OfProcess.h"
 #include "quarnet/platform/Platform.h"
 
@@ -15,7 +16,15 @@ namespace quarnet {
 namespace {
 
 /// Held while the record and the store are made equal.
-constinit std::mutex copying;
+std::mutex& copying() {
+  static constinit std::mutex mutex;
+  [[maybe_unused]] static const bool isOpen = [] {
+    OAuthInfo::sharedInstance(); // its lock is taken inside this one
+    platform::openAcrossForks<copying>();
+    return true;
+  }();
+  return mutex;
+}
 /// How often they were; changed under the lock.
 constinit std::atomic<std::uint64_t> copies = 0;
 
@@ -34,7 +43,7 @@ Saving& saving() {
 void noteSaved(std::uint64_t taken) {
   std::vector<std::function<void()>> ready;
   {
-    const std::lock_guard lock(copying);
+    const std::lock_guard lock(copying());
     if (taken > saving().saved) saving().saved = taken;
     if (TokenRecordStore::isSaved()) ready.swap(saving().waiting);
   }
@@ -55,12 +64,12 @@ platform::UserDefaults& store() {
 } // namespace
 
 void TokenRecordStore::take(OAuthInfo::Fields taken, SessionEvent event) {
-  const std::lock_guard lock(copying);
+  const std::lock_guard lock(copying());
   takeLocked(taken, event);
 }
 
 bool TokenRecordStore::takeInPlaceOf(const Text& refreshToken, OAuthInfo::Fields taken) {
-  const std::lock_guard lock(copying);
+  const std::lock_guard lock(copying());
   if (fields().refreshToken != refreshToken) return false;
   takeLocked(taken, SessionEvent::Reissued);
   return true;
@@ -90,7 +99,7 @@ Text TokenRecordStore::clear() {
 
 void TokenRecordStore::lose(const Text& refreshToken) {
   {
-    const std::lock_guard lock(copying);
+    const std::lock_guard lock(copying());
     if (!isToken(refreshToken) || refreshToken == lost()) return;
     if (fields().refreshToken != refreshToken) return;
     lost() = refreshToken;
@@ -100,12 +109,12 @@ void TokenRecordStore::lose(const Text& refreshToken) {
 }
 
 bool TokenRecordStore::isLost(const Text& refreshToken) {
-  const std::lock_guard lock(copying);
+  const std::lock_guard lock(copying());
   return refreshToken && refreshToken == lost();
 }
 
 void TokenRecordStore::forgetLoss() {
-  const std::lock_guard lock(copying);
+  const std::lock_guard lock(copying());
   lost().reset();
 }
 
@@ -117,7 +126,7 @@ template <class Change>
 void TokenRecordStore::saveAfter(const Change& change) {
   std::uint64_t taken = 0;
   const auto set = [&] {
-    const std::lock_guard lock(copying);
+    const std::lock_guard lock(copying());
     taken = saving().taken;
     change();
     toStore(fields());
@@ -135,7 +144,7 @@ bool TokenRecordStore::isSaved() {
 
 void TokenRecordStore::whenSaved(std::function<void()> ready) {
   {
-    const std::lock_guard lock(copying);
+    const std::lock_guard lock(copying());
     if (!isSaved()) return saving().waiting.push_back(std::move(ready));
   }
   ready();
@@ -147,7 +156,7 @@ void TokenRecordStore::restore() {
                                    VORNEL_OAUTH_END_EXPIRES_IN, VORNEL_OAUTH_EXPIRES_SYSTIME};
   auto stored = store().values(keys);
   if (!stored || stored->size() != std::size(keys)) return;
-  const std::lock_guard lock(copying);
+  const std::lock_guard lock(copying());
   if (copies != before) return;
   OAuthInfo::Fields tokens;
   tokens.accessToken.swap((*stored)[0]);
