@@ -248,7 +248,8 @@ int Transfer::onSocketMade(void* transfer, curl_socket_t, curlsocktype) {
 // Called before each time that a request is sent.
 int Transfer::onStart(void* transfer, char* farAddress, char*, int farPort, int nearPort) {
   auto& self = *static_cast<Transfer*>(transfer);
-  if (!self.handle_.mayStart()) return CURL_PREREQFUNC_ABORT;
+  // Where libcurl starts over, the request was sent before, which what follows takes note of.
+  if (self.starts_ == 0 && !self.handle_.mayStart()) return CURL_PREREQFUNC_ABORT;
   const bool isFirst = ++self.starts_ == 1;
   if (self.goaways_ != nullptr && isEncrypted(self.hop_.url)) {
     const Goaways::Connection connection{farAddress, farPort, nearPort};
