@@ -4,6 +4,7 @@
 
 #include <adwaita.h>
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace quarnet::platform {
@@ -55,6 +56,12 @@ double controlsHeight(GtkWidget* stage) {
   return gtk_widget_get_next_sibling(stage) == nullptr ? 0 : 20;
 }
 
+/// A scale, at most a little smaller, at which a length ends with a point: in a part of one, every
+/// view shines through those above it.
+float toWholePoints(double length, double scale) {
+  return static_cast<float>(std::floor(length * scale) / std::max(1.0, length));
+}
+
 /// Puts the layer into the middle of the stage, smaller if it has to be; what it leaves free for
 /// the system is then not too low for the window's buttons.
 void layOutStage(GtkWidget* stage, int width, int height, int) {
@@ -71,8 +78,8 @@ void layOutStage(GtkWidget* stage, int width, int height, int) {
       static_cast<float>(static_cast<int>(top))};
   GskTransform* transform = gsk_transform_translate(nullptr, &origin);
   if (scale < 1)
-    transform =
-        gsk_transform_scale(transform, static_cast<float>(scale), static_cast<float>(scale));
+    transform = gsk_transform_scale(transform, toWholePoints(bounds.width, scale),
+                                    toWholePoints(bounds.height, scale));
   gtk_widget_measure(layer, GTK_ORIENTATION_HORIZONTAL, -1, nullptr, nullptr, nullptr, nullptr);
   gtk_widget_allocate(layer, static_cast<int>(bounds.width), static_cast<int>(bounds.height), -1,
                       transform);
