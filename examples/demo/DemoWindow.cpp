@@ -2,9 +2,9 @@
 
 #include "ApiCalls.h"
 #include "Indented.h"
-#include "Messages.h"
 
 #include <glib/gi18n.h>
+#include <quarnet/platform/gtk/GtkToolkit.h>
 
 namespace demo {
 namespace {
@@ -99,10 +99,9 @@ GtkWidget* DemoWindow::makeSignInPage() {
 
   GtkWidget* page = adw_status_page_new();
   adw_status_page_set_icon_name(ADW_STATUS_PAGE(page), "avatar-default-symbolic");
-  adw_status_page_set_title(ADW_STATUS_PAGE(page), _("You Are Signed Out"));
-  adw_status_page_set_description(ADW_STATUS_PAGE(page),
-                                  _("To use the API, sign in first.\n"
-                                    "The Esc key closes the login screen, too."));
+  adw_status_page_set_title(ADW_STATUS_PAGE(page), _("Please Sign In"));
+  adw_status_page_set_description(ADW_STATUS_PAGE(page), _("To use the API, sign in first.\n"
+                                                           "Esc also closes the login screen."));
   adw_status_page_set_child(ADW_STATUS_PAGE(page), signInButton_);
   return page;
 }
@@ -191,15 +190,20 @@ void DemoWindow::showPage(const char* name) {
   if (name == std::string(kCallsPage)) gtk_widget_child_focus(actions_, GTK_DIR_TAB_FORWARD);
 }
 
-void DemoWindow::tell(const std::string& text) {
-  if (text.empty()) return;
+void DemoWindow::tell(const Message& message) {
+  if (message.text.empty()) return;
+  if (message.why.empty()) return toast(message.text);
+  // As long as a server likes, and to be read as long as that takes.
+  quarnet::platform::GtkToolkit().showAlert(message.text, message.why, _("_Close"), nullptr);
+}
+
+void DemoWindow::toast(const std::string& text) {
   // The newest matters; the one before does not keep it waiting.
   if (toast_ != nullptr) adw_toast_dismiss(toast_);
-  // In as many lines as it takes, since what a server says is long.
+  // A toast that is wider than the window is cut off, and a window may be as narrow as this.
   GtkWidget* label = gtk_label_new(text.c_str());
   gtk_label_set_wrap(GTK_LABEL(label), TRUE);
-  gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
-  gtk_label_set_max_width_chars(GTK_LABEL(label), 36); // which the window has room for
+  gtk_label_set_max_width_chars(GTK_LABEL(label), 24);
   gtk_widget_add_css_class(label, "heading");
   AdwToast* toast = adw_toast_new("");
   adw_toast_set_custom_title(toast, label);

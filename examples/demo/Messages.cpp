@@ -21,52 +21,51 @@ std::string reasonOf(const SignIn& end) {
 
 } // namespace
 
-std::string messageOf(const quarnet::ApiError& error) {
+Message messageOf(const quarnet::ApiError& error) {
   switch (error.kind) {
   case ApiErrorKind::InvalidCall:
-    return taken(g_strdup_printf(_("The request cannot be sent: %s"), error.text.c_str()));
+    return {_("The request cannot be sent."), error.text};
   case ApiErrorKind::SignedOut:
-    return _("Your session has expired. Sign in again.");
+    return {_("Your session has expired. Sign in again.")};
   case ApiErrorKind::KeyNotHad:
-    return _("The server cannot be reached, or it gave no key.");
+    return {_("The server cannot be reached, or it gave no key.")};
   case ApiErrorKind::NoConnection:
-    return _("The server cannot be reached.");
+    return {_("The server cannot be reached.")};
   case ApiErrorKind::TimedOut:
-    return _("The server did not answer in time.");
+    return {_("The server did not answer in time.")};
   case ApiErrorKind::Refused:
-    return taken(g_strdup_printf(_("The server refused the request (%ld)."), error.status));
+    return {taken(g_strdup_printf(_("The server refused the request (%ld)."), error.status))};
   case ApiErrorKind::NotUtf8:
-    return _("The server's answer cannot be read.");
+    return {_("The server's answer cannot be read.")};
   case ApiErrorKind::Cancelled:
-    return _("Cancelled.");
+    return {_("Cancelled.")};
   case ApiErrorKind::TooLarge:
-    return _("The request or its answer is too large.");
+    return {_("The request or its answer is too large.")};
   }
-  return error.description();
+  return {error.description()};
 }
 
-std::string messageOf(const SignIn& end) {
+Message messageOf(const SignIn& end) {
   switch (end.ending) {
   case SignIn::Ending::Done:
-    return _("You are signed in.");
+    return {_("You are signed in.")};
   case SignIn::Ending::Continued:
-    return _("Welcome back: you are still signed in.");
+    return {_("Welcome back: you are still signed in.")};
   case SignIn::Ending::Closed:
   case SignIn::Ending::Refused:
     break;
   case SignIn::Ending::ExchangeFailed:
-    return taken(g_strdup_printf(_("You could not be signed in: %s"), reasonOf(end).c_str()));
+    return {_("You could not be signed in."), reasonOf(end)};
   case SignIn::Ending::NoScreen:
-    return taken(g_strdup_printf(_("The login screen cannot be opened: %s"), end.text.c_str()));
+    return {_("The login screen cannot be opened."), end.text};
   }
   return {};
 }
 
-std::string messageOf(const SignOut& end) {
+Message messageOf(const SignOut& end) {
   if (end.ending == SignOut::Ending::NotConfirmed)
-    return taken(
-        g_strdup_printf(_("You are signed out on this device only: %s"), end.text.c_str()));
-  return _("You are signed out.");
+    return {_("You are signed out on this device only."), end.text};
+  return {_("You are signed out.")};
 }
 
 } // namespace demo

@@ -18,18 +18,3 @@ dialog_is_gone() { at_rest '' && click 210 10; }
 click() { xdotool mousemove $((240 + $1)) "$2" click 1; }
 # By the window's own button.
 close_window() { xdotool mousemove 876 24 click 1; }
-
-# Only the keys that the display had at the compositor's start are known: any other letter is
-# entered by its number.
-text() {
-  local i letter
-  for ((i = 0; i < ${#1}; ++i)); do
-    letter=${1:i:1}
-    if [[ "$letter" == [[:ascii:]] ]]; then
-      xdotool type "$letter"
-    else
-      # shellcheck disable=SC2046
-      xdotool key --delay 30 ctrl+shift+u $(printf %x "'$letter" | sed 's/./& /g') space
-    fi
-  done
-}

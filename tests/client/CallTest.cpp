@@ -246,6 +246,7 @@ TEST_F(ClientCall, MayEndInsideItsLambdaAndTellsACancel) {
   });
   library_.run();
   EXPECT_THAT(outcomes, ElementsAre("200 ok"));
+  on().hang();
   Handle cancelled = Client().send({.url = kUrl}).then(keep);
   cancelled.cancel();
   std::stop_source stop;
