@@ -6,6 +6,7 @@
 #include <adwaita.h>
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace quarnet::platform {
 namespace {
@@ -21,6 +22,23 @@ struct Answer {
     if (const auto once = std::exchange(pressed, nullptr)) once();
   }
 };
+
+constexpr char kIsAlert[] = "quarnet-alert";
+
+/// The messages over the window of `pressed`, but for that one.
+std::vector<Ref<GtkWindow>> othersThan(GtkWindow* pressed) {
+  std::vector<Ref<GtkWindow>> others;
+  GList* const windows = gtk_window_list_toplevels();
+  for (const GList* entry = windows; entry != nullptr; entry = entry->next) {
+    auto* const one = GTK_WINDOW(entry->data);
+    if (one != pressed && g_object_get_data(G_OBJECT(one), kIsAlert) != nullptr &&
+        gtk_window_get_transient_for(one) == gtk_window_get_transient_for(pressed)) {
+      others.push_back(retain(one));
+    }
+  }
+  g_list_free(windows);
+  return others;
+}
 
 /// The height that a message may take beside its title and its button.
 int roomForMessage(GtkWindow* window) {
@@ -44,10 +62,14 @@ GtkWindow* showAlertDialog(GtkWindow* window, const std::string& title, const st
 
   const auto give = +[](Answer* answer) { answer->give(); };
   auto* answer = new Answer{std::move(pressed)};
+  g_object_set_data(G_OBJECT(dialog), kIsAlert, dialog);
   g_signal_connect_data(
-      dialog, "response",
-      G_CALLBACK(+[](GtkWidget*, const char*, Answer* given) { given->give(); }), answer,
-      [](gpointer data, GClosure*) { delete static_cast<Answer*>(data); }, GConnectFlags{});
+      dialog, "response", G_CALLBACK(+[](GtkWindow* given, const char*, Answer* its) {
+        its->give();
+        for (const auto& other : othersThan(given))
+          gtk_window_destroy(other.get());
+      }),
+      answer, [](gpointer data, GClosure*) { delete static_cast<Answer*>(data); }, GConnectFlags{});
   g_signal_connect_swapped(dialog, "destroy", G_CALLBACK(give), answer);
   gtk_window_present(GTK_WINDOW(dialog));
   return GTK_WINDOW(dialog);

@@ -135,6 +135,13 @@ TEST_F(ViewTest, AlertIsPressedOnceHoweverItIsPutAway) {
     tail.append(20'000, 'x');
   }
   window_ = GTK_WINDOW(gtk_window_new());
+
+  int answered = 0; // one press is for all
+  for (int i = 0; i < 3; ++i)
+    toolkit_->showAlert("denied", "", "확인", [&] { ++answered; });
+  settle();
+  press("Return");
+  EXPECT_TRUE(waitUntil([&] { return answered == 3 && alert() == nullptr; }));
 }
 
 } // namespace
