@@ -24,6 +24,7 @@ cmake --install "$build_dir" --prefix "$prefix" >"$folder/install.log"
 # Where the library is when its folder's name is absolute, too.
 library=$(sed -n 's|/pkgconfig/quarnet\.pc$||p' "$build_dir/install_manifest.txt")
 export PKG_CONFIG_PATH=$library/pkgconfig
+[[ -e "$prefix/share/doc/quarnet/LICENSE" ]]
 headers=$(realpath "$(pkg-config --variable=includedir quarnet)")
 
 echo "-- the installed headers are complete, and internal ones stay behind"
