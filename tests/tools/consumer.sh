@@ -81,6 +81,12 @@ done
 programs=("$folder"/{cmake/consumer,make/consumer,toolkits/{made,build/toolkits}})
 if [[ -n "$linkage" ]] && readelf -d "${programs[@]}" | grep 'NEEDED.*quarnet'; then exit 1; fi
 
+echo "-- what was not built is named"
+sed -i 's/COMPONENTS/& holograms/' "$folder/toolkits/CMakeLists.txt"
+if cmake -S "$folder/toolkits" -B "$folder/none" -DCMAKE_PREFIX_PATH="$library/.." "${options[@]}" \
+  >"$folder/cmake.log" 2>"$folder/none.log"; then exit 1; fi
+grep -q 'no component "holograms"' "$folder/none.log"
+
 echo "-- it makes a call"
 start_sandbox "$sandbox"
 "$quarnet" token import "$folder/token.json"
