@@ -24,6 +24,16 @@ bool hasSession() {
   return !session.oAuthInfo().accessToken().value_or("").empty();
 }
 
+/// The start of a long text: a label that is asked for more makes the window stand still.
+std::string start(std::string text) {
+  constexpr std::size_t kMost = 10'000;
+  if (text.size() <= kMost) return text;
+  std::size_t end = kMost;
+  while ((text[end] & 0xc0) == 0x80) // within a character
+    --end;
+  return text.replace(end, std::string::npos, " …");
+}
+
 GtkWidget* makeRow(const char* title, const char* subtitle, GtkWidget* button) {
   GtkWidget* row = adw_action_row_new();
   adw_preferences_row_set_title(ADW_PREFERENCES_ROW(row), title);
@@ -281,7 +291,7 @@ void DemoWindow::send(quarnet::Call call) {
 
 void DemoWindow::answered(const quarnet::Result<quarnet::Answer>& answer) {
   if (answer) {
-    gtk_label_set_label(GTK_LABEL(answer_), indented(answer->body).c_str());
+    gtk_label_set_label(GTK_LABEL(answer_), start(indented(answer->body)).c_str());
     return;
   }
   tell(messageOf(answer.error()));

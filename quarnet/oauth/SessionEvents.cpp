@@ -1,8 +1,8 @@
 #include "quarnet/oauth/SessionEvents.h"
 
 #include "quarnet/core/NotEnoughMemory.h"
-#include "quarnet/platform/ForkCount.h"
 #include "quarnet/platform/Guarded.h"
+#include "quarnet/platform/OfProcess.h"
 
 #include <deque>
 #include <mutex>
@@ -28,13 +28,9 @@ struct State {
   bool isTelling = false;
 };
 
+/// A forked child begins without observers: those that it inherited are its parent's.
 State& state() {
-  static State* const instance = [] {
-    auto* const made = new State;
-    platform::holdInForks(made->mutex);
-    return made;
-  }();
-  return *instance;
+  return platform::ofProcess<State>();
 }
 
 } // namespace

@@ -58,6 +58,12 @@ Text& lost() {
   return *instance;
 }
 
+/// The refresh token that the record and the store had in common last; under the lock.
+Text& common() {
+  static Text* const instance = new Text;
+  return *instance;
+}
+
 platform::UserDefaults& store() {
   return *platform::Platform::current().userDefaults;
 }
@@ -151,21 +157,44 @@ void TokenRecordStore::whenSaved(std::function<void()> ready) {
   ready();
 }
 
-void TokenRecordStore::restore() {
-  const std::uint64_t before = copies;
+std::optional<OAuthInfo::Fields> TokenRecordStore::read() {
   const std::string_view keys[] = {VORNEL_HEADER_ACCESS_TOKEN, VORNEL_HEADER_REFRESH_TOKEN,
                                    VORNEL_OAUTH_END_EXPIRES_IN, VORNEL_OAUTH_EXPIRES_SYSTIME};
   auto stored = store().values(keys);
-  if (!stored || stored->size() != std::size(keys)) return;
-  const std::lock_guard lock(copying());
-  if (copies != before) return;
+  if (!stored || stored->size() != std::size(keys)) return std::nullopt;
   OAuthInfo::Fields tokens;
   tokens.accessToken.swap((*stored)[0]);
   tokens.refreshToken.swap((*stored)[1]);
   tokens.expiresIn.swap((*stored)[2]);
   tokens.expiresSystime.swap((*stored)[3]);
+  return tokens;
+}
+
+void TokenRecordStore::restore() {
+  const std::uint64_t before = copies;
+  auto stored = read();
+  if (!stored) return;
+  const std::lock_guard lock(copying());
+  if (copies != before) return;
+  common() = stored->refreshToken;
   // The scope is stored for others to read and is not restored: this is meant.
-  OAuthInfo::sharedInstance().restoreTokens(tokens);
+  OAuthInfo::sharedInstance().restoreTokens(*stored);
+}
+
+bool TokenRecordStore::catchUp(const Text& refreshToken) {
+  auto stored = read();
+  {
+    const std::lock_guard lock(copying());
+    if (fields().refreshToken != refreshToken) return true;
+    if (common() != refreshToken || !stored || !isToken(stored->accessToken)) return false;
+    if (stored->refreshToken == refreshToken) return false;
+    common() = stored->refreshToken;
+    OAuthInfo::sharedInstance().restoreTokens(*stored);
+    ++copies;
+    SessionEvents::note(SessionEvent::Reissued);
+  }
+  SessionEvents::tell();
+  return true;
 }
 
 Dictionary TokenRecordStore::storedTokens() {
@@ -189,6 +218,7 @@ void TokenRecordStore::toStore(const OAuthInfo::Fields& record) {
       {VORNEL_OAUTH_END_EXPIRES_IN, record.expiresIn},
       {VORNEL_OAUTH_END_SCOPE, record.scope},
       {VORNEL_OAUTH_EXPIRES_SYSTIME, record.expiresSystime}};
+  common() = record.refreshToken;
   store().setValues(entries);
   ++copies;
 }

@@ -50,8 +50,9 @@ struct HttpResult {
 /// said that it did not process them.
 class QUARNET_EXPORT HttpClient {
 public:
-  /// Called exactly once for each asynchronous send, on a background thread, also when the process
-  /// is ending. Slow completions delay other completions, never the transfers.
+  /// Called exactly once for each asynchronous send, also when the process is ending: on a
+  /// background thread, or inside the send where there is none (any more). Slow completions delay
+  /// other completions, never the transfers.
   using Completion = std::function<void(HttpResult)>;
 
   virtual ~HttpClient() = default;

@@ -62,10 +62,19 @@ WorkerPool::~WorkerPool() {
 
 void WorkerPool::run(std::vector<std::function<void()>> calls) {
   const std::size_t most = std::min(calls.size(), threads_.size());
+  bool isClosed = false;
   {
     const std::lock_guard lock(state_->mutex);
-    state_->unfinished += calls.size();
-    std::move(calls.begin(), calls.end(), std::back_inserter(state_->calls));
+    isClosed = state_->isClosed;
+    if (!isClosed) {
+      state_->unfinished += calls.size();
+      std::move(calls.begin(), calls.end(), std::back_inserter(state_->calls));
+    }
+  }
+  if (isClosed) {
+    for (const std::function<void()>& call : calls)
+      runGuarded(call);
+    return;
   }
   for (std::size_t i = 0; i < most; ++i)
     state_->arrived.notify_one();

@@ -22,14 +22,14 @@ public:
   WorkerPool(const WorkerPool&) = delete;
   WorkerPool& operator=(const WorkerPool&) = delete;
 
-  /// Queues the calls.
+  /// Queues the calls; after finish(), runs them on the caller's thread.
   void run(std::vector<std::function<void()>> calls);
 
   /// Waits until all calls have ended; from within a call, all others, which it helps to run.
   void waitUntilIdle();
 
   /// Waits until all calls have ended (from within a call: all others) or the time is up; after
-  /// that no further call is begun.
+  /// that no queued call is begun.
   void finish(std::chrono::milliseconds limit);
 
 private:

@@ -289,6 +289,26 @@ TEST_F(ClientCall, AHandleEndsInAForkedChildWhileItsLambdaRunsInTheParent) {
   ended.count_down();
 }
 
+TEST_F(ClientCall, AForkedChildFindsTheSessionOpenWhateverItsParentsThreadsDo) {
+  const Handle observer = Client().onSession([](SessionEvent) {});
+  const std::jthread busy([&](const std::stop_token& end) {
+    while (!end.stop_requested())
+      library_.signIn();
+  });
+  for (int i = 0, status = 0; i < 100 && status == 0; ++i) {
+    const pid_t child = fork();
+    if (child == 0) {
+      alarm(20);
+      (void)OAuthInfo::sharedInstance().accessToken();
+      (void)OAuthInfoManager::sharedInstance().clientId();
+      Client().onSession([](SessionEvent) {}).detach();
+      _exit(0);
+    }
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+  }
+}
+
 /// A coroutine that its owner may destroy while it waits.
 struct Routine {
   struct promise_type {

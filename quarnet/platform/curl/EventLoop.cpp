@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <new>
+#include <system_error>
 #include <utility>
 
 namespace quarnet::platform {
@@ -32,6 +33,11 @@ EventLoop::EventLoop(TrustStore& trust, std::size_t maximumBodySize, WorkerPool&
       multi_(curl_multi_init(), curl_multi_cleanup),
       reminder_(curl_easy_init(), curl_easy_cleanup) {
   if (!multi_ || !reminder_) throw std::bad_alloc();
+  // libcurl says nothing when it had no descriptors left for this; the loop would sleep through
+  // what is submitted for good.
+  if (curl_multi_wakeup(multi_.get()) != CURLM_OK) {
+    throw std::system_error(std::make_error_code(std::errc::too_many_files_open));
+  }
   curl_multi_setopt(multi_.get(), CURLMOPT_MAX_HOST_CONNECTIONS, long{kMaximumOnWirePerOrigin});
   curl_multi_setopt(multi_.get(), CURLMOPT_MAX_TOTAL_CONNECTIONS, long{kMaximumOnWire});
   curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, long{kMaximumOnWire});

@@ -27,7 +27,8 @@ namespace quarnet::platform {
 /// workers.
 class EventLoop {
 public:
-  /// `trust` must outlive the loop. Throws std::system_error when no thread can be made.
+  /// `trust` must outlive the loop. Throws std::system_error when no thread can be made or
+  /// the descriptors do not suffice.
   EventLoop(TrustStore& trust, std::size_t maximumBodySize, WorkerPool& workers);
   /// The loop was stopped before.
   ~EventLoop();

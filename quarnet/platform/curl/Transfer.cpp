@@ -73,6 +73,7 @@ bool Transfer::begin(const HttpRequest& request) noexcept {
     deadline_ = lastReport_ + std::clamp<std::chrono::milliseconds>(request.timeout, 0ms, 24h * 24);
     redirects_ = 0;
     resends_ = 0;
+    starts_ = 0;
     wantsHttp1_ = false;
     result_ = {};
     if (Text problem = headProblem(request)) {
@@ -213,8 +214,9 @@ bool Transfer::isOnNewConnection() const {
 
 bool Transfer::fail(CURLcode code, std::string description, HttpFailure failure) {
   result_.error = httpError(code, std::move(description));
-  // What is wrong with the address of a redirect is the server's fault.
-  const bool isServersFault = redirects_ > 0 && failure == HttpFailure::InvalidRequest;
+  // What is wrong with the address of a redirect, or with an answer, is the server's fault.
+  const bool isServersFault =
+      (redirects_ > 0 || starts_ > 0) && failure == HttpFailure::InvalidRequest;
   result_.failure = isServersFault ? HttpFailure::NoConnection : failure;
   return false;
 }
@@ -248,7 +250,8 @@ int Transfer::onSocketMade(void* transfer, curl_socket_t, curlsocktype) {
 // Called before each time that a request is sent.
 int Transfer::onStart(void* transfer, char* farAddress, char*, int farPort, int nearPort) {
   auto& self = *static_cast<Transfer*>(transfer);
-  if (!self.handle_.mayStart()) return CURL_PREREQFUNC_ABORT;
+  // Where libcurl starts over, the request was sent before, which what follows takes note of.
+  if (self.starts_ == 0 && !self.handle_.mayStart()) return CURL_PREREQFUNC_ABORT;
   const bool isFirst = ++self.starts_ == 1;
   if (self.goaways_ != nullptr && isEncrypted(self.hop_.url)) {
     const Goaways::Connection connection{farAddress, farPort, nearPort};

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 namespace quarnet::test {
 namespace {
@@ -13,7 +14,9 @@ namespace {
 using namespace std::chrono_literals;
 using platform::CurlHttpClient;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::Pair;
+using testing::UnorderedElementsAre;
 
 const WireServer::Script fine = [](const std::string&) { return answer("fine"); };
 const WireServer::Script silent = [](const std::string&) { return WireServer::kSilence; };
@@ -59,6 +62,22 @@ TEST(AsyncSendTest, ACompletionMayDestroyItsClient) {
         done(result);
       });
   EXPECT_TRUE(calls.wait(10s));
+}
+
+TEST(AsyncSendTest, WithoutDescriptorsOneFailsAndTheNextIsAsQuickAsEver) {
+  WireServer server([](const std::string&) { return answer("ok"); });
+  Calls calls;
+  CurlHttpClient client;
+  rlimit usual{};
+  getrlimit(RLIMIT_NOFILE, &usual);
+  const rlimit none{.rlim_cur = 0, .rlim_max = usual.rlim_max};
+  for (const rlimit& limit : {none, usual}) {
+    setrlimit(RLIMIT_NOFILE, &limit);
+    calls.send(client, requestFor("GET", server.url()));
+    calls.wait();
+  }
+  EXPECT_THAT(calls.outcomes(),
+              UnorderedElementsAre(Pair("ok", 1), Pair(HasSubstr("open files"), 1)));
 }
 
 TEST(AsyncSendTest, ASlowCompletionHoldsUpNoTransfer) {

@@ -188,6 +188,10 @@ TEST(FaultsTest, AServerThatFallsBackToHttp1GetsNoHandleThatWasUsed) {
     EXPECT_TRUE(calls.outcomes().contains("/x")) << testing::PrintToString(calls.outcomes());
   }
   EXPECT_EQ(line.connections(), 3U); // the second one was left to a new handle, unused
+
+  WireServer folded([](const std::string&) { return "HTTP/1.1 200 OK\r\n folded: x\r\n\r\n"; });
+  const HttpResult result = client.sendSynchronously(*requestFor("GET", folded.url()));
+  EXPECT_TRUE(result.error && result.failure == platform::HttpFailure::NoConnection);
 }
 
 TEST(FaultsTest, OverHttp2CallsShareAConnectionAndNoneIsLostWhenTheServerEndsIt) {

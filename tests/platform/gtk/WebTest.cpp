@@ -155,10 +155,13 @@ TEST_F(WebTest, WhatDoesNotLoadIsReportedAndNeverFinishes) {
   settle();
   EXPECT_THAT(listener_.finished, IsEmpty());
   EXPECT_THAT(listener_.failed, IsEmpty());
-  // A page that was not found is a page all the same.
-  listener_ = {};
-  load(server_.url("/missing"));
-  EXPECT_THAT(listener_.finished, ElementsAre(server_.url("/missing")));
+  // A page that was not found, or that asks for a password of its own, is a page all the same.
+  pages_["/private"] = answer("no", "WWW-Authenticate: Basic realm=x\r\n", "401 Unauthorized");
+  for (const char* path : {"/missing", "/private"}) {
+    listener_ = {};
+    load(server_.url(path));
+    EXPECT_THAT(listener_.finished, ElementsAre(server_.url(path)));
+  }
   EXPECT_FALSE(gtk_widget_get_mapped(failure()));
 }
 

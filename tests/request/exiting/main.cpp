@@ -61,6 +61,10 @@ void callTheLibrary(const std::string& call, HttpMethod method, const std::strin
 
 /// With calls at every stage, and handles that the program's end drops.
 void callTheSecondFace(const std::string& when, const std::string& end) {
+  // Ends after the library's threads.
+  static const struct Last {
+    ~Last() { (void)Client().signOut().wait(); }
+  } last;
   static std::vector<Handle> kept;
   const std::string url = "https://" + host;
   const auto leave = [](const auto&) { std::exit(3); };
