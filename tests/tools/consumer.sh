@@ -24,6 +24,7 @@ cmake --install "$build_dir" --prefix "$prefix" >"$folder/install.log"
 # Where the library is when its folder's name is absolute, too.
 library=$(sed -n 's|/pkgconfig/quarnet\.pc$||p' "$build_dir/install_manifest.txt")
 export PKG_CONFIG_PATH=$library/pkgconfig
+[[ -e "$prefix/share/doc/quarnet/LICENSE" ]]
 headers=$(realpath "$(pkg-config --variable=includedir quarnet)")
 
 echo "-- the installed headers are complete, and internal ones stay behind"
@@ -79,6 +80,12 @@ for compiler in "${compilers[@]}"; do
 done
 programs=("$folder"/{cmake/consumer,make/consumer,toolkits/{made,build/toolkits}})
 if [[ -n "$linkage" ]] && readelf -d "${programs[@]}" | grep 'NEEDED.*quarnet'; then exit 1; fi
+
+echo "-- what was not built is named"
+sed -i 's/COMPONENTS/& holograms/' "$folder/toolkits/CMakeLists.txt"
+if cmake -S "$folder/toolkits" -B "$folder/none" -DCMAKE_PREFIX_PATH="$library/.." "${options[@]}" \
+  >"$folder/cmake.log" 2>"$folder/none.log"; then exit 1; fi
+grep -q 'no component "holograms"' "$folder/none.log"
 
 echo "-- it makes a call"
 start_sandbox "$sandbox"
