@@ -14,12 +14,11 @@
 #include "quarnet/oauth/TokenAnswer.h"
 #include "quarnet/oauth/TokenRecordStore.h"
 #include "quarnet/platform/Platform.h"
+#include "quarnet/request/Multipart.h"
 #include "quarnet/request/ParameterKey.h"
 #include "quarnet/request/RequestAssembly.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <mutex>
 #include <random>
 #include <utility>
@@ -65,18 +64,6 @@ std::optional<double> secondsLeft(std::int64_t lifetime, const Text& expiresSyst
   if (lifetime <= 0 || !isToken(expiresSystime)) return std::nullopt;
   const double now = Platform::current().clock->secondsSinceReferenceDate();
   return static_cast<double>(integerValue(*expiresSystime)) / 1000.0 - now;
-}
-
-bool isReadable(const std::string& path) {
-  // A path that holds NUL names no file; cut off there it would name another.
-  std::error_code ignored;
-  if (path.find('\0') != std::string::npos || !std::filesystem::is_regular_file(path, ignored)) {
-    return false;
-  }
-  std::ifstream file(path);
-  if (!file) return false;
-  file.peek();
-  return !file.bad();
 }
 
 RequestBundle bundleOf(Call& call) {

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <fcntl.h>
+#include <fstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -66,6 +67,20 @@ void appendAll(Data& out, int descriptor) {
 }
 
 } // namespace
+
+bool isReadable(const std::string& path) {
+  // A path that holds NUL names no file; cut off there it would name another. std::filesystem would
+  // not see a file of a date after 2038 where the C++ library counts dates in 32 bits.
+  struct stat status {};
+  if (path.find('\0') != std::string::npos || stat(path.c_str(), &status) != 0 ||
+      !S_ISREG(status.st_mode)) {
+    return false;
+  }
+  std::ifstream file(path);
+  if (!file) return false;
+  file.peek();
+  return !file.bad();
+}
 
 Multipart makeMultipart(std::string_view boundary, std::string_view key, const std::string& path) {
   Multipart multipart;

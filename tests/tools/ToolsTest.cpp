@@ -55,7 +55,7 @@ protected:
 
 TEST_F(ToolsTest, ACallShowsItsAnswerAndTellsItsErrorByTheExitStatus) {
   signIn();
-  makeFile("사진 1.png", "x");
+  dateIn2040(makeFile("사진 1.png", "x"));
   server().misbehave("/v1/odd.json", Misbehaviour::body("{\"t\":\"\x01\\\"\n\t한글\"}"));
   server().misbehave("/v1/binary.json", Misbehaviour::utf8());
   server().misbehave("/v1/short.json", Misbehaviour::body("ok"));

@@ -29,10 +29,15 @@ bool isTrusted(const struct stat& status) {
   return status.st_uid == geteuid() || status.st_uid == 0;
 }
 
-/// Whether a library of 32 bits that counts time in as many, as Debian 12's SQLite does, is refused
-/// a look at the file.
-bool isDatedTooLate(const struct stat& status) {
-  return sizeof(void*) == 4 && std::max(status.st_atime, status.st_mtime) > INT32_MAX;
+/// Gives the present date to what a library of 32 bits that counts time in as many, as Debian 12's
+/// SQLite does, is refused a look at: the file or link, and the folders above it.
+void dateAnew(Path path) {
+  for (; path.has_relative_path(); path = path.parent_path()) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) continue;
+    if (std::max({status.st_atime, status.st_mtime, status.st_ctime}) > INT32_MAX)
+      utimensat(AT_FDCWD, path.c_str(), nullptr, AT_SYMLINK_NOFOLLOW);
+  }
 }
 
 std::error_code makeFolder(const Path& folder) {
@@ -89,8 +94,11 @@ std::optional<FoundFile> findPrivateFile(const std::string& path, std::string& r
     chmod(placePath.c_str(), found.status.st_mode & 0700);
     fstat(place, &found.status);
   }
-  if (reason.empty() && isDatedTooLate(found.status))
-    utimensat(AT_FDCWD, placePath.c_str(), nullptr, 0);
+  if (sizeof(void*) == 4 && reason.empty()) {
+    dateAnew(path);
+    std::error_code ignored;
+    dateAnew(std::filesystem::read_symlink(placePath, ignored)); // where a link leads
+  }
   close(place);
   return reason.empty() ? std::optional(found) : std::nullopt;
 }

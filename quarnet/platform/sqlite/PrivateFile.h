@@ -25,8 +25,9 @@ struct FoundFile {
 
 /// Looks at the file at `path`, or at the target if it is a link. The permissions of group and
 /// others are removed if the file is this user's; where that is not possible, on a file system
-/// without modes, the file is used all the same. In a program of 32 bits a date after 2038, which a
-/// wrong clock may have left, becomes the present one: SQLite might not open the file otherwise.
+/// without modes, the file is used all the same. In a program of 32 bits a date after 2038 of the
+/// file, a link or a folder above, which a wrong clock may have left, becomes the present one:
+/// SQLite might not open the file otherwise.
 /// Absent with the reason when it must not be used: what is no plain file, and a file or a link
 /// that belongs to another user than this one and root.
 std::optional<FoundFile> findPrivateFile(const std::string& path, std::string& reason);

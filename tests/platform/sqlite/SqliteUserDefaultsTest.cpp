@@ -111,7 +111,8 @@ TEST_F(SqliteUserDefaultsTest, FollowsAFileThatIsDeletedOrReplaced) {
   fs::remove(path);
   EXPECT_EQ(storedGeneration(store), 0);
   saveGeneration(store, 2);
-  quarnet::test::dateIn2040(path);
+  for (const fs::path& dated : {path, root})
+    quarnet::test::dateIn2040(dated);
   EXPECT_EQ(generationIn(path), 2);
   SqliteUserDefaults elsewhere(root / "other.sqlite");
   saveGeneration(elsewhere, 3);
