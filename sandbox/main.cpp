@@ -112,6 +112,9 @@ sigset_t blockStopSignals() {
   sigemptyset(&signals);
   sigaddset(&signals, SIGINT);
   sigaddset(&signals, SIGTERM);
+  struct sigaction hangUp {};
+  sigaction(SIGHUP, nullptr, &hangUp);
+  if (hangUp.sa_handler != SIG_IGN) sigaddset(&signals, SIGHUP); // as nohup leaves it
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   return signals;
 }

@@ -37,6 +37,7 @@ std::string describe(const ApiError& error) {
   case ApiErrorKind::NoConnection:
     return "no answer: " + excerpt(error.text);
   case ApiErrorKind::Refused:
+    if (error.status < 300) return "the server answered the reissue without tokens";
     return "the server answered " + std::to_string(error.status);
   case ApiErrorKind::NotUtf8:
     return "the answer is not UTF-8 text and cannot be shown";

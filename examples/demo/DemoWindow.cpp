@@ -2,7 +2,9 @@
 
 #include "ApiCalls.h"
 #include "Indented.h"
-#include "Messages.h"
+
+#include <glib/gi18n.h>
+#include <quarnet/platform/gtk/GtkToolkit.h>
 
 namespace demo {
 namespace {
@@ -11,13 +13,25 @@ constexpr const char* kSignInPage = "sign-in";
 constexpr const char* kWaitingPage = "waiting";
 constexpr const char* kCallsPage = "calls";
 
-constexpr const char* kNoAnswer = "아직 답이 없습니다.";
+const char* noAnswer() {
+  return _("No answer yet.");
+}
 
 /// Whether there is a session of the last time to continue.
 bool hasSession() {
   auto& session = quarnet::OAuthInfoManager::sharedInstance();
   session.restoreOAuthInfo();
   return !session.oAuthInfo().accessToken().value_or("").empty();
+}
+
+/// The start of a long text: a label that is asked for more makes the window stand still.
+std::string start(std::string text) {
+  constexpr std::size_t kMost = 10'000;
+  if (text.size() <= kMost) return text;
+  std::size_t end = kMost;
+  while ((text[end] & 0xc0) == 0x80) // within a character
+    --end;
+  return text.replace(end, std::string::npos, " …");
 }
 
 GtkWidget* makeRow(const char* title, const char* subtitle, GtkWidget* button) {
@@ -42,7 +56,7 @@ DemoWindow& DemoWindow::open(AdwApplication* application) {
 DemoWindow::DemoWindow(AdwApplication* application)
     : window_(GTK_WINDOW(adw_application_window_new(GTK_APPLICATION(application)))),
       toasts_(adw_toast_overlay_new()), pages_(gtk_stack_new()) {
-  gtk_window_set_title(window_, "Quarnet 데모");
+  gtk_window_set_title(window_, _("Quarnet Demo"));
   gtk_window_set_default_size(window_, 420, 760);
 
   gtk_stack_set_transition_type(GTK_STACK(pages_), GTK_STACK_TRANSITION_TYPE_CROSSFADE);
@@ -55,8 +69,8 @@ DemoWindow::DemoWindow(AdwApplication* application)
   gtk_revealer_set_transition_type(GTK_REVEALER(logPane), GTK_REVEALER_TRANSITION_TYPE_SLIDE_UP);
   gtk_revealer_set_child(GTK_REVEALER(logPane), log_.widget());
 
-  GtkWidget* logButton = gtk_toggle_button_new_with_mnemonic("로그(_L)");
-  gtk_widget_set_tooltip_text(logButton, "라이브러리의 로그를 보여 줍니다. 비밀 값은 지워집니다.");
+  GtkWidget* logButton = gtk_toggle_button_new_with_mnemonic(_("_Log"));
+  gtk_widget_set_tooltip_text(logButton, _("Shows the library's log. Secret values are blanked."));
   g_object_bind_property(logButton, "active", logPane, "reveal-child", G_BINDING_DEFAULT);
   GtkWidget* bar = adw_header_bar_new();
   adw_header_bar_pack_start(ADW_HEADER_BAR(bar), logButton);
@@ -87,7 +101,7 @@ void DemoWindow::present() {
 // Pages
 
 GtkWidget* DemoWindow::makeSignInPage() {
-  signInButton_ = gtk_button_new_with_mnemonic("로그인(_S)");
+  signInButton_ = gtk_button_new_with_mnemonic(_("_Sign In"));
   gtk_widget_set_halign(signInButton_, GTK_ALIGN_CENTER);
   gtk_widget_add_css_class(signInButton_, "pill");
   gtk_widget_add_css_class(signInButton_, "suggested-action");
@@ -95,10 +109,9 @@ GtkWidget* DemoWindow::makeSignInPage() {
 
   GtkWidget* page = adw_status_page_new();
   adw_status_page_set_icon_name(ADW_STATUS_PAGE(page), "avatar-default-symbolic");
-  adw_status_page_set_title(ADW_STATUS_PAGE(page), "로그인이 필요합니다");
-  adw_status_page_set_description(ADW_STATUS_PAGE(page),
-                                  "API를 쓰려면 먼저 로그인하세요.\n"
-                                  "로그인 화면은 Esc 키로도 닫을 수 있습니다.");
+  adw_status_page_set_title(ADW_STATUS_PAGE(page), _("Please Sign In"));
+  adw_status_page_set_description(ADW_STATUS_PAGE(page), _("To use the API, sign in first.\n"
+                                                           "Esc also closes the login screen."));
   adw_status_page_set_child(ADW_STATUS_PAGE(page), signInButton_);
   return page;
 }
@@ -109,32 +122,33 @@ GtkWidget* DemoWindow::makeWaitingPage() {
   gtk_spinner_start(GTK_SPINNER(spinner));
 
   GtkWidget* page = adw_status_page_new();
-  adw_status_page_set_title(ADW_STATUS_PAGE(page), "잠시만 기다려 주세요");
-  adw_status_page_set_description(ADW_STATUS_PAGE(page), "지난번 로그인을 이어 가는 중입니다.");
+  adw_status_page_set_title(ADW_STATUS_PAGE(page), _("One Moment"));
+  adw_status_page_set_description(ADW_STATUS_PAGE(page), _("The last session is taken up again."));
   adw_status_page_set_child(ADW_STATUS_PAGE(page), spinner);
   return page;
 }
 
 GtkWidget* DemoWindow::makeCallsPage() {
-  GtkWidget* me = gtk_button_new_with_mnemonic("불러오기(_M)");
+  GtkWidget* me = gtk_button_new_with_mnemonic(_("_Fetch"));
   on<&DemoWindow::whoAmI>(me, "clicked");
-  GtkWidget* picture = gtk_button_new_with_mnemonic("고르기(_P)…");
+  GtkWidget* picture = gtk_button_new_with_mnemonic(_("_Choose…"));
   on<&DemoWindow::choosePicture>(picture, "clicked");
-  GtkWidget* out = gtk_button_new_with_mnemonic("로그아웃(_O)");
+  GtkWidget* out = gtk_button_new_with_mnemonic(_("Sign _Out"));
   gtk_widget_add_css_class(out, "destructive-action");
   on<&DemoWindow::signOut>(out, "clicked");
 
   keyword_ = adw_entry_row_new();
-  adw_preferences_row_set_title(ADW_PREFERENCES_ROW(keyword_), "사람 찾기");
+  adw_preferences_row_set_title(ADW_PREFERENCES_ROW(keyword_), _("Find people"));
   adw_entry_row_set_show_apply_button(ADW_ENTRY_ROW(keyword_), TRUE);
   on<&DemoWindow::search>(keyword_, "apply");
 
   actions_ = adw_preferences_group_new();
   auto* const group = ADW_PREFERENCES_GROUP(actions_);
-  adw_preferences_group_add(group, makeRow("내 정보", "GET, 인자 없음", me));
+  adw_preferences_group_add(group, makeRow(_("My details"), _("GET, no parameters"), me));
   adw_preferences_group_add(group, keyword_);
-  adw_preferences_group_add(group, makeRow("사진 올리기", "POST, 파일 하나", picture));
-  adw_preferences_group_add(group, makeRow("세션", "서버에서 토큰을 없앱니다", out));
+  adw_preferences_group_add(group, makeRow(_("Upload a picture"), _("POST, one file"), picture));
+  adw_preferences_group_add(group,
+                            makeRow(_("Session"), _("Removes the tokens from the server"), out));
 
   GtkWidget* box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 18);
   gtk_widget_set_margin_top(box, 18);
@@ -153,7 +167,7 @@ GtkWidget* DemoWindow::makeAnswerBox() {
   gtk_widget_add_css_class(working_, "osd");
   gtk_widget_set_opacity(working_, 0);
 
-  answer_ = gtk_label_new(kNoAnswer);
+  answer_ = gtk_label_new(noAnswer());
   gtk_label_set_wrap(GTK_LABEL(answer_), TRUE);
   gtk_label_set_wrap_mode(GTK_LABEL(answer_), PANGO_WRAP_WORD_CHAR);
   gtk_label_set_selectable(GTK_LABEL(answer_), TRUE);
@@ -186,15 +200,20 @@ void DemoWindow::showPage(const char* name) {
   if (name == std::string(kCallsPage)) gtk_widget_child_focus(actions_, GTK_DIR_TAB_FORWARD);
 }
 
-void DemoWindow::tell(const std::string& text) {
-  if (text.empty()) return;
+void DemoWindow::tell(const Message& message) {
+  if (message.text.empty()) return;
+  if (message.why.empty()) return toast(message.text);
+  // As long as a server likes, and to be read as long as that takes.
+  quarnet::platform::GtkToolkit().showAlert(message.text, message.why, _("_Close"), nullptr);
+}
+
+void DemoWindow::toast(const std::string& text) {
   // The newest matters; the one before does not keep it waiting.
   if (toast_ != nullptr) adw_toast_dismiss(toast_);
-  // In as many lines as it takes, since what a server says is long.
+  // A toast that is wider than the window is cut off, and a window may be as narrow as this.
   GtkWidget* label = gtk_label_new(text.c_str());
   gtk_label_set_wrap(GTK_LABEL(label), TRUE);
-  gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
-  gtk_label_set_max_width_chars(GTK_LABEL(label), 36); // which the window has room for
+  gtk_label_set_max_width_chars(GTK_LABEL(label), 24);
   gtk_widget_add_css_class(label, "heading");
   AdwToast* toast = adw_toast_new("");
   adw_toast_set_custom_title(toast, label);
@@ -224,7 +243,7 @@ void DemoWindow::signOut() {
 
 void DemoWindow::signOutEnded(const quarnet::Result<quarnet::SignOut>& result) {
   if (!result) return tell(messageOf(result.error()));
-  gtk_label_set_label(GTK_LABEL(answer_), kNoAnswer);
+  gtk_label_set_label(GTK_LABEL(answer_), noAnswer());
   gtk_editable_set_text(GTK_EDITABLE(keyword_), "");
   showPage(kSignInPage);
   tell(messageOf(*result));
@@ -242,10 +261,10 @@ void DemoWindow::search() {
 
 void DemoWindow::choosePicture() {
   if (chooser_ != nullptr) return;
-  chooser_ = gtk_file_chooser_native_new("올릴 사진", window_, GTK_FILE_CHOOSER_ACTION_OPEN,
-                                         "올리기", "취소");
+  chooser_ = gtk_file_chooser_native_new(_("Picture to Upload"), window_,
+                                         GTK_FILE_CHOOSER_ACTION_OPEN, _("_Upload"), _("_Cancel"));
   GtkFileFilter* pictures = gtk_file_filter_new();
-  gtk_file_filter_set_name(pictures, "사진");
+  gtk_file_filter_set_name(pictures, _("Pictures"));
   gtk_file_filter_add_pixbuf_formats(pictures);
   gtk_file_chooser_add_filter(GTK_FILE_CHOOSER(chooser_), pictures);
   g_object_unref(pictures);
@@ -272,7 +291,7 @@ void DemoWindow::send(quarnet::Call call) {
 
 void DemoWindow::answered(const quarnet::Result<quarnet::Answer>& answer) {
   if (answer) {
-    gtk_label_set_label(GTK_LABEL(answer_), indented(answer->body).c_str());
+    gtk_label_set_label(GTK_LABEL(answer_), start(indented(answer->body)).c_str());
     return;
   }
   tell(messageOf(answer.error()));

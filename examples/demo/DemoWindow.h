@@ -1,6 +1,7 @@
 #pragma once
 
 #include "LogPane.h"
+#include "Messages.h"
 
 #include <adwaita.h>
 #include <quarnet/quarnet.h>
@@ -57,8 +58,10 @@ private:
   void stopWorking();
 
   void showPage(const char* name);
-  /// Says it for a few seconds; nothing when the text is empty.
-  void tell(const std::string& text);
+  /// Says it for a few seconds, or with a reason until it is closed; nothing when the text is
+  /// empty.
+  void tell(const Message& message);
+  void toast(const std::string& text);
 
   /// Calls an operation of this window on a signal that has no other arguments of interest.
   template <auto operation>

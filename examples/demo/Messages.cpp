@@ -1,56 +1,71 @@
 #include "Messages.h"
 
+#include <glib/gi18n.h>
+#include <memory>
+
 namespace demo {
 
 using quarnet::ApiErrorKind;
 using quarnet::SignIn;
 using quarnet::SignOut;
 
-std::string messageOf(const quarnet::ApiError& error) {
-  switch (error.kind) {
-  case ApiErrorKind::InvalidCall:
-    return "보낼 수 없는 요청입니다: " + error.text;
-  case ApiErrorKind::SignedOut:
-    return "로그인이 만료되었습니다. 다시 로그인합니다.";
-  case ApiErrorKind::KeyNotHad:
-    return "서버에 연결할 수 없거나 키를 받지 못했습니다.";
-  case ApiErrorKind::NoConnection:
-    return "서버에 연결할 수 없습니다.";
-  case ApiErrorKind::TimedOut:
-    return "서버가 제때 답하지 않았습니다.";
-  case ApiErrorKind::Refused:
-    return "서버가 " + std::to_string(error.status) + "(으)로 답했습니다.";
-  case ApiErrorKind::NotUtf8:
-    return "서버의 답을 읽을 수 없습니다.";
-  case ApiErrorKind::Cancelled:
-    return "취소했습니다.";
-  case ApiErrorKind::TooLarge:
-    return "요청이나 답이 너무 큽니다.";
-  }
-  return error.description();
+namespace {
+
+std::string taken(char* text) {
+  return std::unique_ptr<char, void (*)(void*)>(text, g_free).get();
 }
 
-std::string messageOf(const SignIn& end) {
+std::string reasonOf(const SignIn& end) {
+  return end.code.empty() ? end.text : end.code + ": " + end.text;
+}
+
+} // namespace
+
+Message messageOf(const quarnet::ApiError& error) {
+  switch (error.kind) {
+  case ApiErrorKind::InvalidCall:
+    return {_("The request cannot be sent."), error.text};
+  case ApiErrorKind::SignedOut:
+    return {_("Your session has expired. Sign in again.")};
+  case ApiErrorKind::KeyNotHad:
+    return {_("The server cannot be reached, or it gave no key.")};
+  case ApiErrorKind::NoConnection:
+    return {_("The server cannot be reached.")};
+  case ApiErrorKind::TimedOut:
+    return {_("The server did not answer in time.")};
+  case ApiErrorKind::Refused:
+    return {taken(g_strdup_printf(_("The server refused the request (%ld)."), error.status))};
+  case ApiErrorKind::NotUtf8:
+    return {_("The server's answer cannot be read.")};
+  case ApiErrorKind::Cancelled:
+    return {_("Cancelled.")};
+  case ApiErrorKind::TooLarge:
+    return {_("The request or its answer is too large.")};
+  }
+  return {error.description()};
+}
+
+Message messageOf(const SignIn& end) {
   switch (end.ending) {
   case SignIn::Ending::Done:
-    return "로그인했습니다.";
+    return {_("You are signed in.")};
   case SignIn::Ending::Continued:
-    return "지난번 로그인을 이어 갑니다.";
+    return {_("Welcome back: you are still signed in.")};
   case SignIn::Ending::Closed:
   case SignIn::Ending::Refused:
     break;
   case SignIn::Ending::ExchangeFailed:
-    return "로그인하지 못했습니다: " + (end.code.empty() ? "" : end.code + ": ") + end.text;
+    return {_("You could not be signed in."), reasonOf(end)};
   case SignIn::Ending::NoScreen:
-    return "로그인 화면을 열 수 없습니다: " + end.text;
+    return {_("The login screen cannot be opened."), end.text};
   }
   return {};
 }
 
-std::string messageOf(const SignOut& end) {
+Message messageOf(const SignOut& end) {
   if (end.ending == SignOut::Ending::NotConfirmed)
-    return "이 기기에서만 로그아웃했습니다: " + end.text;
-  return "로그아웃했습니다.";
+    return {_("You are signed out on this device only."), end.text};
+  return {_("You are signed out.")};
 }
 
 } // namespace demo

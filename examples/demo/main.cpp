@@ -3,6 +3,9 @@
 #include "DemoWindow.h"
 
 #include <CLI/CLI.hpp>
+#include <clocale>
+#include <filesystem>
+#include <libintl.h>
 #include <memory>
 #include <quarnet/core/Hosts.h>
 #include <quarnet/platform/Platform.h>
@@ -24,6 +27,17 @@ struct Options {
   std::string store;
   bool keyring = false;
 };
+
+/// Texts in the language of the user's locale, where there is a catalogue of it.
+void translate() {
+  std::setlocale(LC_ALL, "");
+  std::error_code unknown;
+  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", unknown);
+  bindtextdomain(QUARNET_DEMO_DOMAIN, (self.parent_path() / QUARNET_DEMO_CATALOGUES).c_str());
+  // GTK takes nothing else, whatever the locale writes in.
+  bind_textdomain_codeset(QUARNET_DEMO_DOMAIN, "UTF-8");
+  textdomain(QUARNET_DEMO_DOMAIN);
+}
 
 /// Where the tokens are kept.
 std::shared_ptr<quarnet::platform::UserDefaults> makeStore(const Options& options) {
@@ -92,6 +106,7 @@ int main(int argc, char** argv) {
   CLI::App program("A small application on the Quarnet API.", "quarnet-demo");
   define(program, options);
   CLI11_PARSE(program, argc, argv);
+  translate();
 
   // Two of them may run at a time, on different servers.
   AdwApplication* application =

@@ -2,7 +2,6 @@
 
 #include "quarnet/platform/Guarded.h"
 
-#include <new>
 #include <utility>
 
 namespace quarnet {
@@ -14,7 +13,7 @@ PendingState::~PendingState() = default;
 
 void PendingState::drop() {
   if (isInherited()) {
-    new (std::nothrow) std::shared_ptr(shared_from_this()); // never destroyed
+    inherited_ = shared_from_this();
     return;
   }
   std::unique_ptr<Listener> dropped; // ends without the lock

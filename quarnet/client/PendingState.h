@@ -79,6 +79,8 @@ private:
   void run(std::unique_lock<std::mutex>& lock, const std::function<void()>& call);
 
   const unsigned forks_ = platform::forkCount();
+  /// In a forked child this, so that it is never destroyed: the parent's threads may have held it.
+  std::shared_ptr<PendingState> inherited_;
   std::stop_source stop_;
   std::mutex mutex_;
   /// Given up with the last post: what it never runs must not keep it alive.

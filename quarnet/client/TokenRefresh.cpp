@@ -1,6 +1,7 @@
 #include "quarnet/client/TokenRefresh.h"
 
 #include "quarnet/client/CallErrors.h"
+#include "quarnet/client/Worker.h"
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Utf8.h"
 #include "quarnet/oauth/ReissueTurn.h"
@@ -10,6 +11,8 @@
 #include "quarnet/platform/OfProcess.h"
 #include "quarnet/platform/Platform.h"
 
+#include <chrono>
+#include <cstdlib>
 #include <utility>
 
 namespace quarnet {
@@ -37,7 +40,7 @@ std::optional<ApiError> take(const HttpResult& answer, const Text& refreshToken)
   if (const auto taken = readIssuedTokens(answer.body, TokenRecordStore::fields())) {
     if (TokenRecordStore::takeInPlaceOf(refreshToken, *taken)) TokenRecordStore::save();
   } else if (isTokenRefusal(answer)) {
-    TokenRecordStore::lose(refreshToken);
+    if (!TokenRecordStore::catchUp(refreshToken)) TokenRecordStore::lose(refreshToken);
   } else {
     return refusal(answer);
   }
@@ -93,10 +96,21 @@ void TokenRefresh::begin(const Text& refreshToken, const Text& stale) {
   };
   const auto fail = [this, refreshToken] { tell(refreshToken, tooLarge()); };
   const auto whenFree = [look, fail] { withinMemory(look, fail); };
-  if (withinMemory([&] { return ReissueTurn::take(refreshToken, whenFree); },
-                   [&] { return fail(), false; })) {
-    send(refreshToken);
+  if (!withinMemory([&] { return ReissueTurn::take(refreshToken, whenFree); },
+                    [&] { return fail(), false; })) {
+    return;
   }
+  const auto send = [this, refreshToken] { sendUnlessReplaced(refreshToken); };
+  if (!withinMemory([&] { return runOnWorker(send); }, [] { return false; })) {
+    finish(refreshToken, tooLarge());
+  }
+}
+
+void TokenRefresh::sendUnlessReplaced(const Text& refreshToken) {
+  const auto catchUp = [&] { return TokenRecordStore::catchUp(refreshToken); };
+  if (!withinMemory(catchUp, [] { return false; })) return send(refreshToken);
+  finish(refreshToken, withinMemory([] { return problemOf(TokenRecordStore::fields()); },
+                                    [] { return std::optional<ApiError>(tooLarge()); }));
 }
 
 void TokenRefresh::send(const Text& refreshToken) {
@@ -113,6 +127,8 @@ void TokenRefresh::send(const Text& refreshToken) {
                      withinMemory([&] { return take(answer, refreshToken); },
                                   [] { return std::optional<ApiError>(tooLarge()); }));
             });
+        // After the transport's own, and so run before it.
+        static const int once [[maybe_unused]] = std::atexit([] { shared().waitAtExit(); });
       },
       [&] { finish(refreshToken, tooLarge()); });
 }
@@ -130,6 +146,13 @@ void TokenRefresh::tell(const Text& refreshToken, const std::optional<ApiError>&
   }
   for (const Done& done : ended.mapped())
     done(problem);
+  told_.notify_all();
+}
+
+void TokenRefresh::waitAtExit() {
+  constexpr std::chrono::seconds kPatience{5};
+  std::unique_lock lock(mutex_);
+  told_.wait_for(lock, kPatience, [this] { return waiting_.empty(); });
 }
 
 } // namespace quarnet

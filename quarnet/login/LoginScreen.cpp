@@ -118,6 +118,12 @@ LoginOverlay LoginScreen::overlayOf(const WebView& shown) const {
   return found == overlays_.end() ? latest() : *found;
 }
 
+bool LoginScreen::beginAlert(const WebView& shown) {
+  for (LoginOverlay& overlay : overlays_)
+    if (overlay.page.lock().get() == &shown) return !std::exchange(overlay.isRefused, true);
+  return true;
+}
+
 void LoginScreen::close(const LoginOverlay& overlay) {
   const std::shared_ptr<Toolkit> toolkit = Platform::current().toolkit;
   const Views old{overlay.page.lock(), overlay.panel.lock(), overlay.backdrop.lock()};

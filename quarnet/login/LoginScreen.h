@@ -20,6 +20,8 @@ struct LoginOverlay {
   /// As large as the window.
   std::weak_ptr<platform::View> backdrop;
   bool isClosing = false;
+  /// Whether it has shown an authorization error, whose alert closes it.
+  bool isRefused = false;
 };
 
 /// The views of the login screen: lays them over the key window, moves them and takes them off
@@ -65,6 +67,9 @@ public:
   LoginOverlay latest() const { return {page.get(), panel.get(), backdrop.get()}; }
   /// The overlay of that page; the latest when the page is none of ours.
   LoginOverlay overlayOf(const platform::WebView& shown) const;
+
+  /// Notes that the overlay of that page shows an authorization error; false when it does already.
+  bool beginAlert(const platform::WebView& shown);
 
   // The views of the latest opening.
   Part<platform::WebView> page;

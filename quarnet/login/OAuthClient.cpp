@@ -123,11 +123,10 @@ void OAuthClient::webViewDidFinishLoad(platform::WebView& webView) {
   if (screen_->overlayOf(webView).isClosing) return;
   // One address may be both: the exchange starts first, then the error is shown.
   if (url.find("access_complete_mobile") != std::string::npos) exchangeCode(url, closerOf(webView));
-  if (url.find("error_description") != std::string::npos)
-    showAuthorizationError(url, closerOf(webView));
+  if (url.find("error_description") != std::string::npos) showAuthorizationError(url, webView);
 }
 
-void OAuthClient::showAuthorizationError(const std::string& url, std::function<void()> close) {
+void OAuthClient::showAuthorizationError(const std::string& url, const platform::WebView& page) {
   const Text error = StringUtil::getValueFromQueryStringKey(url, "error");
   const Text description = StringUtil::getValueFromQueryStringKey(url, "error_description");
   OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
@@ -137,9 +136,10 @@ void OAuthClient::showAuthorizationError(const std::string& url, std::function<v
   if (listener_) listener_->refused(error, description);
 
   const std::shared_ptr<Toolkit> toolkit = Platform::current().toolkit;
-  if (!toolkit) return;
+  // A page that brings one error after the other would leave an alert of each to be pressed.
+  if (!toolkit || !screen_->beginAlert(page)) return;
   const Text shown = description ? replacingPercentEscapes(*description) : std::nullopt;
-  toolkit->showAlert(error.value_or(""), shown.value_or(""), "확인", std::move(close));
+  toolkit->showAlert(error.value_or(""), shown.value_or(""), "확인", closerOf(page));
 }
 
 // The exchange of the authorization code for tokens.

@@ -126,7 +126,7 @@ public:
 
   /// Examines a page that has finished: the end of the sign-in starts the code exchange, every time
   /// it is seen; an authorization error (RFC 6749, section 4.1.2.1) is kept in the session manager
-  /// and shown.
+  /// and, the first of a screen, shown.
   void webViewDidFinishLoad(platform::WebView& webView);
 
   /// Sends the token request to `url` without waiting for the answer, which is then taken over as
@@ -157,7 +157,7 @@ private:
   std::function<void()> closerOf(const platform::WebView& page);
 
   void exchangeCode(const std::string& url, std::function<void()> close);
-  void showAuthorizationError(const std::string& url, std::function<void()> close);
+  void showAuthorizationError(const std::string& url, const platform::WebView& page);
   /// Sends the token request; `close` runs on the main thread when tokens were taken.
   void exchange(const std::string& url, std::function<void()> close);
   // Runs on a background thread.

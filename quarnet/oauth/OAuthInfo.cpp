@@ -33,8 +33,9 @@ auto wholeInfo(const auto& fields) {
 
 OAuthInfo& OAuthInfo::sharedInstance() {
   static OAuthInfo* const instance = [] {
-    platform::openAcrossForks<sharedMutex>();
-    return new OAuthInfo;
+    auto* const made = new OAuthInfo;
+    platform::holdInForks(made->mutex_);
+    return made;
   }();
   return *instance;
 }

@@ -89,7 +89,6 @@ private:
   friend std::optional<Fields> readIssuedTokens(const Data& answer, const Fields& before);
 
   OAuthInfo() = default;
-  static std::mutex& sharedMutex() { return sharedInstance().mutex_; }
 
   /// All fields of one moment.
   Fields fields() const;

@@ -42,14 +42,13 @@ bool failForMemory() {
 } // namespace
 
 OAuthInfoManager& OAuthInfoManager::sharedInstance() {
-  static OAuthInfoManager* const instance = [] {
-    platform::openAcrossForks<sharedMutex>();
-    return &(new OAuthInfoManager)->init();
-  }();
+  static OAuthInfoManager* const instance = &(new OAuthInfoManager)->init();
   return *instance;
 }
 
-OAuthInfoManager::OAuthInfoManager() : registration_(std::make_shared<Registration>()) {}
+OAuthInfoManager::OAuthInfoManager() : registration_(std::make_shared<Registration>()) {
+  platform::holdInForks(mutex_);
+}
 
 OAuthInfoManager& OAuthInfoManager::init() {
   OAuthInfo::sharedInstance();

@@ -193,7 +193,6 @@ private:
   };
 
   OAuthInfoManager();
-  static std::mutex& sharedMutex() { return sharedInstance().mutex_; }
 
   Text read(Text Fields::*field) const;
   void write(Text Fields::*field, Text value);

@@ -17,21 +17,25 @@ namespace {
 
 /// Held for a moment, so that whoever asks how far saving has come never waits for the store.
 std::mutex& noting() {
-  static constinit std::mutex mutex;
-  [[maybe_unused]] static const bool isOpen = (platform::openAcrossForks<noting>(), true);
-  return mutex;
+  static std::mutex* const instance = [] {
+    auto* const made = new std::mutex;
+    platform::holdInForks(*made);
+    return made;
+  }();
+  return *instance;
 }
 
 /// Held while the record and the store are made equal, which may wait for a save.
 std::mutex& copying() {
-  static constinit std::mutex mutex;
-  [[maybe_unused]] static const bool isOpen = [] {
-    noting(); // these two are taken inside this one
+  static std::mutex* const instance = [] {
+    noting(); // the locks of these three are taken within it
     OAuthInfo::sharedInstance();
-    platform::openAcrossForks<copying>();
-    return true;
+    SessionEvents::tell();
+    auto* const made = new std::mutex;
+    platform::holdInForks(*made);
+    return made;
   }();
-  return mutex;
+  return *instance;
 }
 /// How often they were; changed under the lock.
 constinit std::atomic<std::uint64_t> copies = 0;
@@ -62,6 +66,12 @@ void noteSaved(std::uint64_t taken) {
 
 /// The refresh token that the server refused since tokens were taken over; for who is noting.
 Text& lost() {
+  static Text* const instance = new Text;
+  return *instance;
+}
+
+/// The refresh token that the record and the store had in common last; under the lock.
+Text& common() {
   static Text* const instance = new Text;
   return *instance;
 }
@@ -111,8 +121,10 @@ void TokenRecordStore::lose(const Text& refreshToken) {
     const std::lock_guard lock(copying());
     if (!isToken(refreshToken) || isLost(refreshToken)) return;
     if (fields().refreshToken != refreshToken) return;
-    const std::lock_guard note(noting());
-    lost() = refreshToken;
+    {
+      const std::lock_guard note(noting());
+      lost() = refreshToken;
+    }
     SessionEvents::note(SessionEvent::SessionLost);
   }
   SessionEvents::tell();
@@ -160,21 +172,44 @@ void TokenRecordStore::whenSaved(std::function<void()> ready) {
   ready();
 }
 
-void TokenRecordStore::restore() {
-  const std::uint64_t before = copies;
+std::optional<OAuthInfo::Fields> TokenRecordStore::read() {
   const std::string_view keys[] = {VORNEL_HEADER_ACCESS_TOKEN, VORNEL_HEADER_REFRESH_TOKEN,
                                    VORNEL_OAUTH_END_EXPIRES_IN, VORNEL_OAUTH_EXPIRES_SYSTIME};
   auto stored = store().values(keys);
-  if (!stored || stored->size() != std::size(keys)) return;
-  const std::lock_guard lock(copying());
-  if (copies != before) return;
+  if (!stored || stored->size() != std::size(keys)) return std::nullopt;
   OAuthInfo::Fields tokens;
   tokens.accessToken.swap((*stored)[0]);
   tokens.refreshToken.swap((*stored)[1]);
   tokens.expiresIn.swap((*stored)[2]);
   tokens.expiresSystime.swap((*stored)[3]);
+  return tokens;
+}
+
+void TokenRecordStore::restore() {
+  const std::uint64_t before = copies;
+  auto stored = read();
+  if (!stored) return;
+  const std::lock_guard lock(copying());
+  if (copies != before) return;
+  common() = stored->refreshToken;
   // The scope is stored for others to read and is not restored: this is meant.
-  OAuthInfo::sharedInstance().restoreTokens(tokens);
+  OAuthInfo::sharedInstance().restoreTokens(*stored);
+}
+
+bool TokenRecordStore::catchUp(const Text& refreshToken) {
+  auto stored = read();
+  {
+    const std::lock_guard lock(copying());
+    if (fields().refreshToken != refreshToken) return true;
+    if (common() != refreshToken || !stored || !isToken(stored->accessToken)) return false;
+    if (stored->refreshToken == refreshToken) return false;
+    common() = stored->refreshToken;
+    OAuthInfo::sharedInstance().restoreTokens(*stored);
+    ++copies;
+    SessionEvents::note(SessionEvent::Reissued);
+  }
+  SessionEvents::tell();
+  return true;
 }
 
 Dictionary TokenRecordStore::storedTokens() {
@@ -198,6 +233,7 @@ void TokenRecordStore::toStore(const OAuthInfo::Fields& record) {
       {VORNEL_OAUTH_END_EXPIRES_IN, record.expiresIn},
       {VORNEL_OAUTH_END_SCOPE, record.scope},
       {VORNEL_OAUTH_EXPIRES_SYSTIME, record.expiresSystime}};
+  common() = record.refreshToken;
   store().setValues(entries);
   ++copies;
 }

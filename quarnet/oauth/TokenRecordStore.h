@@ -40,6 +40,11 @@ public:
   /// dropped; absent when nobody was signed in.
   static Text clear();
 
+  /// Takes over the tokens that another process has saved in place of that refresh token; says
+  /// whether the record holds another one now. Not so when the record's were never in the store,
+  /// nor when the store has none: who signs out elsewhere does not sign out here.
+  static bool catchUp(const Text& refreshToken);
+
   /// The server does not reissue under that refresh token: tells it, once, if the record still
   /// holds that one. Nothing is dropped.
   static void lose(const Text& refreshToken);
@@ -70,6 +75,8 @@ public:
   static Dictionary storedTokens();
 
 private:
+  /// What a restart brings back; absent when the store cannot be read.
+  static std::optional<OAuthInfo::Fields> read();
   template <class Change>
   static void saveAfter(const Change& change);
   static void takeLocked(OAuthInfo::Fields& taken, SessionEvent event);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <mutex>
-#include <pthread.h>
 
 namespace quarnet::platform {
 
@@ -10,13 +9,8 @@ namespace quarnet::platform {
 /// of the caller's own is not noticed. Safe from any thread.
 unsigned forkCount();
 
-/// Has fork() wait for a lock of the process's that is held briefly, so that the child, which goes
-/// on with what it guards, never inherits it closed. Where one such lock is taken inside another,
-/// the inner one comes first here. Call it once for each.
-template <std::mutex& (*kMutex)()>
-void openAcrossForks() {
-  const auto open = [] { kMutex().unlock(); };
-  pthread_atfork([] { kMutex().lock(); }, open, open);
-}
+/// Has every fork() hold `mutex`, so that the child finds it open and what it guards whole. For one
+/// that is never destroyed; those that are locked within it come before it.
+void holdInForks(std::mutex& mutex);
 
 } // namespace quarnet::platform

@@ -15,3 +15,9 @@ dialog_is_open() { [[ -n "$(front)" && "$(front)" != "$window" ]]; }
 dialog_is_gone() { [[ "$(front)" == "$window" ]]; }
 # click X Y: at a point of the window.
 click() { xdotool mousemove --window "$window" "$1" "$2" click 1; }
+close_window() { key alt+F4; }
+# start_demo_at WIDTH HEIGHT: with a window of that size.
+start_demo_at() {
+  start_demo
+  xdotool windowsize --sync "$window" "$1" "$2" windowmove --sync "$window" 0 0
+}

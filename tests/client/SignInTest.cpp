@@ -304,6 +304,31 @@ TEST_F(ClientSession, AReissueDoesNotBringBackWhatWasSignedOut) {
   }
 }
 
+TEST_F(ClientSession, WhatAnotherProcessHadReissuedServes) {
+  store("old");
+  const std::shared_ptr<platform::UserDefaults> file = store_->inner;
+  const auto saveElsewhere = [&](const std::string& name) {
+    const platform::UserDefaults::Entry entries[] = {{"access_token", name},
+                                                     {"refresh_token", "r" + name}};
+    file->setValues(entries);
+  };
+  Handle in = signIn();
+  play("h");
+  saveElsewhere("A");
+  play("-"); // it came too late with the token that the other one used
+  await([this] { return ended_ == "Continued"; });
+  EXPECT_EQ(record_.refreshToken(), "rA");
+  saveElsewhere("B");
+  auto call = client().send({.method = HttpMethod::POST, .url = apiUrl("/v1/a")});
+  play("h");
+  http_->answer(answered("", 401));
+  play("h");
+  EXPECT_EQ(record_.accessToken(), "B"); // without a reissue of its own
+  http_->answer(answered("{}"));
+  EXPECT_TRUE(std::move(call).wait());
+  await([&] { return events_ == std::vector{Event::Reissued, Event::Continued, Event::Reissued}; });
+}
+
 TEST_F(ClientSession, BothFacesReissueInTurns) {
   store("old");
   http_->body = tokens("B").body;
@@ -352,7 +377,7 @@ TEST_F(ClientSession, NothingUsesTokensThatAreNotSavedYet) {
     const Handle in = isClients ? signIn() : Handle();
     if (isClients) play("B");
     if (!isClients) manager_.reissueAccessToken();
-    EXPECT_EQ(http_->held(), 2U);
+    await([this] { return http_->held() == 2; });
     play("CDE");
     for (Pending<Answer>& call : calls)
       EXPECT_TRUE(std::move(call).wait());

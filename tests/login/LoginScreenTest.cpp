@@ -152,7 +152,10 @@ TEST_F(LoginScreen, AClosedScreenTakesOnlyItsOwnViewsAlong) {
 TEST_F(LoginScreen, WhatHappensInOneOfTwoConcernsThatOne) {
   std::shared_ptr<platform::HeadlessTitleBar> bar;
   const std::function<void(HeadlessWebView&)> ends[] = {
-      [](HeadlessWebView& page) { page.finish(completionUrl(server().issueCode())); },
+      [this](HeadlessWebView& page) {
+        page.finish(completionUrl(server().issueCode()));
+        app_.waitFor(1);
+      },
       [this](HeadlessWebView& page) {
         page.finish(apiUrl("/oauth/error?error_description=d"));
         toolkit_->pressAlert();

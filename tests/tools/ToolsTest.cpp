@@ -188,6 +188,9 @@ TEST_F(ToolsTest, WhatIsNoTokenAnswerIsNotImported) {
   const Outcome unsaved = run("token import - --store .", R"({"access_token":"A"})");
   EXPECT_EQ(unsaved.exitCode, 1);
   EXPECT_THAT(unsaved.err, HasSubstr("cannot be saved"));
+  environment_ = R"(sh -c 'trap "" XFSZ; ulimit -f 4; exec "$@"' sh)"; // as a full disk
+  EXPECT_EQ(run("logout").out, "");
+  EXPECT_EQ(stored("access_token"), record_.accessToken());
 }
 
 TEST_F(ToolsTest, AReissueAndALogoutEndWithAClearReasonAndTellWhatIsStored) {

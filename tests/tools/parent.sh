@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
-# parent.sh SOURCE_DIR FOLDER GTK [CMAKE-OPTION...]: a project that takes the library in with its
-# sources builds it alone, and the static libraries that this gives, with the GTK toolkit if GTK is ON,
-# serve another project once they are installed, in folders with absolute names. FOLDER keeps what was
-# built for the next time; CXX, SANDBOX and QUARNET are as for consumer.sh.
+# parent.sh SOURCE_DIR FOLDER PARTS [CMAKE-OPTION...]: a project that takes the library in with its
+# sources builds it alone, and the static libraries that this gives, with the PARTS of the library that
+# are switched on (-DQUARNET_GTK=ON and so on), serve another project once they are installed, in
+# folders with absolute names. FOLDER keeps what was built for the next time; CXX, SANDBOX and QUARNET
+# are as for consumer.sh.
 set -euo pipefail
 
 source_dir=$1
 folder=$2
-gtk=$3
+read -ra parts <<<"$3"
 options=("${@:4}")
 
 # configure NAME [OPTION...]: without what the library alone has no use for.
@@ -35,7 +36,7 @@ build added
 echo "-- by FetchContent"
 tree=$folder/tree
 rm -rf "$tree"
-configure fetched -DPARENT_FETCHES=ON -DQUARNET_GTK="$gtk" -DCMAKE_INSTALL_PREFIX="$tree" \
+configure fetched -DPARENT_FETCHES=ON "${parts[@]}" -DCMAKE_INSTALL_PREFIX="$tree" \
   -DCMAKE_INSTALL_LIBDIR="$tree/lib" -DCMAKE_INSTALL_INCLUDEDIR="$tree/headers"
 build fetched
 "$source_dir/tests/tools/consumer.sh" "$source_dir" "$folder/fetched" "${options[@]}"

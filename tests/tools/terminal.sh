@@ -26,7 +26,8 @@ on_terminal() {
 shows() { grep -qxE -- "$1" "$folder/screen" || fail "it shows: $1"; }
 shows_no() { ! grep -qE -- "$1" "$folder/screen" || fail "it does not show: $1"; }
 
-start_sandbox "$sandbox" --misbehave /v1/slow.json=delay:1500 --misbehave /v1/endless.json=endless
+start_sandbox "$sandbox" --misbehave /v1/slow.json=delay:1500 --misbehave /v1/endless.json=endless \
+  --misbehave /oauth/token=delay:800
 "$quarnet" token import "$folder/token.json"
 api=https://$QUARNET_API_HOST
 head -c 100000 /dev/zero >"$folder/file"
@@ -55,6 +56,12 @@ timeout --preserve-status -s INT 1 "$quarnet" request POST "$api/v1/endless" --a
 ((status == 130)) || fail "exit status $status instead of 130"
 shows 'finished 0, failed 0, 0 calls per second'
 shows 'quarnet: interrupted'
+
+echo "-- a reissue that is interrupted: what it brings is stored all the same"
+status=0
+timeout --preserve-status -s INT 0.4 "$quarnet" reissue 2>"$folder/screen" || status=$?
+((status == 130)) || fail "exit status $status instead of 130"
+"$quarnet" reissue || fail "the refresh token is the one that the server knows"
 
 echo "-- a call that is soon over, and one whose standard error is a file: no line"
 on_terminal 0 "$quarnet request POST $api/v1/soon --upload $folder/file" </dev/null

@@ -78,8 +78,9 @@ int LoginWindow::run() {
   });
   const auto result = outcomeOf(client.signIn());
   if (!result) return interrupted();
-  const int code = report(*result);
-  return settings_.storeIsSound() ? code : kFailed;
+  // Tokens that are not in the store are gone with this process.
+  if (!settings_.storeIsSound()) return kFailed;
+  return report(*result);
 }
 
 void LoginWindow::makeWindow() {

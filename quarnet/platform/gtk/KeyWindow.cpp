@@ -4,6 +4,7 @@
 
 #include <adwaita.h>
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace quarnet::platform {
@@ -24,6 +25,12 @@ void setContent(GtkWindow* window, GtkWidget* content) {
   } else {
     gtk_window_set_child(window, content);
   }
+}
+
+/// The signal for another content.
+const char* contentSignal(GtkWindow* window) {
+  const bool isAdw = ADW_IS_APPLICATION_WINDOW(window) || ADW_IS_WINDOW(window);
+  return isAdw ? "notify::content" : "notify::child";
 }
 
 /// What the window has for its content: all below the title bar, the content's margins included.
@@ -49,6 +56,12 @@ double controlsHeight(GtkWidget* stage) {
   return gtk_widget_get_next_sibling(stage) == nullptr ? 0 : 20;
 }
 
+/// A scale, at most a little smaller, at which a length ends with a point: in a part of one, every
+/// view shines through those above it.
+float toWholePoints(double length, double scale) {
+  return static_cast<float>(std::floor(length * scale) / std::max(1.0, length));
+}
+
 /// Puts the layer into the middle of the stage, smaller if it has to be; what it leaves free for
 /// the system is then not too low for the window's buttons.
 void layOutStage(GtkWidget* stage, int width, int height, int) {
@@ -65,8 +78,8 @@ void layOutStage(GtkWidget* stage, int width, int height, int) {
       static_cast<float>(static_cast<int>(top))};
   GskTransform* transform = gsk_transform_translate(nullptr, &origin);
   if (scale < 1)
-    transform =
-        gsk_transform_scale(transform, static_cast<float>(scale), static_cast<float>(scale));
+    transform = gsk_transform_scale(transform, toWholePoints(bounds.width, scale),
+                                    toWholePoints(bounds.height, scale));
   gtk_widget_measure(layer, GTK_ORIENTATION_HORIZONTAL, -1, nullptr, nullptr, nullptr, nullptr);
   gtk_widget_allocate(layer, static_cast<int>(bounds.width), static_cast<int>(bounds.height), -1,
                       transform);
@@ -155,6 +168,7 @@ KeyWindow::KeyWindow(GtkWindow* window) : window_(nullptr) {
 
 KeyWindow::~KeyWindow() {
   g_clear_weak_pointer(&window_);
+  g_clear_weak_pointer(&focus_);
 }
 
 Rect KeyWindow::frame() const {
@@ -181,15 +195,44 @@ void KeyWindow::wrap() {
   addStyle(covered, "quarnet-covered");
   gtk_overlay_set_child(overlay_.get(), covered);
   gtk_overlay_add_overlay(overlay_.get(), makeStage(widget()));
-  if (GtkWidget* content = contentOf(window_)) {
-    const Ref<GtkWidget> held = retain(content);
+  takeContent();
+  g_signal_connect_swapped(window_, contentSignal(window_),
+                           G_CALLBACK(+[](KeyWindow* self) { self->contentChanged(); }), this);
+  g_signal_connect_swapped(window_, "notify::focus-widget",
+                           G_CALLBACK(+[](KeyWindow* self) { self->noteFocus(); }), this);
+}
+
+void KeyWindow::takeContent() {
+  GtkWidget* const stage = gtk_widget_get_parent(widget());
+  if (GtkWidget* const controls = gtk_widget_get_next_sibling(stage))
+    gtk_overlay_remove_overlay(overlay_.get(), controls);
+  AdwBin* const covered = ADW_BIN(gtk_overlay_get_child(overlay_.get()));
+  GtkWidget* const content = contentOf(window_);
+  const Ref<GtkWidget> held = content == nullptr ? nullptr : retain(content);
+  if (content != nullptr) {
     // Taken along, the focus would be moved on from where it was, a little later.
     gtk_window_set_focus(window_, nullptr);
     setContent(window_, nullptr);
-    adw_bin_set_child(ADW_BIN(covered), content);
-    if (holdsControls(content)) gtk_overlay_add_overlay(overlay_.get(), makeControls());
   }
+  adw_bin_set_child(covered, content);
+  if (content != nullptr && holdsControls(content))
+    gtk_overlay_add_overlay(overlay_.get(), makeControls());
   setContent(window_, GTK_WIDGET(overlay_.get()));
+}
+
+void KeyWindow::contentChanged() {
+  const bool isOurs = contentOf(window_) == GTK_WIDGET(overlay_.get());
+  if (isOurs || isTaking_ || gtk_widget_in_destruction(GTK_WIDGET(window_))) return;
+  isTaking_ = true;
+  takeContent();
+  isTaking_ = false;
+  gtk_window_set_focus(window_, focus_ != nullptr ? focus_ : gtk_widget_get_parent(widget()));
+}
+
+void KeyWindow::noteFocus() {
+  GtkWidget* const focus = gtk_window_get_focus(window_);
+  if (focus != nullptr && gtk_widget_is_ancestor(focus, widget()))
+    g_set_weak_pointer(&focus_, focus);
 }
 
 void KeyWindow::childRemoved(const FrameNode& child) {
@@ -204,6 +247,7 @@ void KeyWindow::childRemoved(const FrameNode& child) {
 
 void KeyWindow::unwrap() {
   const Ref<GtkOverlay> overlay = std::move(overlay_);
+  if (window_ != nullptr) g_signal_handlers_disconnect_by_data(window_, this);
   adw_bin_set_child(ADW_BIN(gtk_widget_get_parent(widget())), nullptr);
 
   GtkWidget* const covered = gtk_overlay_get_child(overlay.get());
@@ -212,7 +256,6 @@ void KeyWindow::unwrap() {
   // The content would remain as insensitive as it is in here.
   gtk_widget_set_sensitive(covered, TRUE);
   adw_bin_set_child(ADW_BIN(covered), nullptr);
-  // The application may have given the window another content meanwhile: then that stays.
   if (window_ == nullptr || contentOf(window_) != GTK_WIDGET(overlay.get())) return;
   gtk_window_set_focus(window_, nullptr);
   setContent(window_, content);

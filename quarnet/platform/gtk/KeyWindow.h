@@ -17,6 +17,8 @@ namespace quarnet::platform {
 /// topmost view takes input; what lies beneath gets the keyboard focus back when it is the topmost
 /// again.
 ///
+/// Another content that the application gives the window meanwhile is covered in turn.
+///
 /// Where the content brings the window's own buttons along, others lie above the layer, in the 20
 /// points that a view is to leave free for the system at its upper edge.
 class KeyWindow final : public FramedView<View> {
@@ -34,6 +36,10 @@ public:
 
 private:
   void wrap();
+  /// Puts the overlay in the place of the window's content, and that beneath the layer.
+  void takeContent();
+  void contentChanged();
+  void noteFocus();
   void unwrap();
   void childRemoved(const FrameNode& child) override;
 
@@ -43,6 +49,10 @@ private:
   Ref<GtkOverlay> overlay_;
   /// What lies beneath each view of the layer: the content, and every view but the topmost.
   std::vector<std::unique_ptr<Covered>> covered_;
+  /// What had the focus last in the layer; null for nothing, or when that is gone.
+  GtkWidget* focus_ = nullptr;
+  /// Whether the content that changes does so by our own hand.
+  bool isTaking_ = false;
 };
 
 } // namespace quarnet::platform

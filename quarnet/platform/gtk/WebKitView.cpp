@@ -166,6 +166,14 @@ void WebKitView::connectSignals() {
             self->showDialog(dialog);
             return TRUE;
           }));
+  // The page engine's own question for a name and a password keeps the keyboard out. Without an
+  // answer the server's page comes, which is where a sign-in belongs.
+  connect(page_.get(), "authenticate",
+          G_CALLBACK(
+              +[](WebKitWebView*, WebKitAuthenticationRequest* request, WebKitView*) -> gboolean {
+                webkit_authentication_request_authenticate(request, nullptr);
+                return TRUE;
+              }));
   connect(page_.get(), "print",
           G_CALLBACK(+[](WebKitWebView*, WebKitPrintOperation*, WebKitView* self) -> gboolean {
             self->notify("여기서는 인쇄할 수 없습니다.");

@@ -119,7 +119,11 @@ TEST(AsyncSendTest, AConnectionOpenedAheadServesTheNextSends) {
   CurlHttpClient client({.caFile = secret.caFile()});
   const auto open = [&](const std::string& url) {
     client.openConnection(url);
-    std::this_thread::sleep_for(50ms);
+    std::this_thread::sleep_for(250ms);
+  };
+  const auto waitForConnections = [](const WireServer& server, std::size_t count) {
+    for (int waits = 0; server.connections() < count && waits < 100; ++waits)
+      std::this_thread::sleep_for(50ms);
   };
   setenv("all_proxy", "http://127.0.0.1:1", 1);
   open(plain.url());
@@ -129,6 +133,7 @@ TEST(AsyncSendTest, AConnectionOpenedAheadServesTheNextSends) {
     client.openConnection(url);
   for (int i = 0; i < 100; ++i)
     client.openConnection(plain.url("/" + std::to_string(i)));
+  waitForConnections(plain, 1);
   open(secret.httpsUrl());
   EXPECT_EQ(plain.requests().size(), 0U);
   for (std::size_t i = 1; i <= 3; ++i) {
@@ -140,8 +145,7 @@ TEST(AsyncSendTest, AConnectionOpenedAheadServesTheNextSends) {
     EXPECT_EQ(plain.connections(), 1U);
     client.openConnection(plain.url());
     open(closing.url());
-    for (int waits = 0; closing.connections() < i && waits < 100; ++waits)
-      std::this_thread::sleep_for(50ms);
+    waitForConnections(closing, i);
     EXPECT_EQ(closing.connections(), i);
   }
   // The first connection was made to see whether the server listens.

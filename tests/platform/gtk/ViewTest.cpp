@@ -56,15 +56,20 @@ TEST_F(ViewTest, ResizedWindowKeepsEverythingInReach) {
   page->setFrame({0, 44, 320, 548}); // reaches below the window's edge
   view->addSubview(page);
 
-  // In a larger window the views keep to the middle, in a smaller one they get smaller.
+  // In a larger window the views keep to the middle, in a smaller one they get smaller, to whole
+  // points; over another content of the application's as well.
   const struct {
     int width, height;
     float left, top, shownWidth;
   } sizes[] = {{640, 568, 160, 0, 320},
                {320, 768, 0, 100, 320},
                {240, 568, 0, 71, 240},
-               {320, 294, 80, 10, 160}};
+               {320, 294, 80, 10, 160},
+               {250, 371, 22, 7, 204}};
   for (const auto& size : sizes) {
+    gtk_widget_grab_focus(pages().at(0));
+    gtk_window_set_child(window_, gtk_header_bar_new());
+    EXPECT_EQ(gtk_window_get_focus(window_), pages().at(0));
     gtk_window_set_default_size(window_, size.width, size.height);
     ASSERT_TRUE(waitUntil([&] {
       return gtk_widget_get_width(GTK_WIDGET(window_)) == size.width &&

@@ -14,6 +14,7 @@ source "$1/scripts/lib/screen.sh"
 demo_pid=
 trap 'stop_demo; stop_sandbox; rm -rf "$folder"' EXIT
 unset "${!QUARNET_@}"
+export LANGUAGE=ko # as the login screen; without gettext, the application is in English
 
 good() { echo "   $1"; }
 fail() {
@@ -39,7 +40,7 @@ never() {
   good "$1"
 }
 
-readonly sign_in="push button '로그인[^']*'" close="push button '닫기'"
+readonly sign_in="push button '(로그인|Sign In)[^']*'" close="push button '닫기'"
 readonly page="document text '로그인[^']*'" retry="push button '다시 시도'"
 
 : >"$folder/demo.log" >"$folder/tree"
