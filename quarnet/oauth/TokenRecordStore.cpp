@@ -15,11 +15,22 @@
 namespace quarnet {
 namespace {
 
-/// Held while the record and the store are made equal.
+/// Held for a moment, so that whoever asks how far saving has come never waits for the store.
+std::mutex& noting() {
+  static std::mutex* const instance = [] {
+    auto* const made = new std::mutex;
+    platform::holdInForks(*made);
+    return made;
+  }();
+  return *instance;
+}
+
+/// Held while the record and the store are made equal, which may wait for a save.
 std::mutex& copying() {
   static std::mutex* const instance = [] {
+    noting(); // the locks of these three are taken within it
     OAuthInfo::sharedInstance();
-    SessionEvents::tell(); // its lock as well is taken within this one
+    SessionEvents::tell();
     auto* const made = new std::mutex;
     platform::holdInForks(*made);
     return made;
@@ -29,7 +40,8 @@ std::mutex& copying() {
 /// How often they were; changed under the lock.
 constinit std::atomic<std::uint64_t> copies = 0;
 
-/// How far saving has come; changed under the lock. A forked child has its own.
+/// How far saving has come; changed while noting, the first one while copying. A forked child has
+/// its own.
 struct Saving {
   std::atomic<std::uint64_t> taken = 0;
   /// How many of those that were taken over are saved.
@@ -44,7 +56,7 @@ Saving& saving() {
 void noteSaved(std::uint64_t taken) {
   std::vector<std::function<void()>> ready;
   {
-    const std::lock_guard lock(copying());
+    const std::lock_guard lock(noting());
     if (taken > saving().saved) saving().saved = taken;
     if (TokenRecordStore::isSaved()) ready.swap(saving().waiting);
   }
@@ -52,7 +64,7 @@ void noteSaved(std::uint64_t taken) {
     call();
 }
 
-/// The refresh token that the server refused since tokens were taken over; under the lock.
+/// The refresh token that the server refused since tokens were taken over; for who is noting.
 Text& lost() {
   static Text* const instance = new Text;
   return *instance;
@@ -89,7 +101,7 @@ void TokenRecordStore::takeLocked(OAuthInfo::Fields& taken, SessionEvent event) 
   toStore(taken); // first, since it may throw
   ++counts.taken; // before anyone can read the record
   OAuthInfo::sharedInstance().replaceTokens(taken);
-  lost().reset();
+  forgetLoss();
   if (isSession) return SessionEvents::note(event);
   if (isToken(taken.accessToken)) SessionEvents::note(SessionEvent::SignedOut); // the one before
 }
@@ -107,21 +119,24 @@ Text TokenRecordStore::clear() {
 void TokenRecordStore::lose(const Text& refreshToken) {
   {
     const std::lock_guard lock(copying());
-    if (!isToken(refreshToken) || refreshToken == lost()) return;
+    if (!isToken(refreshToken) || isLost(refreshToken)) return;
     if (fields().refreshToken != refreshToken) return;
-    lost() = refreshToken;
+    {
+      const std::lock_guard note(noting());
+      lost() = refreshToken;
+    }
     SessionEvents::note(SessionEvent::SessionLost);
   }
   SessionEvents::tell();
 }
 
 bool TokenRecordStore::isLost(const Text& refreshToken) {
-  const std::lock_guard lock(copying());
+  const std::lock_guard lock(noting());
   return refreshToken && refreshToken == lost();
 }
 
 void TokenRecordStore::forgetLoss() {
-  const std::lock_guard lock(copying());
+  const std::lock_guard lock(noting());
   lost().reset();
 }
 
@@ -151,7 +166,7 @@ bool TokenRecordStore::isSaved() {
 
 void TokenRecordStore::whenSaved(std::function<void()> ready) {
   {
-    const std::lock_guard lock(copying());
+    const std::lock_guard lock(noting());
     if (!isSaved()) return saving().waiting.push_back(std::move(ready));
   }
   ready();
