@@ -41,7 +41,7 @@ shows "$blanks"
 
 echo "-- a download that Ctrl-C ends"
 {
-  sleep 2
+  sleep 4
   printf '\003'
   sleep 0.5
 } | on_terminal 130 "$quarnet request GET $api/v1/endless"
@@ -51,7 +51,7 @@ shows 'quarnet: interrupted'
 
 echo "-- many calls that are interrupted"
 status=0
-timeout --preserve-status -s INT 1 "$quarnet" request POST "$api/v1/endless" --async --repeat 2 \
+timeout --preserve-status -s INT 3 "$quarnet" request POST "$api/v1/endless" --async --repeat 2 \
   >"$folder/screen" 2>&1 || status=$?
 ((status == 130)) || fail "exit status $status instead of 130"
 shows 'finished 0, failed 0, 0 calls per second'
