@@ -4,6 +4,7 @@
 #include "quarnet/platform/OfProcess.h"
 #include "quarnet/platform/WorkerPool.h"
 
+#include <atomic>
 #include <system_error>
 #include <utility>
 
@@ -11,6 +12,7 @@ namespace quarnet {
 namespace {
 
 struct Workers {
+  std::atomic<std::size_t> calls = 0;
   platform::WorkerPool pool{2};
 };
 
@@ -23,6 +25,7 @@ Workers& workers() {
 
 bool runOnWorker(std::function<void()> call) {
   try {
+    ++workers().calls;
     workers().pool.run({std::move(call)});
     return true;
   } catch (const std::system_error&) {
@@ -30,8 +33,10 @@ bool runOnWorker(std::function<void()> call) {
   }
 }
 
-void waitForWorkers() {
+std::size_t waitForWorkers() {
+  const std::size_t calls = workers().calls;
   workers().pool.waitUntilIdle();
+  return calls;
 }
 
 } // namespace quarnet

@@ -2,6 +2,7 @@
 
 #include "quarnet/core/Export.h"
 
+#include <cstddef>
 #include <functional>
 
 namespace quarnet {
@@ -11,7 +12,8 @@ namespace quarnet {
 /// thread.
 bool runOnWorker(std::function<void()> call);
 
-/// Waits until nothing runs there. For tests, before they take the services away.
-QUARNET_EXPORT void waitForWorkers();
+/// Waits until nothing runs there, and says how many calls there had been when the wait began. For
+/// tests, before they take the services away.
+QUARNET_EXPORT std::size_t waitForWorkers();
 
 } // namespace quarnet

@@ -28,8 +28,12 @@ void HeadlessLibrary::signIn() {
 
 void HeadlessLibrary::run() {
   do {
-    waitForWorkers();
-    http->waitUntilIdle();
+    // A completion may have begun something there, which may send again.
+    std::size_t calls = 0;
+    do {
+      calls = waitForWorkers();
+      http->waitUntilIdle();
+    } while (waitForWorkers() != calls);
   } while (mainThread->runPending() > 0);
 }
 
