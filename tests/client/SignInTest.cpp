@@ -308,8 +308,9 @@ TEST_F(ClientSession, WhatAnotherProcessHadReissuedServes) {
   store("old");
   const std::shared_ptr<platform::UserDefaults> file = store_->inner;
   const auto saveElsewhere = [&](const std::string& name) {
+    const std::string refresh = "r" + name;
     const platform::UserDefaults::Entry entries[] = {{"access_token", name},
-                                                     {"refresh_token", "r" + name}};
+                                                     {"refresh_token", refresh}};
     file->setValues(entries);
   };
   Handle in = signIn();
