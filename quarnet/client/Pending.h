@@ -80,9 +80,9 @@ public:
     return outcome->wait();
   }
 
-  /// Ends it with the outcome Cancelled.
+  /// Ends it with the outcome Cancelled. Nothing when it was moved or taken.
   void cancel() {
-    outcome_->cancel();
+    if (outcome_) outcome_->cancel();
   }
 
   /// Lets it run and forgets its outcome.

@@ -37,6 +37,7 @@ std::mutex& copying() {
   }();
   return *instance;
 }
+
 /// How often they were; changed under the lock.
 constinit std::atomic<std::uint64_t> copies = 0;
 
