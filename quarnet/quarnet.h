@@ -14,6 +14,7 @@
 #include "quarnet/core/RequestBundle.h"
 #include "quarnet/core/ResponseMessage.h"
 #include "quarnet/core/StringUtil.h"
+#include "quarnet/core/Version.h"
 #include "quarnet/login/OAuthClient.h"
 #include "quarnet/oauth/OAuthInfo.h"
 #include "quarnet/oauth/OAuthInfoManager.h"

@@ -1,5 +1,6 @@
 // `quarnet`: the SDK's calls on the command line.
 
+#include "quarnet/core/Version.h"
 #include "tools/LoginCommand.h"
 #include "tools/LogoutCommand.h"
 #include "tools/ReissueCommand.h"
@@ -13,6 +14,7 @@
 #include <iostream>
 #include <memory>
 #include <new>
+#include <string>
 #include <vector>
 
 namespace {
@@ -26,7 +28,7 @@ int report(const CLI::App& program, const CLI::ParseError& outcome) {
 
 int runProgram(int argc, char** argv) {
   CLI::App program("Signs in to the API, sends its calls and shows what comes back.", "quarnet");
-  program.set_version_flag("--version", "quarnet " QUARNET_VERSION);
+  program.set_version_flag("--version", "quarnet " + std::string(quarnet::version()));
   program.require_subcommand(1);
   program.fallthrough();
 

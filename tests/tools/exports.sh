@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # exports.sh SOURCE_DIR LIBRARY...: each library exports only names that a header marks with
-# QUARNET_EXPORT, runs nothing of its own at load time, and carries its major version. NM and READELF
-# name the programs that know the library's processor.
+# QUARNET_EXPORT, each with the version that it came with, runs nothing of its own at load time, and
+# carries its major version. NM and READELF name the programs that know the library's processor.
 set -euo pipefail
 
 source_dir=$1
@@ -20,12 +20,16 @@ marked=$(grep -rhE 'QUARNET_EXPORT' --include='*.h' "$source_dir/quarnet" |
 
 for library in "$@"; do
   echo "$library"
-  names=$("${NM:-nm}" -D --defined-only --demangle "$library" | cut -d' ' -f3- |
+  names=$("${NM:-nm}" -D --defined-only --demangle --without-symbol-versions "$library" |
+    grep -v ' A QUARNET_' | cut -d' ' -f3- |
     sed -E 's/^(vtable|typeinfo|typeinfo name|VTT) for //; s/\[abi:cxx11\]//g; s/\(.*//' | sort -u)
   [[ -n "$names" ]] || complain "exports nothing at all"
   inner=$(grep -vE "^quarnet::(platform::)?($marked)(::(~?[A-Za-z0-9_]+|operator.*))?$" \
     <<<"$names" || true)
   [[ -z "$inner" ]] || complain "exports names that no header marks:"$'\n'"$inner"
+  unversioned=$("${NM:-nm}" -D --defined-only --with-symbol-versions "$library" |
+    grep -vE '(@@| A )QUARNET_[0-9]+\.[0-9]+$' || true)
+  [[ -z "$unversioned" ]] || complain "exports names without a version:"$'\n'"$unversioned"
 
   initialisers=$("${NM:-nm}" --demangle "$library" | grep -E '_GLOBAL__(sub_)?I' || true)
   [[ -z "$initialisers" ]] || complain "runs at load time:"$'\n'"$initialisers"
