@@ -16,9 +16,14 @@ in_namespaces() {
   mkdir -p build/bare
   exec {alone}<build/bare
   flock -n "$alone" || { echo "${1##*/}: another one is at work in build/bare" >&2 && exit 1; }
+  # In the background, so that Ctrl-C is ours, and comes to its end even if this shell is killed.
+  QUARNET_BARE=1 setpriv --pdeathsig KILL \
+    unshare --mount --pid --fork --kill-child --mount-proc --propagation private "$@" &
+  trap 'kill -KILL $! 2>/dev/null || true; wait; rm -rf --one-file-system "$bare"' EXIT
+  trap 'exit 130' INT
+  trap 'exit 143' TERM HUP
   local status=0
-  QUARNET_BARE=1 unshare --mount --pid --fork --kill-child --mount-proc --propagation private "$@" || status=$?
-  rm -rf --one-file-system "$bare"
+  wait $! || status=$?
   exit "$status"
 }
 
