@@ -19,7 +19,7 @@ in_namespaces() {
   # In the background, so that Ctrl-C is ours, and comes to its end even if this shell is killed.
   QUARNET_BARE=1 setpriv --pdeathsig KILL \
     unshare --mount --pid --fork --kill-child --mount-proc --propagation private "$@" &
-  trap 'kill -KILL $! 2>/dev/null || true; wait; rm -rf --one-file-system "$bare"' EXIT
+  trap '{ kill -KILL $! && wait || true; } 2>/dev/null; rm -rf --one-file-system "$bare"' EXIT
   trap 'exit 130' INT
   trap 'exit 143' TERM HUP
   local status=0
