@@ -24,7 +24,7 @@ for library in "$@"; do
     grep -v ' A QUARNET_' | cut -d' ' -f3- |
     sed -E 's/^(vtable|typeinfo|typeinfo name|VTT) for //; s/\[abi:cxx11\]//g; s/\(.*//' | sort -u)
   [[ -n "$names" ]] || complain "exports nothing at all"
-  inner=$(grep -vE "^quarnet::(platform::)?($marked)(::(~?[A-Za-z0-9_]+|operator.*))?$" \
+  inner=$(grep -vE "^quarnet::(platform::)?($marked)(::($marked))?(::(~?[A-Za-z0-9_]+|operator.*))?$" \
     <<<"$names" || true)
   [[ -z "$inner" ]] || complain "exports names that no header marks:"$'\n'"$inner"
   unversioned=$("${NM:-nm}" -D --defined-only --with-symbol-versions "$library" |
