@@ -1,6 +1,5 @@
 // `quarnet`: the SDK's calls on the command line.
 
-#include "quarnet/core/Version.h"
 #include "tools/LoginCommand.h"
 #include "tools/LogoutCommand.h"
 #include "tools/ReissueCommand.h"
@@ -8,6 +7,8 @@
 #include "tools/Settings.h"
 #include "tools/Terminal.h"
 #include "tools/TokenCommand.h"
+
+#include "quarnet/core/Version.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
