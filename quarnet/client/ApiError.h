@@ -50,6 +50,7 @@ struct QUARNET_EXPORT ApiError {
 /// The kind in a few words: "timed out".
 QUARNET_EXPORT std::string_view describe(ApiErrorKind kind);
 
+/// Writes description().
 inline std::ostream& operator<<(std::ostream& out, const ApiError& error) {
   return out << error.description();
 }

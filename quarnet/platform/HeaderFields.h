@@ -14,11 +14,15 @@ namespace quarnet::platform {
 /// were set. Names are the same in any case; neither names nor values are checked here.
 class QUARNET_EXPORT HeaderFields {
 public:
+  /// One field.
   struct Field {
+    /// In the case in which it is sent.
     std::string name;
+    /// As it is sent.
     std::string value;
   };
 
+  /// None.
   HeaderFields() = default;
   /// Sets one after the other.
   HeaderFields(std::initializer_list<Field> fields);
@@ -31,8 +35,11 @@ public:
   /// The value of the field of that name, or absent. Lives until the fields change.
   std::optional<std::string_view> get(std::string_view name) const;
 
+  /// How many there are.
   std::size_t size() const { return fields_.size(); }
+  /// The first field. Good until the fields change.
   std::vector<Field>::const_iterator begin() const { return fields_.begin(); }
+  /// Behind the last field. Good until the fields change.
   std::vector<Field>::const_iterator end() const { return fields_.end(); }
 
 private:
