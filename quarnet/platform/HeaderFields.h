@@ -2,11 +2,12 @@
 
 #include "quarnet/core/Export.h"
 
+#include <cstddef>
 #include <initializer_list>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace quarnet::platform {
 
@@ -14,12 +15,38 @@ namespace quarnet::platform {
 /// were set. Names are the same in any case; neither names nor values are checked here.
 class QUARNET_EXPORT HeaderFields {
 public:
-  /// One field.
+  /// One field. Both texts live until the fields change.
   struct Field {
     /// In the case in which it is sent.
-    std::string name;
+    std::string_view name;
     /// As it is sent.
-    std::string value;
+    std::string_view value;
+  };
+
+  /// Goes through the fields; of no use once they change.
+  class QUARNET_EXPORT Iterator {
+  public:
+    /// What the standard library asks of an iterator.
+    /// @{
+    using iterator_category = std::input_iterator_tag;
+    using value_type = Field;
+    using difference_type = std::ptrdiff_t;
+    using pointer = void;
+    using reference = Field;
+    /// @}
+
+    /// The field; not of the one behind the last.
+    Field operator*() const;
+    /// Goes to the next field.
+    Iterator& operator++();
+    /// Whether both are at the same field.
+    bool operator==(const Iterator&) const = default;
+
+  private:
+    friend class HeaderFields;
+    explicit Iterator(const char* field) : field_(field) {}
+
+    const char* field_;
   };
 
   /// None.
@@ -35,15 +62,17 @@ public:
   /// The value of the field of that name, or absent. Lives until the fields change.
   std::optional<std::string_view> get(std::string_view name) const;
 
-  /// How many there are.
-  std::size_t size() const { return fields_.size(); }
-  /// The first field. Good until the fields change.
-  std::vector<Field>::const_iterator begin() const { return fields_.begin(); }
-  /// Behind the last field. Good until the fields change.
-  std::vector<Field>::const_iterator end() const { return fields_.end(); }
+  /// The first field.
+  Iterator begin() const { return Iterator(fields_.data()); }
+  /// Behind the last field.
+  Iterator end() const { return Iterator(fields_.data() + fields_.size()); }
 
 private:
-  std::vector<Field> fields_;
+  Iterator find(std::string_view name) const;
+
+  /// For each field the sizes of its texts, and the texts. In one piece: thousands of calls may
+  /// wait with theirs, and what one thread allocates another one frees.
+  std::string fields_;
 };
 
 } // namespace quarnet::platform
