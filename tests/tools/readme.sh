@@ -87,3 +87,4 @@ done 3<"$source_dir/README.md" >"$HOME/output"
 ((blocks == 4))
 grep -q '"keyword":"서울"' "$HOME/output"
 grep -q '"keyword":"서울역"' "$HOME/output"
+echo "readme: $blocks blocks of commands ran"
