@@ -11,8 +11,8 @@ namespace quarnet {
 
 /// Why there is no answer.
 enum class ApiErrorKind {
-  /// The call itself is wrong: no address, a method or a format that there is not, a file that
-  /// cannot be read. Nothing was sent.
+  /// The call itself is wrong: no address, a method or a format that there is not, parts that do
+  /// not go together, no client identifier, a file that cannot be read. Nothing was sent.
   InvalidCall,
   /// Nobody is signed in, or the server does not take the tokens any more.
   SignedOut,
@@ -50,6 +50,7 @@ struct QUARNET_EXPORT ApiError {
 /// The kind in a few words: "timed out".
 QUARNET_EXPORT std::string_view describe(ApiErrorKind kind);
 
+/// Writes description().
 inline std::ostream& operator<<(std::ostream& out, const ApiError& error) {
   return out << error.description();
 }
