@@ -2,7 +2,7 @@
 # readme.sh SOURCE_DIR [BUILD_DIR]: runs the commands of the README in their order, in a home of their
 # own: build/readme, with a clone of the last commit, which stays there. With BUILD_DIR, the tree as
 # it is stands for the clone, and what was built there for the build, which makes it quick.
-# scripts/demo is only looked for.
+# scripts/demo and scripts/test are only looked for.
 set -euo pipefail
 
 source_dir=$(realpath "$1")
@@ -29,7 +29,7 @@ if [[ -n "$build_dir" ]]; then
     mkdir -p quarnet/build quarnet/scripts
     find "$source_dir" -mindepth 1 -maxdepth 1 ! -name build ! -name scripts -exec ln -s -t quarnet {} +
     ln -s "$build_dir" quarnet/build/release
-    ln -s "$source_dir/scripts/demo" quarnet/scripts
+    ln -s "$source_dir/scripts/demo" "$source_dir/scripts/test" quarnet/scripts
     # shellcheck disable=SC2016
     printf '#!/bin/sh\ntest "$1" = release\n' >quarnet/scripts/build
     chmod +x quarnet/scripts/build
@@ -78,7 +78,8 @@ while IFS= read -r line <&3; do
       is_block=''
       blocks=$((blocks + 1))
       block=${block/<this repository>/\"\$source_dir\"}
-      run "${block/scripts\/demo/test -x scripts\/demo}"
+      block=${block/scripts\/demo/test -x scripts\/demo}
+      run "${block/scripts\/test/test -x scripts\/test}"
       ;;
     yes*) block+=${block:+$'\n'}$line ;;
   esac
