@@ -6,10 +6,16 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace quarnet::tools {
 
 std::optional<Data> readInput(const std::string& path) {
+  static bool isTaken = false;
+  if (path == "-" && std::exchange(isTaken, true)) {
+    tell("standard input is given for two things");
+    return std::nullopt;
+  }
   const auto closeFile = [](std::FILE* file) {
     if (file != stdin) std::fclose(file);
   };
