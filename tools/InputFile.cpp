@@ -28,7 +28,8 @@ std::optional<Data> readInput(const std::string& path) {
       bytes.append(buffer, count);
   }
   if (!file || std::ferror(file.get()) != 0) {
-    tell("cannot read " + path + ": " + std::strerror(errno));
+    tell("cannot read " + (path == "-" ? "standard input" : excerpt(path)) + ": " +
+         std::strerror(errno));
     return std::nullopt;
   }
   return bytes;

@@ -46,7 +46,6 @@ Program::Program(char** argv) : argv_(argv), parser_("Call the Quarnet API.", "q
   usage::prepare(parser_);
   parser_.require_subcommand(1);
   parser_.fallthrough();
-  parser_.footer(kFooter);
   settings_.addOptions(parser_);
   commands_.push_back(std::make_unique<LoginCommand>(parser_, argv));
   commands_.push_back(std::make_unique<RequestCommand>(parser_, settings_));
@@ -56,6 +55,7 @@ Program::Program(char** argv) : argv_(argv), parser_("Call the Quarnet API.", "q
   commands_.push_back(std::make_unique<CompletionCommand>(parser_));
   commands_.push_back(std::make_unique<VersionCommand>(parser_));
   commands_.push_back(std::make_unique<HelpCommand>(parser_));
+  parser_.footer(kFooter); // last, since a command begins with the footer that is there
 }
 
 int Program::run(int argc) {

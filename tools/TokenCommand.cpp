@@ -46,16 +46,20 @@ TokenCommand::TokenCommand(CLI::App& program, Settings& settings)
       settings_(settings) {
   auto* reveal = options().add_flag("--reveal", reveal_, "Show the tokens as they are");
   auto* json = options().add_flag("--json", json_, "Show the record as JSON");
-  options().footer("Exit status:\n"
-                   "  0  Somebody is signed in.\n"
-                   "  1  The store cannot be read.\n"
-                   "  2  Wrong usage.\n"
-                   "  6  Nobody is signed in: no access token is stored.\n");
   import_ = options().add_subcommand("import", "Store a token endpoint's answer");
   import_->add_option("FILE", file_, "The answer, of JSON; - for standard input")
       ->type_name("FILE")
       ->required();
   import_->excludes(reveal)->excludes(json);
+  import_->footer("Exit status:\n"
+                  "  0  The token record is stored.\n"
+                  "  1  Failed: it is no token answer, the store cannot be written.\n"
+                  "  2  Wrong usage.\n");
+  options().footer("Exit status:\n"
+                   "  0  Somebody is signed in.\n"
+                   "  1  The store cannot be read.\n"
+                   "  2  Wrong usage.\n"
+                   "  6  Nobody is signed in: no access token is stored.\n");
 }
 
 int TokenCommand::run() {

@@ -44,6 +44,7 @@ typed() {
 typed 'quarnet reques\tG\thttps://h:1/x -o pl\t' request GET https://h:1/x -o plain.json
 typed 'quarnet request --upl\t' request --upload
 typed 'quarnet request PUT https://h:1/x --upload 사\t' request PUT https://h:1/x --upload '사진 1.png'
+typed 'quarnet request POST u --payload-file=사\t' request POST u '--payload-file=사진 1.png'
 typed 'quarnet --log red\ttok\timp\tpl\t' --log redacted token import plain.json
 typed 'quarnet request -p token GET u --response-type=x\t' request -p token GET u --response-type=xml
 typed 'quarnet request GET u --api-h\t' request GET u --api-host

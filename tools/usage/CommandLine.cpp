@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fcntl.h>
 #include <iostream>
+#include <unistd.h>
 
 namespace quarnet::usage {
 namespace {
@@ -29,6 +31,17 @@ int wrongUsage(const CLI::App& app, std::string_view message) {
   return kWrongUsage;
 }
 
+/// A stream that the caller closed would become the next file or connection that is opened. What
+/// takes its place fails as a closed one does.
+void holdStandardStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) != -1) continue;
+    // It gets the lowest number that is free.
+    [[maybe_unused]] const int taken =
+        open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
 /// What a word that nothing is known of was probably meant to be: "; did you mean a or b?"
 std::string suggestion(std::string_view word, const std::vector<std::string>& words) {
   std::string text;
@@ -45,10 +58,9 @@ const CLI::App& chosen(const CLI::App& app) {
 
 int unknownOption(const CLI::App& app, const std::string& word) {
   std::vector<std::string> known;
-  for (const CLI::App* owner : withParents(app))
-    for (const CLI::Option* option : optionsOf(*owner))
-      for (const std::string& name : namesOf(*option))
-        known.push_back(name);
+  for (const CLI::Option* option : everyOption(app))
+    for (const std::string& name : namesOf(*option))
+      known.push_back(name);
   const std::string name = word.substr(0, std::min(word.find('='), kLongestWord));
   return wrongUsage(app, "there is no option " + name + suggestion(name, known));
 }
@@ -90,6 +102,7 @@ void prepare(CLI::App& program) {
 }
 
 std::optional<int> parse(CLI::App& program, int argc, char** argv) {
+  holdStandardStreams();
   try {
     program.parse(argc, argv);
     return std::nullopt;

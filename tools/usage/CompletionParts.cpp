@@ -45,19 +45,6 @@ std::vector<const CLI::App*> everyCommand(const CLI::App& app) {
   return all;
 }
 
-std::vector<const CLI::Option*> everyOption(const CLI::App& app) {
-  std::vector<const CLI::Option*> all;
-  for (const CLI::App* owner : withParents(app)) {
-    for (const CLI::Option* option : optionsOf(*owner)) {
-      const auto isThere = [&](const CLI::Option* one) {
-        return namesOf(*one) == namesOf(*option);
-      };
-      if (std::none_of(all.begin(), all.end(), isThere)) all.push_back(option);
-    }
-  }
-  return all;
-}
-
 bool isRepeatable(const CLI::Option& option) {
   return option.get_items_expected_max() > 1;
 }

@@ -30,9 +30,6 @@ std::vector<const CLI::App*> everyCommand(const CLI::App& app);
 /// The names of the commands right below a parser.
 std::vector<std::string> commandNames(const CLI::App& app);
 
-/// The options that a command takes, its parents' among them.
-std::vector<const CLI::Option*> everyOption(const CLI::App& app);
-
 bool isRepeatable(const CLI::Option& option);
 
 } // namespace quarnet::usage

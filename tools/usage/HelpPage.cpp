@@ -9,8 +9,6 @@ namespace {
 using Row = HelpPage::Row;
 using Section = HelpPage::Section;
 
-constexpr std::string_view kOptions = "Options";
-
 std::string joined(const std::vector<std::string>& words, std::string_view between) {
   std::string text;
   for (const std::string& word : words)
@@ -67,12 +65,8 @@ void addArguments(std::vector<Section>& sections, const CLI::App& app) {
 }
 
 void addOptions(std::vector<Section>& sections, const CLI::App& app) {
-  for (const CLI::App* owner : withParents(app)) {
-    for (const CLI::Option* option : optionsOf(*owner)) {
-      const bool isRepeated = owner != &app && option->get_group() == kOptions;
-      if (!isRepeated) add(sections, option->get_group(), {termOf(*option), textOf(*option)});
-    }
-  }
+  for (const CLI::Option* option : everyOption(app))
+    add(sections, option->get_group(), {termOf(*option), textOf(*option)});
 }
 
 /// A line of a section: "  term  text", or a term alone.
@@ -134,6 +128,19 @@ std::vector<const CLI::App*> withParents(const CLI::App& app) {
 std::vector<const CLI::Option*> optionsOf(const CLI::App& app) {
   return app.get_options(
       [](const CLI::Option* one) { return one->nonpositional() && !one->get_group().empty(); });
+}
+
+std::vector<const CLI::Option*> everyOption(const CLI::App& app) {
+  std::vector<const CLI::Option*> all;
+  for (const CLI::App* owner : withParents(app)) {
+    for (const CLI::Option* option : optionsOf(*owner)) {
+      const auto isThere = [&](const CLI::Option* one) {
+        return namesOf(*one) == namesOf(*option);
+      };
+      if (std::none_of(all.begin(), all.end(), isThere)) all.push_back(option);
+    }
+  }
+  return all;
 }
 
 std::vector<const CLI::Option*> argumentsOf(const CLI::App& app) {

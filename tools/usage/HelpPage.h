@@ -44,6 +44,9 @@ std::vector<const CLI::App*> withParents(const CLI::App& app);
 std::vector<const CLI::Option*> optionsOf(const CLI::App& app);
 std::vector<const CLI::Option*> argumentsOf(const CLI::App& app);
 
+/// The options of a parser and of those above it, each once.
+std::vector<const CLI::Option*> everyOption(const CLI::App& app);
+
 /// Every name of an option with its hyphens, short ones first.
 std::vector<std::string> namesOf(const CLI::Option& option);
 

@@ -52,11 +52,9 @@ std::string rowText(const HelpPage::Row& row) {
 /// The variables that stand for options.
 std::vector<HelpPage::Row> variablesOf(const CLI::App& app) {
   std::vector<HelpPage::Row> rows;
-  for (const CLI::App* owner : withParents(app)) {
-    for (const CLI::Option* option : optionsOf(*owner))
-      if (!option->get_envname().empty())
-        rows.push_back({option->get_envname(), "Stands for " + namesOf(*option).back() + "."});
-  }
+  for (const CLI::Option* option : everyOption(app))
+    if (!option->get_envname().empty())
+      rows.push_back({option->get_envname(), "Stands for " + namesOf(*option).back() + "."});
   return rows;
 }
 

@@ -29,10 +29,11 @@ std::size_t distance(std::string_view one, std::string_view other) {
 
 /// More than kMostErrors for a word that was not meant.
 std::size_t errors(std::string_view word, const std::string& meant) {
+  if (word.empty()) return kMostErrors + 1;
   if (meant.starts_with(word)) return 1;
   if (word.size() > meant.size() + kMostErrors) return kMostErrors + 1;
   const std::size_t found = distance(word, meant);
-  return found < word.size() ? found : kMostErrors + 1; // of a short word, something must be right
+  return 2 * found < word.size() ? found : kMostErrors + 1; // most letters must be right
 }
 
 } // namespace
