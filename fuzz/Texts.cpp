@@ -91,7 +91,10 @@ void headers(std::string input) {
   HttpRequest request;
   request.method = piece(input);
   HeaderFields& fields = request.headerFields;
-  std::vector<HeaderFields::Field> expected;
+  struct Field {
+    std::string name, value;
+  };
+  std::vector<Field> expected;
   while (!input.empty()) {
     const bool isSet = flag(input);
     const std::string name = piece(input);
@@ -100,12 +103,12 @@ void headers(std::string input) {
     std::erase_if(expected,
                   [&](auto& field) { return sandbox::equalIgnoringCase(field.name, name); });
     if (value) expected.push_back({name, *value});
-    expect(fields.get(name) == value && fields.size() == expected.size());
+    expect(fields.get(name) == value);
   }
   const auto isSame = [](const auto& a, const auto& b) {
     return a.name == b.name && a.value == b.value;
   };
-  expect(std::ranges::equal(fields, expected, isSame));
+  expect(std::equal(fields.begin(), fields.end(), expected.begin(), expected.end(), isSame));
   bool isSound = isToken(request.method);
   for (const auto& [name, value] : expected)
     isSound = isSound && isToken(name) && value.find_first_of({"\r\n\0", 3}) == value.npos;

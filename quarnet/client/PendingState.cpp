@@ -13,7 +13,8 @@ PendingState::~PendingState() = default;
 
 void PendingState::drop() {
   if (isInherited()) {
-    inherited_ = shared_from_this();
+    // Never destroyed: the parent's threads may have held its locks.
+    new std::shared_ptr<PendingState>(shared_from_this());
     return;
   }
   std::unique_ptr<Listener> dropped; // ends without the lock
@@ -37,7 +38,7 @@ void PendingState::cancel() {
 void PendingState::cancelWith(const std::stop_token& token) {
   if (!token.stop_possible()) return;
   // Not kept alive by it: the token may outlive the call by far.
-  cancellation_.emplace(token, [weak = weak_from_this()] {
+  cancellation_ = std::make_unique<Cancellation>(token, [weak = weak_from_this()] {
     if (const auto state = weak.lock()) state->cancel();
   });
 }
@@ -72,7 +73,7 @@ bool PendingState::settle(const std::function<void()>& store) {
     store();
     isSettled_ = true;
     if (!listener_) {
-      changed_.notify_all();
+      tellOfChange();
       return true;
     }
   }
@@ -87,7 +88,7 @@ void PendingState::endNotices() {
 
 void PendingState::waitUntilSettled() {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return isSettled_; });
+  waitUntil(lock, [this] { return isSettled_; });
   isReceived_ = true;
   waitForOtherThread(lock);
 }
@@ -113,8 +114,19 @@ void PendingState::deliver() {
   });
 }
 
+void PendingState::waitUntil(std::unique_lock<std::mutex>& lock,
+                             const std::function<bool()>& isTrue) {
+  if (isTrue()) return;
+  if (!changed_) changed_ = std::make_unique<std::condition_variable>();
+  changed_->wait(lock, isTrue);
+}
+
+void PendingState::tellOfChange() {
+  if (changed_) changed_->notify_all();
+}
+
 void PendingState::waitForOtherThread(std::unique_lock<std::mutex>& lock) {
-  changed_.wait(lock, [this] {
+  waitUntil(lock, [this] {
     return runningOn_ == std::thread::id() || runningOn_ == std::this_thread::get_id();
   });
 }
@@ -126,7 +138,7 @@ void PendingState::run(std::unique_lock<std::mutex>& lock, const std::function<v
   platform::runGuarded(call);
   lock.lock();
   runningOn_ = outer;
-  changed_.notify_all();
+  tellOfChange();
 }
 
 } // namespace quarnet

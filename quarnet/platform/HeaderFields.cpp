@@ -3,8 +3,38 @@
 #include "quarnet/core/Text.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <new>
 
 namespace quarnet::platform {
+namespace {
+
+/// What stands before the texts of a field.
+struct Sizes {
+  std::uint32_t name;
+  std::uint32_t value;
+};
+
+constexpr std::size_t kLongest = std::numeric_limits<std::uint32_t>::max();
+/// What the fields of an ordinary call take.
+constexpr std::size_t kOrdinary = 320;
+
+} // namespace
+
+HeaderFields::Field HeaderFields::Iterator::operator*() const {
+  Sizes sizes;
+  std::memcpy(&sizes, field_, sizeof(sizes));
+  const char* const name = field_ + sizeof(sizes);
+  return {{name, sizes.name}, {name + sizes.name, sizes.value}};
+}
+
+HeaderFields::Iterator& HeaderFields::Iterator::operator++() {
+  const std::string_view value = (**this).value;
+  field_ = value.data() + value.size();
+  return *this;
+}
 
 HeaderFields::HeaderFields(std::initializer_list<Field> fields) {
   for (const auto& [name, value] : fields)
@@ -12,19 +42,29 @@ HeaderFields::HeaderFields(std::initializer_list<Field> fields) {
 }
 
 void HeaderFields::set(std::string_view name, std::optional<std::string_view> value) {
-  if (value) {
-    if (fields_.empty()) fields_.reserve(7); // an ordinary call; thousands may wait
-    fields_.push_back({std::string(name), std::string(*value)}); // first, since it may throw
+  if (value) { // first, since it may throw
+    if (name.size() > kLongest || value->size() > kLongest) throw std::bad_alloc();
+    fields_.reserve(
+        std::max(kOrdinary, fields_.size() + sizeof(Sizes) + name.size() + value->size()));
   }
-  const auto old = fields_.end() - (value ? 1 : 0);
-  const auto isReplaced = [name](const Field& field) { return sameIgnoringCase(field.name, name); };
-  fields_.erase(std::remove_if(fields_.begin(), old, isReplaced), old);
+  if (Iterator old = find(name); old != end()) {
+    const auto start = static_cast<std::size_t>(old.field_ - fields_.data());
+    fields_.erase(start, static_cast<std::size_t>((++old).field_ - fields_.data()) - start);
+  }
+  if (!value) return;
+  const Sizes sizes{static_cast<std::uint32_t>(name.size()),
+                    static_cast<std::uint32_t>(value->size())};
+  fields_.append(reinterpret_cast<const char*>(&sizes), sizeof(sizes)).append(name).append(*value);
 }
 
 std::optional<std::string_view> HeaderFields::get(std::string_view name) const {
-  const auto found = std::find_if(
-      begin(), end(), [name](const Field& field) { return sameIgnoringCase(field.name, name); });
-  return found != end() ? std::optional<std::string_view>(found->value) : std::nullopt;
+  const Iterator found = find(name);
+  return found != end() ? std::optional<std::string_view>((*found).value) : std::nullopt;
+}
+
+HeaderFields::Iterator HeaderFields::find(std::string_view name) const {
+  return std::find_if(begin(), end(),
+                      [name](const Field& field) { return sameIgnoringCase(field.name, name); });
 }
 
 } // namespace quarnet::platform

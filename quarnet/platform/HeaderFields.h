@@ -2,11 +2,12 @@
 
 #include "quarnet/core/Export.h"
 
+#include <cstddef>
 #include <initializer_list>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace quarnet::platform {
 
@@ -14,9 +15,30 @@ namespace quarnet::platform {
 /// were set. Names are the same in any case; neither names nor values are checked here.
 class QUARNET_EXPORT HeaderFields {
 public:
+  /// Both texts live until the fields change.
   struct Field {
-    std::string name;
-    std::string value;
+    std::string_view name;
+    std::string_view value;
+  };
+
+  /// Goes through the fields; of no use once they change.
+  class QUARNET_EXPORT Iterator {
+  public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = Field;
+    using difference_type = std::ptrdiff_t;
+    using pointer = void;
+    using reference = Field;
+
+    Field operator*() const;
+    Iterator& operator++();
+    bool operator==(const Iterator&) const = default;
+
+  private:
+    friend class HeaderFields;
+    explicit Iterator(const char* field) : field_(field) {}
+
+    const char* field_;
   };
 
   HeaderFields() = default;
@@ -31,12 +53,15 @@ public:
   /// The value of the field of that name, or absent. Lives until the fields change.
   std::optional<std::string_view> get(std::string_view name) const;
 
-  std::size_t size() const { return fields_.size(); }
-  std::vector<Field>::const_iterator begin() const { return fields_.begin(); }
-  std::vector<Field>::const_iterator end() const { return fields_.end(); }
+  Iterator begin() const { return Iterator(fields_.data()); }
+  Iterator end() const { return Iterator(fields_.data() + fields_.size()); }
 
 private:
-  std::vector<Field> fields_;
+  Iterator find(std::string_view name) const;
+
+  /// For each field the sizes of its texts, and the texts. In one piece: thousands of calls may
+  /// wait with theirs, and what one thread allocates another one frees.
+  std::string fields_;
 };
 
 } // namespace quarnet::platform

@@ -21,7 +21,7 @@ protected:
     const auto request = APIRequest::urlRequest();
     std::string fields;
     for (const auto& [name, value] : request->headerFields)
-      fields.append(fields.empty() ? "" : ", ").append(name + ": " + value);
+      fields.append(fields.empty() ? "" : ", ").append(name).append(": ").append(value);
     return fields;
   }
 

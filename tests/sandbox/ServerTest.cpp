@@ -67,10 +67,11 @@ TEST_F(ServerTest, OpensOnceWhatAnotherProgramEncryptedUnderKeysOfAnyLength) {
 }
 
 TEST_F(ServerTest, TurnsAwayWhatItShouldNotAnswer) {
-  const platform::HeaderFields::Field
-      id = {"client_id", "demo-client"},
-      swapKey = {"swap_key", "5"}, live = {"access_token", server_.issueTokens().accessToken},
-      expired = {"access_token", server_.issueTokens("", std::chrono::seconds(0)).accessToken};
+  const std::string token = server_.issueTokens().accessToken;
+  const std::string old = server_.issueTokens("", std::chrono::seconds(0)).accessToken;
+  const platform::HeaderFields::Field id = {"client_id", "demo-client"},
+                                      swapKey = {"swap_key", "5"}, live = {"access_token", token},
+                                      expired = {"access_token", old};
   key();
   const std::tuple<const char*, platform::HeaderFields, long> cases[] = {
       {"/a.json", {id}, 401},

@@ -23,7 +23,7 @@ for library in "$@"; do
   names=$("${NM:-nm}" -D --defined-only --demangle "$library" | cut -d' ' -f3- |
     sed -E 's/^(vtable|typeinfo|typeinfo name|VTT) for //; s/\[abi:cxx11\]//g; s/\(.*//' | sort -u)
   [[ -n "$names" ]] || complain "exports nothing at all"
-  inner=$(grep -vE "^quarnet::(platform::)?($marked)(::(~?[A-Za-z0-9_]+|operator.*))?$" \
+  inner=$(grep -vE "^quarnet::(platform::)?($marked)(::($marked))?(::(~?[A-Za-z0-9_]+|operator.*))?$" \
     <<<"$names" || true)
   [[ -z "$inner" ]] || complain "exports names that no header marks:"$'\n'"$inner"
 

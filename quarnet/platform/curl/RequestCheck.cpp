@@ -19,10 +19,10 @@ constexpr Bytes bytesOf(std::string_view text) {
 constexpr Bytes kTokenBytes =
     bytesOf("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
             "!#$%&'*+-.^_`|~");
-constexpr Bytes kLineBytes = bytesOf({"\r\n\0", 3});
+constexpr std::string_view kLineBytes{"\r\n\0", 3};
 
-bool holdsOneOf(const Bytes& bytes, std::string_view text) {
-  return std::ranges::any_of(text, [&](char c) { return bytes[static_cast<unsigned char>(c)]; });
+bool holdsOneOf(std::string_view bytes, std::string_view text) {
+  return std::ranges::any_of(bytes, [text](char c) { return text.find(c) != text.npos; });
 }
 
 // A token of RFC 9110, section 5.6.2.
@@ -47,7 +47,7 @@ Text headProblem(const HttpRequest& request) {
              printableStart(name);
     }
     if (holdsOneOf(kLineBytes, value)) {
-      return "The header field \"" + name + "\" holds a line break or a zero byte";
+      return "The header field \"" + std::string(name) + "\" holds a line break or a zero byte";
     }
   }
   return std::nullopt;
