@@ -255,9 +255,8 @@ void CallRun::takeAnswer(HttpResult answer) {
                         .body = std::move(answer.body),
                         .head = std::move(answer.response->head)});
   }
-  end(Answer{.status = status,
-             .body = std::move(answer.body),
-             .head = std::move(answer.response->head)});
+  end(Answer{
+      .status = status, .body = std::move(answer.body), .head = std::move(answer.response->head)});
 }
 
 void CallRun::renew() {

@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace quarnet {
 
@@ -65,7 +66,9 @@ public:
   const std::optional<Data>& receivedData() const { return receivedData_; }
   void setReceivedData(std::optional<Data> data) { receivedData_ = std::move(data); }
   const std::optional<platform::HttpResponse>& response() const { return response_; }
-  void setResponse(std::optional<platform::HttpResponse> response) { response_ = response; }
+  void setResponse(std::optional<platform::HttpResponse> response) {
+    response_ = std::move(response);
+  }
 
   /// The text of the last token answer; absent before it and when it was not valid UTF-8.
   Text result() const;
