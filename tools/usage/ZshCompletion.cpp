@@ -30,11 +30,11 @@ std::string zshOptions(const CLI::Option& option) {
   const Value value = valueOf(option);
   std::string lines;
   for (const std::string& name : namesOf(option)) {
-    std::string spec = (isRepeatable(option) ? "*" : "") + name;
-    if (!value.name.empty()) spec += name.starts_with("--") ? "=" : "+";
-    spec += "[" + text + "]";
-    if (!value.name.empty()) spec += zshAction(value.name, value);
-    lines += "    " + inQuotes(spec) + " \\\n";
+    std::string entry = (isRepeatable(option) ? "*" : "") + name;
+    if (!value.name.empty()) entry += name.starts_with("--") ? "=" : "+";
+    entry += "[" + text + "]";
+    if (!value.name.empty()) entry += zshAction(value.name, value);
+    lines += "    " + inQuotes(entry) + " \\\n";
   }
   return lines;
 }
@@ -63,9 +63,9 @@ std::string zshFunctions(const CLI::App& app) {
     text += zshCommands(app);
   } else {
     for (const CLI::Option* argument : argumentsOf(app)) {
-      const std::string spec = (isRepeatable(*argument) ? "*" : "") +
-                               zshAction(argument->get_name(), valueOf(*argument));
-      text += "    " + inQuotes(spec) + " \\\n";
+      const std::string entry = (isRepeatable(*argument) ? "*" : "") +
+                                zshAction(argument->get_name(), valueOf(*argument));
+      text += "    " + inQuotes(entry) + " \\\n";
     }
     text += "    && return\n}\n\n";
   }
