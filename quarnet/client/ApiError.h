@@ -42,6 +42,8 @@ struct QUARNET_EXPORT ApiError {
   long status = 0;
   /// The body of Refused and NotUtf8; empty for the others.
   Data body = {};
+  /// The head of Refused and NotUtf8, as an Answer has it; empty for the others.
+  std::string head = {};
 
   /// The kind in words, the status if there is one, and the text: "refused (403): ...".
   std::string description() const;

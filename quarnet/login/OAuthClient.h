@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace quarnet {
 
@@ -67,7 +68,9 @@ public:
   void setReceivedData(std::optional<Data> data) { receivedData_ = std::move(data); }
   /// Kept for the application; the login does not use it. Absent until set.
   const std::optional<platform::HttpResponse>& response() const { return response_; }
-  void setResponse(std::optional<platform::HttpResponse> response) { response_ = response; }
+  void setResponse(std::optional<platform::HttpResponse> response) {
+    response_ = std::move(response);
+  }
 
   /// The text of the last token answer; absent before it and when it was not valid UTF-8.
   Text result() const;

@@ -44,6 +44,8 @@ struct QUARNET_EXPORT HttpRequest {
   std::shared_ptr<const Data> body = nullptr;
   /// From the start of the transfer to its end.
   std::chrono::milliseconds timeout = kRequestTimeout;
+  /// Whether the answer's head is of interest as text.
+  bool wantsHead = false;
   /// Asks an asynchronous send to end: the transport takes it off the wire or out of its queue and
   /// completes it with an error.
   std::stop_token stopToken = {};
