@@ -1,10 +1,13 @@
+#include "sandbox/CommandLine.h"
+#include "sandbox/Misbehaviour.h"
 #include "sandbox/Server.h"
+#include "tools/usage/CommandLine.h"
 
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -13,64 +16,10 @@
 
 namespace {
 
+using quarnet::sandbox::Arguments;
 using quarnet::sandbox::Misbehaviour;
 using quarnet::sandbox::Options;
 using quarnet::sandbox::Server;
-
-constexpr long kLongestLifetime = 10L * 365 * 24 * 3600;
-
-struct Arguments {
-  Options options;
-  long tokenLifetime = 3600;
-  std::vector<std::string> misbehaviours;
-  std::string caOut;
-  std::string tokenOut;
-  bool quiet = false;
-};
-
-const std::string kFooter =
-    "Misbehaviours, each for one path as the server receives it (with its suffix), or \"*\":\n" +
-    std::string(Misbehaviour::help()) +
-    "Several for one path add up. The same at run time:\n"
-    "  curl -d path=/v1/people.json -d kind=delay -d arg=500 http://HOST/sandbox/misbehave\n"
-    "  (-d times=N: for the next N requests only)\n"
-    "  curl -X DELETE http://HOST/sandbox/misbehave\n"
-    "\n"
-    "Addresses of use besides the API's own: /bytes/N.json answers N bytes,\n"
-    "/redirect/STATUS/TARGET.json redirects (TARGET percent-escaped or base64url),\n"
-    "/missing/... is never there, /echo-headers shows what headers came.\n"
-    "Any other path with the suffix .json or .xml answers what the server understood of the "
-    "call.\n";
-
-void define(CLI::App& app, Arguments& arguments) {
-  Options& options = arguments.options;
-  options.port = 8443;
-  app.add_option("--host", options.address,
-                 "IP address to listen on; the certificate names 127.0.0.1, ::1 and localhost")
-      ->capture_default_str();
-  app.add_option("--port", options.port, "Port for https and http alike; 0: a free one")
-      ->capture_default_str();
-  app.add_option("--client-id", options.clientId, "The one client that is known")
-      ->capture_default_str();
-  app.add_option("--client-secret", options.clientSecret, "Its secret")->capture_default_str();
-  app.add_option("--user", options.userName, "Name to sign in with")->capture_default_str();
-  app.add_option("--password", options.password, "Password to sign in with")->capture_default_str();
-  app.add_option("--token-lifetime", arguments.tokenLifetime, "Seconds an access token lives")
-      ->check(CLI::Range(0L, kLongestLifetime))
-      ->capture_default_str();
-  app.add_option("--misbehave", arguments.misbehaviours,
-                 "PATH=KIND[:ARG]: answer that path wrongly (kinds below); may be repeated")
-      ->allow_extra_args(false)
-      ->type_name("PATH=KIND[:ARG]");
-  app.add_option("--ca-out", arguments.caOut, "Write the certificate to trust there")
-      ->type_name("FILE");
-  app.add_option("--token-out", arguments.tokenOut,
-                 "Write a token answer there, as JSON, as if the user had signed in")
-      ->type_name("FILE");
-  app.add_flag("--quiet,!--log", arguments.quiet,
-               "No line for each request (--log: one, as usual)");
-  app.footer(kFooter);
-}
 
 void misbehave(Server& server, const std::string& text) {
   const std::size_t equals = text.find('=');
@@ -119,6 +68,17 @@ sigset_t blockStopSignals() {
   return signals;
 }
 
+/// The text as one word of a shell.
+std::string shellWord(const std::string& text) {
+  constexpr char kPlain[] =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./:@[]";
+  if (!text.empty() && text.find_first_not_of(kPlain) == std::string::npos) return text;
+  std::string word = "'";
+  for (const char c : text)
+    word += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return word + "'";
+}
+
 void greet(const Server& server, const Options& options, const std::string& caFile) {
   std::cout << "quarnet-sandbox listens on " << server.host() << ", https and http alike.\n"
             << "Sign in as " << options.userName << " with the password " << options.password
@@ -127,9 +87,9 @@ void greet(const Server& server, const Options& options, const std::string& caFi
             << "export QUARNET_API_HOST=" << server.host() << "\n"
             << "export QUARNET_MOBILE_HOST=" << server.host() << "\n"
             << "export QUARNET_PORTAL_HOST=" << server.host() << "\n"
-            << "export QUARNET_CLIENT_ID=" << options.clientId << "\n"
-            << "export QUARNET_CLIENT_SECRET=" << options.clientSecret << "\n"
-            << "export QUARNET_CA_FILE=" << caFile << "\n"
+            << "export QUARNET_CLIENT_ID=" << shellWord(options.clientId) << "\n"
+            << "export QUARNET_CLIENT_SECRET=" << shellWord(options.clientSecret) << "\n"
+            << "export QUARNET_CA_FILE=" << shellWord(caFile) << "\n"
             << std::endl;
 }
 
@@ -147,7 +107,10 @@ void serve(Arguments arguments) {
   if (!arguments.caOut.empty()) writeFile(arguments.caOut, readFile(Server::caFile()));
   if (!arguments.tokenOut.empty())
     writeFile(arguments.tokenOut, server.issueTokens().json() + "\n");
-  greet(server, arguments.options, arguments.caOut.empty() ? Server::caFile() : arguments.caOut);
+  // It is to be pasted into a shell that may be in another folder.
+  greet(server, arguments.options,
+        arguments.caOut.empty() ? Server::caFile()
+                                : std::filesystem::absolute(arguments.caOut).string());
 
   int signal = 0;
   sigwait(&signals, &signal);
@@ -157,15 +120,16 @@ void serve(Arguments arguments) {
 } // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app("A local API server that speaks the whole protocol.", "quarnet-sandbox");
+  namespace usage = quarnet::usage;
+  CLI::App app;
   Arguments arguments;
-  define(app, arguments);
-  CLI11_PARSE(app, argc, argv);
+  quarnet::sandbox::define(app, arguments);
+  if (const auto code = usage::parse(app, argc, argv)) return *code;
   try {
     serve(arguments);
   } catch (const std::exception& problem) {
     std::cerr << "quarnet-sandbox: " << problem.what() << std::endl;
-    return 1;
+    return usage::kFailed;
   }
-  return 0;
+  return usage::kDone;
 }

@@ -3,6 +3,7 @@
 #include "tools/Command.h"
 #include "tools/JsonText.h"
 #include "tools/MainLoop.h"
+#include "tools/OutputFile.h"
 #include "tools/Terminal.h"
 
 #include <algorithm>
@@ -15,6 +16,16 @@ namespace {
 Text bodyOf(const Result<Answer>& result) {
   if (result) return result->body;
   return result.error().kind == ApiErrorKind::Refused ? Text(result.error().body) : std::nullopt;
+}
+
+const std::string& headOf(const Result<Answer>& result) {
+  return result ? result->head : result.error().head;
+}
+
+/// What the server answered, text or not; null when that is a refusal or when there is no answer.
+const Data* bytesOf(const Result<Answer>& result) {
+  if (result) return &result->body;
+  return result.error().kind == ApiErrorKind::NotUtf8 ? &result.error().body : nullptr;
 }
 
 std::string jsonLine(const Result<Answer>& result) {
@@ -55,7 +66,7 @@ double percentile(std::vector<double>& values, double share) {
 
 } // namespace
 
-Calls::Calls(Call call, Options options) : call_(std::move(call)), options_(options) {
+Calls::Calls(Call call, Options options) : call_(std::move(call)), options_(std::move(options)) {
   if (!isMany()) call_.progress = [this](const Progress& now) { progress_ = now; };
 }
 
@@ -73,7 +84,8 @@ int Calls::run() {
   line_.clear();
   if (isMany()) showSummary(Clock::now() - start);
   if (!isWhole) return interrupted();
-  return failed_ == 0 ? kDone : kFailed;
+  if (failed_ == 0) return kDone;
+  return signedOut_ == failed_ ? kSignedOut : kFailed;
 }
 
 void Calls::send(Handle& place) {
@@ -87,8 +99,21 @@ void Calls::send(Handle& place) {
 
 void Calls::ended(Clock::time_point sent, const Result<Answer>& result) {
   latencies_.push_back(std::chrono::duration<double, std::milli>(Clock::now() - sent).count());
+  if (call_.wantsHead) showHead(headOf(result));
+  if (const Data* bytes = options_.output ? bytesOf(result) : nullptr) {
+    line_.clear();
+    if (!writeOutput(*options_.output, *bytes)) ++failed_;
+    return;
+  }
   if (!result) ++failed_;
+  if (!result && result.error().kind == ApiErrorKind::SignedOut) ++signedOut_;
   show(result);
+}
+
+void Calls::showHead(const std::string& head) {
+  if (head.empty()) return;
+  line_.clear();
+  printText(head + "\n");
 }
 
 void Calls::show(const Result<Answer>& result) {

@@ -1,20 +1,13 @@
 #pragma once
 
-#include <CLI/App.hpp>
+#include "tools/usage/ExitCode.h"
+
+#include <CLI/CLI.hpp>
 
 namespace quarnet::tools {
 
-/// What the program's exit status says.
-enum ExitCode {
-  kDone = 0,
-  kFailed = 1,
-  kWrongUsage = 2,
-  // The ways in which a login ends that failed neither here nor on the way to the server.
-  kClosedByUser = 3,
-  kRefusedByServer = 4,
-  kExchangeFailed = 5,
-  kInterrupted = 130,
-};
+using usage::ExitCode;
+using enum usage::ExitCode;
 
 /// One command of the program: its options, and what it does.
 class Command {

@@ -6,10 +6,16 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace quarnet::tools {
 
 std::optional<Data> readInput(const std::string& path) {
+  static bool isTaken = false;
+  if (path == "-" && std::exchange(isTaken, true)) {
+    tell("standard input is given for two things");
+    return std::nullopt;
+  }
   const auto closeFile = [](std::FILE* file) {
     if (file != stdin) std::fclose(file);
   };
@@ -22,7 +28,8 @@ std::optional<Data> readInput(const std::string& path) {
       bytes.append(buffer, count);
   }
   if (!file || std::ferror(file.get()) != 0) {
-    tell("cannot read " + path + ": " + std::strerror(errno));
+    tell("cannot read " + (path == "-" ? "standard input" : excerpt(path)) + ": " +
+         std::strerror(errno));
     return std::nullopt;
   }
   return bytes;

@@ -5,7 +5,7 @@
 namespace quarnet::tools {
 
 /// The whole file, or standard input for "-"; absent, and told on standard error, when it cannot be
-/// read.
+/// read. Standard input can be read once.
 std::optional<Data> readInput(const std::string& path);
 
 } // namespace quarnet::tools

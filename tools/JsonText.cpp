@@ -1,11 +1,15 @@
 #include "tools/JsonText.h"
 
-#include "tools/Utf8.h"
+#include "tools/usage/Utf8.h"
 
 #include <cstdio>
 
 namespace quarnet::tools {
 namespace {
+
+using usage::characterLength;
+using usage::isControl;
+using usage::kNoCharacter;
 
 void appendCharacter(std::string& json, std::string_view character) {
   const char c = character.front();

@@ -1,5 +1,6 @@
 #include "tools/LoginCommand.h"
 
+#include "tools/LoginOptions.h"
 #include "tools/Terminal.h"
 
 #include <cerrno>
@@ -10,18 +11,7 @@
 namespace quarnet::tools {
 
 LoginCommand::LoginCommand(CLI::App& program, char** argv)
-    : Command(*program.add_subcommand("login", "Sign in in a window and store the tokens")),
-      argv_(argv) {
-  options().footer("Tokens that are stored already are reissued, and no window opens.\n"
-                   "Exit status:\n"
-                   "    0  signed in, in the window or without it\n"
-                   "    1  failed: no display, no connection, the store cannot be written\n"
-                   "    2  wrong usage\n"
-                   "    3  the window was closed\n"
-                   "    4  the server or the user refused\n"
-                   "    5  the code that the page brought was not exchanged for tokens\n"
-                   "  130  interrupted by Ctrl-C");
-}
+    : Command(addLogin(program)), argv_(argv) {}
 
 int LoginCommand::run() {
   std::error_code unknown;

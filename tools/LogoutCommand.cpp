@@ -24,22 +24,27 @@ int report(const Result<SignOut>& result) {
     break;
   }
   tell("nobody is signed in: no access token is stored");
-  return kFailed;
+  return kSignedOut;
 }
 
 } // namespace
 
 LogoutCommand::LogoutCommand(CLI::App& program, Settings& settings)
-    : Command(*program.add_subcommand(
-          "logout", "Drop the stored tokens and revoke the access token at the server")),
+    : Command(
+          *program.add_subcommand("logout", "Drop the stored tokens and revoke the access token")),
       settings_(settings) {
-  options().footer("Exit status: 0 confirmed by the server, 1 not confirmed or nothing to do, "
-                   "2 wrong usage, 130 interrupted by Ctrl-C.");
+  options().footer(
+      "Exit status:\n"
+      "  0  The server confirmed it.\n"
+      "  1  The server did not confirm it; the stored tokens are dropped all the same.\n"
+      "  2  Wrong usage.\n"
+      "  6  Nobody is signed in.\n"
+      "  130  Interrupted by Ctrl-C.\n");
 }
 
 int LogoutCommand::run() {
   if (!settings_.hasClientId()) return kFailed;
-  settings_.install();
+  if (!settings_.install()) return kFailed;
   const auto result = outcomeOf(Client().signOut());
   if (!result) return interrupted();
   // Whatever the server said: what is still in the file was not dropped.

@@ -8,15 +8,21 @@ namespace quarnet::tools {
 
 ReissueCommand::ReissueCommand(CLI::App& program, Settings& settings)
     : Command(*program.add_subcommand("reissue", "Get new tokens for the stored refresh token")),
-      settings_(settings) {}
+      settings_(settings) {
+  options().footer("Exit status:\n"
+                   "  0  The tokens are reissued and stored.\n"
+                   "  1  Failed; the tokens stay as they were.\n"
+                   "  2  Wrong usage.\n"
+                   "  6  No refresh token is stored, or the server does not take it any more.\n"
+                   "  130  Interrupted by Ctrl-C.\n");
+}
 
 int ReissueCommand::run() {
   if (!settings_.hasClientId() || !settings_.hasClientSecret()) return kFailed;
-  settings_.install();
+  if (!settings_.install()) return kFailed;
   if (!isPresent(OAuthInfo::sharedInstance().refreshToken())) {
     tell("no refresh token is stored: sign in with `quarnet login`");
-    settings_.storeIsSound();
-    return kFailed;
+    return settings_.storeIsSound() ? kSignedOut : kFailed;
   }
   // Without a screen, signing in is to take up the stored session or nothing.
   const auto result = outcomeOf(Client().signIn());
@@ -25,7 +31,7 @@ int ReissueCommand::run() {
   if (!end || !*end) {
     tell("the tokens were not reissued and stay as they were: " +
          excerpt(end ? end->text : end.error().description()));
-    return kFailed;
+    return end ? kSignedOut : kFailed;
   }
   if (!settings_.storeIsSound()) return kFailed;
   printLine("The tokens were reissued and saved.");

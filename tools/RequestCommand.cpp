@@ -2,6 +2,7 @@
 
 #include "tools/Calls.h"
 #include "tools/InputFile.h"
+#include "tools/OutputFile.h"
 #include "tools/Terminal.h"
 
 #include <CLI/Validators.hpp>
@@ -50,30 +51,50 @@ ContentFormat parseFormat(const std::string& text) {
   return text == "xml" ? ContentFormat::XML : ContentFormat::JSON;
 }
 
+constexpr char kFooter[] =
+    "On a terminal, an answer of JSON is indented and coloured, and control characters are left "
+    "out; elsewhere it is written as it came. Header fields cannot be added to a call.\n"
+    "Examples:\n"
+    "  quarnet request GET https://api.quarnet.example/v1/places -p keyword=서울역\n"
+    "  quarnet request PUT https://api.quarnet.example/v1/me --payload '{\"name\":\"김하늘\"}'\n"
+    "  quarnet request POST https://api.quarnet.example/v1/photos --upload photo.jpg\n"
+    "  quarnet request GET https://api.quarnet.example/v1/places -o places.json\n"
+    "Exit status:\n"
+    "  0  Answered.\n"
+    "  1  Refused, not answered or not sent.\n"
+    "  2  Wrong usage.\n"
+    "  6  Nobody is signed in, or the server does not take the tokens any more.\n"
+    "  130  Interrupted by Ctrl-C, which cancels the call.\n";
+
 } // namespace
 
 RequestCommand::RequestCommand(CLI::App& program, Settings& settings)
     : Command(*program.add_subcommand("request", "Send an API call")), settings_(settings) {
   addCallOptions();
+  addAnswerOptions();
   addSendingOptions();
-  options().footer("Exit status: 0 answered, 1 refused, not answered or not sent, 2 wrong usage, "
-                   "130 interrupted by Ctrl-C, which cancels the call.");
+  options().footer(kFooter);
 }
 
 void RequestCommand::addCallOptions() {
   CLI::App& call = options();
-  call.add_option("METHOD", method_, "PUT, POST, GET, DELETE or a number")
+  call.add_option("METHOD", method_, "GET, POST, PUT or DELETE, or its number")
       ->required()
-      ->check(CLI::Validator(checkMethod, ""));
+      ->check(CLI::Validator(checkMethod, "{GET,POST,PUT,DELETE}"));
   call.add_option("URL", url_, "Address without its .json or .xml suffix and without a query")
       ->required();
   call.add_option("-p,--parameter", pairs_, "What GET and DELETE send encrypted; repeatable")
       ->type_name("KEY[=VALUE]")
       ->allow_extra_args(false);
   auto* payload = call.add_option("--payload", payload_, "Body of PUT and POST");
-  auto* file = call.add_option("--payload-file", payloadFile_, "The same from a file, - for stdin");
+  payload->type_name("TEXT");
+  auto* file = call.add_option("--payload-file", payloadFile_,
+                               "The same from a file, or standard input for -");
+  file->type_name("FILE");
   auto* upload = call.add_option("--upload", upload_, "A file that PUT and POST send as a form");
-  call.add_option("--upload-key", uploadKey_, "Name of the form field")->capture_default_str();
+  call.add_option("--upload-key", uploadKey_, "Name of the form field")
+      ->type_name("NAME")
+      ->capture_default_str();
   payload->excludes(file)->excludes(upload);
   file->excludes(upload);
   upload->check(CLI::ExistingFile);
@@ -84,6 +105,20 @@ void RequestCommand::addCallOptions() {
   call.add_option("--response-type", responseType_, "Format of the answer")
       ->transform(format)
       ->capture_default_str();
+}
+
+void RequestCommand::addAnswerOptions() {
+  CLI::App& call = options();
+  auto* json = call.add_flag("--json", json_, "Show the outcome as one line of JSON a call");
+  auto* output = call.add_option("-o,--output", output_,
+                                 "Write the answer to a file as it came, text or not; after a "
+                                 "failed call the file is as it was");
+  output->type_name("FILE")->excludes(json);
+  call.add_flag("-i,--include", wantsHead_,
+                "Show the head of the answer, too: status and header fields")
+      ->excludes(json);
+  // What other clients have: it is known in order to be refused with the reason.
+  call.add_option("-H,--header", headerFields_)->group("");
 }
 
 void RequestCommand::addSendingOptions() {
@@ -99,14 +134,16 @@ void RequestCommand::addSendingOptions() {
       ->type_name("TIMES")
       ->check(CLI::Range(0, 1000))
       ->capture_default_str();
-  call.add_flag("--json", json_, "Show the outcome as one line of JSON a call");
   auto* asynchronous = call.add_flag("--async", asynchronous_, "Send several calls at a time");
+  asynchronous->excludes("--output")->excludes("--include");
   call.add_option("--repeat", repeat_, "How many calls to send")
       ->needs(asynchronous)
+      ->type_name("COUNT")
       ->check(CLI::Range(1, 10'000'000))
       ->capture_default_str();
   call.add_option("--in-flight", inFlight_, "How many calls to have under way at a time")
       ->needs(asynchronous)
+      ->type_name("COUNT")
       ->check(CLI::Range(1, 100'000))
       ->capture_default_str();
 }
@@ -119,9 +156,11 @@ int RequestCommand::run() {
     if (!payload) return kFailed;
     if (sendsBody()) call_.payload = std::move(*payload);
   }
-  settings_.install();
-  if (!settings_.storeIsSound()) return kFailed;
-  return Calls(std::move(call_), {.json = json_, .repeat = repeat_, .inFlight = inFlight_}).run();
+  if (output_ && !isWritable(*output_)) return kFailed;
+  if (!settings_.install() || !settings_.storeIsSound()) return kFailed;
+  return Calls(std::move(call_),
+               {.json = json_, .repeat = repeat_, .inFlight = inFlight_, .output = output_})
+      .run();
 }
 
 bool RequestCommand::sendsBody() const {
@@ -129,12 +168,18 @@ bool RequestCommand::sendsBody() const {
 }
 
 bool RequestCommand::prepare() {
+  if (!headerFields_.empty()) {
+    tell("-H is not there: the header fields of a call are the library's own (client identifier, "
+         "tokens, and the formats that --request-type and --response-type name)");
+    return false;
+  }
   call_.method = *parseMethod(method_);
   call_.url = url_;
   call_.requestType = parseFormat(requestType_);
   call_.responseType = parseFormat(responseType_);
   call_.timeout = *parseSeconds(timeout_);
   call_.retry.attempts = retries_;
+  call_.wantsHead = wantsHead_;
   if (retries_ > 0 && call_.method == HttpMethod::POST) {
     tell("--retry is for GET, PUT and DELETE: a POST that is sent again may be carried out twice");
     return false;

@@ -16,6 +16,7 @@ public:
 
 private:
   void addCallOptions();
+  void addAnswerOptions();
   void addSendingOptions();
 
   /// Reads what the options name and checks what they say; false, and told, when they do not fit.
@@ -37,6 +38,9 @@ private:
   std::string timeout_ = "60";
   unsigned retries_ = 0;
   bool json_ = false;
+  Text output_;
+  bool wantsHead_ = false;
+  std::vector<std::string> headerFields_;
   bool asynchronous_ = false;
   std::size_t repeat_ = 1;
   std::size_t inFlight_ = 16;

@@ -1,5 +1,6 @@
 #include "tools/Settings.h"
 
+#include "tools/SecretFile.h"
 #include "tools/Terminal.h"
 
 #include <CLI/Validators.hpp>
@@ -54,19 +55,37 @@ void Settings::addOptions(CLI::App& program) {
                               const char* text) {
     return program.add_option(name, value, text)->envname(variable)->group("Every command");
   };
-  const CLI::Validator host(checkHost, "HOST[:PORT]");
-  add("--api-host", hosts_.api, "QUARNET_API_HOST", "Host of the API server")->check(host);
-  add("--mobile-host", hosts_.mobile, "QUARNET_MOBILE_HOST", "Host of the mobile site")
+  const CLI::Validator host(checkHost, "");
+  add("--api-host", hosts_.api, "QUARNET_API_HOST",
+      "Host of the API server, and its port if it needs one")
+      ->type_name("HOST")
       ->check(host);
-  add("--portal-host", hosts_.portal, "QUARNET_PORTAL_HOST", "Host of the portal")->check(host);
+  add("--mobile-host", hosts_.mobile, "QUARNET_MOBILE_HOST", "Host of the mobile site")
+      ->type_name("HOST")
+      ->check(host);
+  add("--portal-host", hosts_.portal, "QUARNET_PORTAL_HOST", "Host of the portal")
+      ->type_name("HOST")
+      ->check(host);
   add("--ca-file", caFile_, "QUARNET_CA_FILE", "Certificates to trust beside the system's (PEM)")
       ->check(CLI::ExistingFile);
-  add("--client-id", clientId_, "QUARNET_CLIENT_ID", "The application's client identifier");
+  add("--client-id", clientId_, "QUARNET_CLIENT_ID", "The application's client identifier")
+      ->type_name("ID");
   add("--client-secret", clientSecret_, "QUARNET_CLIENT_SECRET",
-      "The client secret; the variable keeps it out of the list of processes");
-  add("--scope", scope_, "QUARNET_SCOPE", "Scope to ask for; the stored token's when left out");
-  add("--redirect-uri", redirectUri_, "QUARNET_REDIRECT_URI", "Redirect address of the client");
+      "The client secret, which the list of processes shows; --client-secret-file and the "
+      "variable keep it out of there")
+      ->type_name("SECRET");
+  program
+      .add_option("--client-secret-file", clientSecretFile_,
+                  "Read the client secret from a file, or from standard input for -, in place of "
+                  "--client-secret and its variable")
+      ->type_name("FILE")
+      ->group("Every command");
+  add("--scope", scope_, "QUARNET_SCOPE", "Scope to ask for; the stored token's when left out")
+      ->type_name("SCOPE");
+  add("--redirect-uri", redirectUri_, "QUARNET_REDIRECT_URI", "Redirect address of the client")
+      ->type_name("URL");
   CLI::Option* file = add("--store", store_, "QUARNET_STORE", "File that keeps the token record");
+  file->type_name("FILE");
   program
       .add_flag("--keyring", usesKeyring_, "Keep it in the desktop's keyring in place of a file")
       ->group("Every command")
@@ -86,7 +105,11 @@ std::vector<std::string> Settings::hosts() const {
   return hosts;
 }
 
-void Settings::install(std::shared_ptr<platform::Toolkit> toolkit) {
+bool Settings::install(std::shared_ptr<platform::Toolkit> toolkit) {
+  if (clientSecretFile_) {
+    clientSecret_ = readSecret(*clientSecretFile_);
+    if (!clientSecret_) return false;
+  }
   configureHosts(hosts_);
   watch_ = std::make_shared<StoreTroubleLog>(makeLog(log_));
   platform::Platform services;
@@ -111,6 +134,7 @@ void Settings::install(std::shared_ptr<platform::Toolkit> toolkit) {
   manager.setScope(scope_ ? scope_ : storedScope);
   if (redirectUri_) manager.setRedirect_uri(redirectUri_);
   manager.restoreOAuthInfo();
+  return true;
 }
 
 bool Settings::storeIsSound() const {
@@ -124,7 +148,8 @@ bool Settings::hasClientId() const {
 }
 
 bool Settings::hasClientSecret() const {
-  return isGiven(clientSecret_, "--client-secret", "QUARNET_CLIENT_SECRET");
+  return clientSecretFile_ ||
+         isGiven(clientSecret_, "--client-secret-file", "QUARNET_CLIENT_SECRET");
 }
 
 } // namespace quarnet::tools

@@ -19,8 +19,9 @@ public:
 
   /// Sets up the library; to be called once, before anything else of it. The token record is
   /// restored from the store. Without a toolkit there is no screen. A keyring that is locked is
-  /// waited for, until the user has answered its prompt.
-  void install(std::shared_ptr<platform::Toolkit> toolkit = nullptr);
+  /// waited for, until the user has answered its prompt. False, with nothing set up and the reason
+  /// told on standard error, when the client secret cannot be read.
+  bool install(std::shared_ptr<platform::Toolkit> toolkit = nullptr);
 
   /// The file of certificates to trust beside the system's; empty for none.
   const std::string& caFile() const { return caFile_; }
@@ -40,6 +41,7 @@ private:
   std::string caFile_;
   Text clientId_;
   Text clientSecret_;
+  Text clientSecretFile_;
   Text scope_;
   Text redirectUri_;
   std::string store_;

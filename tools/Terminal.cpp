@@ -1,26 +1,23 @@
 #include "tools/Terminal.h"
 
-#include "tools/Utf8.h"
+#include "tools/ShownJson.h"
+#include "tools/usage/Harmless.h"
 
-#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <unistd.h>
 
 namespace quarnet::tools {
 namespace {
 
-/// The text without control characters, but for those in `kept`.
-std::string harmless(std::string_view text, std::string_view kept = {}) {
-  std::string shown;
-  shown.reserve(text.size() + 1);
-  while (!text.empty()) {
-    const std::size_t length = characterLength(text);
-    const std::string_view character = text.substr(0, std::max<std::size_t>(length, 1));
-    const bool isObeyed = isControl(character) && kept.find(character) == std::string_view::npos;
-    shown += length == 0 ? kNoCharacter : isObeyed ? " " : character;
-    text.remove_prefix(character.size());
-  }
-  return shown;
+using usage::harmless;
+
+/// As https://no-color.org asks for.
+bool mayColour() {
+  const char* const no = std::getenv("NO_COLOR");
+  const char* const terminal = std::getenv("TERM");
+  return (no == nullptr || *no == '\0') && terminal != nullptr && *terminal != '\0' &&
+         std::string_view(terminal) != "dumb";
 }
 
 void writeOut(std::string_view text) {
@@ -47,7 +44,8 @@ std::string excerpt(std::string_view text) {
 
 void printText(std::string_view text) {
   if (isatty(STDOUT_FILENO) == 0) return writeOut(text);
-  writeOut(harmless(text, "\n\t") + (text.ends_with('\n') ? "" : "\n"));
+  const std::string shown = shownJson(harmless(text, "\n\t"), mayColour());
+  writeOut(shown + (shown.ends_with('\n') ? "" : "\n"));
 }
 
 void printLine(std::string_view line) {

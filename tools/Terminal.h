@@ -15,7 +15,7 @@ void tell(std::string_view message);
 std::string excerpt(std::string_view text);
 
 /// Writes to standard output as it is; on a terminal harmless, in lines of which the last one ends,
-/// too.
+/// too, and JSON indented and, where the user has nothing against it, coloured.
 void printText(std::string_view text);
 
 /// Writes one whole harmless line to standard output at once.

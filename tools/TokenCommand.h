@@ -4,6 +4,8 @@
 #include "tools/Settings.h"
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace quarnet::tools {
 
@@ -15,12 +17,21 @@ public:
   int run() override;
 
 private:
+  struct Row {
+    std::string_view key;
+    bool isSecret;
+    Text value; ///< blanked unless it may be seen
+  };
+
   int show();
+  static void showLines(const std::vector<Row>& rows);
+  static void showJson(const std::vector<Row>& rows);
   int import();
 
   Settings& settings_;
   CLI::App* import_;
   bool reveal_ = false;
+  bool json_ = false;
   std::string file_;
 };
 

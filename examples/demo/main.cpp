@@ -1,13 +1,13 @@
 // A small application on the Quarnet API: sign in, a few calls, log out.
 
 #include "DemoWindow.h"
+#include "Options.h"
+#include "tools/usage/CommandLine.h"
 
-#include <CLI/CLI.hpp>
 #include <clocale>
 #include <filesystem>
 #include <libintl.h>
 #include <memory>
-#include <quarnet/core/Hosts.h>
 #include <quarnet/platform/Platform.h>
 #include <quarnet/platform/curl/CurlHttpClient.h>
 #include <quarnet/platform/gtk/GtkToolkit.h>
@@ -18,15 +18,7 @@
 
 namespace {
 
-struct Options {
-  quarnet::Hosts hosts;
-  std::string caFile;
-  std::string clientId = "demo-client";
-  std::string clientSecret;
-  std::string scope = "profile";
-  std::string store;
-  bool keyring = false;
-};
+using demo::Options;
 
 /// Texts in the language of the user's locale, where there is a catalogue of it.
 void translate() {
@@ -46,29 +38,6 @@ std::shared_ptr<quarnet::platform::UserDefaults> makeStore(const Options& option
     return std::make_shared<quarnet::platform::SecretServiceDefaults>("example.quarnet.Demo");
 #endif
   return std::make_shared<quarnet::platform::SqliteUserDefaults>(options.store);
-}
-
-void define(CLI::App& program, Options& options) {
-  const auto add = [&](const char* name, std::string& value, const char* variable,
-                       const char* text) {
-    program.add_option(name, value, text)->envname(variable)->capture_default_str();
-  };
-  add("--api-host", options.hosts.api, "QUARNET_API_HOST", "Host of the API server");
-  add("--mobile-host", options.hosts.mobile, "QUARNET_MOBILE_HOST", "Host of the mobile site");
-  add("--portal-host", options.hosts.portal, "QUARNET_PORTAL_HOST", "Host of the portal");
-  add("--ca-file", options.caFile, "QUARNET_CA_FILE",
-      "Certificates that vouch for these hosts beside the system's (PEM)");
-  add("--client-id", options.clientId, "QUARNET_CLIENT_ID", "The application's client identifier");
-  add("--client-secret", options.clientSecret, "QUARNET_CLIENT_SECRET",
-      "The client secret; the variable keeps it out of the list of processes");
-  add("--scope", options.scope, "QUARNET_SCOPE", "Scope to ask for");
-  add("--store", options.store, "QUARNET_STORE",
-      "File that keeps the token record; the user's data folder when left out");
-#if QUARNET_HAS_KEYRING
-  program
-      .add_flag("--keyring", options.keyring, "Keep it in the desktop's keyring in place of a file")
-      ->excludes(program.get_option("--store"));
-#endif
 }
 
 /// Sets the library up, before anything else of it is used.
@@ -102,10 +71,10 @@ void activate(GtkApplication* application, const Options* options) {
 } // namespace
 
 int main(int argc, char** argv) {
+  CLI::App program;
   Options options;
-  CLI::App program("A small application on the Quarnet API.", "quarnet-demo");
-  define(program, options);
-  CLI11_PARSE(program, argc, argv);
+  demo::define(program, options);
+  if (const auto code = quarnet::usage::parse(program, argc, argv)) return *code;
   translate();
 
   // Two of them may run at a time, on different servers.

@@ -11,8 +11,8 @@ namespace quarnet {
 
 /// Why there is no answer.
 enum class ApiErrorKind {
-  /// The call itself is wrong: no address, a method or a format that there is not, a file that
-  /// cannot be read. Nothing was sent.
+  /// The call itself is wrong: no address, a method or a format that there is not, parts that do
+  /// not go together, no client identifier, a file that cannot be read. Nothing was sent.
   InvalidCall,
   /// Nobody is signed in, or the server does not take the tokens any more.
   SignedOut,
@@ -42,6 +42,8 @@ struct QUARNET_EXPORT ApiError {
   long status = 0;
   /// The body of Refused and NotUtf8; empty for the others.
   Data body = {};
+  /// The head of Refused and NotUtf8, as an Answer has it; empty for the others.
+  std::string head = {};
 
   /// The kind in words, the status if there is one, and the text: "refused (403): ...".
   std::string description() const;
@@ -50,6 +52,7 @@ struct QUARNET_EXPORT ApiError {
 /// The kind in a few words: "timed out".
 QUARNET_EXPORT std::string_view describe(ApiErrorKind kind);
 
+/// Writes description().
 inline std::ostream& operator<<(std::ostream& out, const ApiError& error) {
   return out << error.description();
 }

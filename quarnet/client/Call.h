@@ -58,6 +58,8 @@ struct Call {
   ContentFormat responseType = ContentFormat::JSON;
   /// From send() on, whatever the time is spent on.
   std::chrono::milliseconds timeout{60'000};
+  /// Whether the answer is to come with its head.
+  bool wantsHead = false;
   /// Off unless its attempts are set.
   Retry retry = {};
   /// Called now and then while bodies move, and at their end, where the outcome is received and
@@ -74,6 +76,9 @@ struct Answer {
   long status = 0;
   /// Valid UTF-8; may be empty.
   Data body = {};
+  /// For a call that wants it: the protocol and the status ("HTTP/1.1 200"), then the header fields
+  /// in the order in which they came, each in a line that ends with "\n". It may hold any bytes.
+  std::string head = {};
 };
 
 } // namespace quarnet

@@ -31,7 +31,8 @@ ApiError refusal(const platform::HttpResult& result) {
   return {.kind = ApiErrorKind::Refused,
           .text = "The server refused the call",
           .status = result.response ? result.response->statusCode : 0,
-          .body = result.body};
+          .body = result.body,
+          .head = result.response ? result.response->head : ""};
 }
 
 ApiError signedOut() {

@@ -162,6 +162,7 @@ void CallRun::prepare() {
   RequestBundle bundle = bundleOf(*call);
   request_ = std::make_shared<HttpRequest>(requestWithoutTokens(bundle));
   addressLength_ = request_->url.size();
+  request_->wantsHead = call->wantsHead;
   if (call->progress) request_->progress = progressFor(outcome_, std::move(call->progress));
   if (encryptsParameters(method_)) {
     parameters_ = parameterText(*bundle.parameters());
@@ -251,9 +252,11 @@ void CallRun::takeAnswer(HttpResult answer) {
     return end(ApiError{.kind = ApiErrorKind::NotUtf8,
                         .text = "The answer is no UTF-8",
                         .status = status,
-                        .body = std::move(answer.body)});
+                        .body = std::move(answer.body),
+                        .head = std::move(answer.response->head)});
   }
-  end(Answer{.status = status, .body = std::move(answer.body)});
+  end(Answer{
+      .status = status, .body = std::move(answer.body), .head = std::move(answer.response->head)});
 }
 
 void CallRun::renew() {

@@ -27,7 +27,7 @@ struct ClientOptions {
 /// Uses the API for the signed-in user, and never blocks.
 ///
 ///     quarnet::Client client;
-///     pending_ = client.send({.url = "https://api.example/v1/places"}).then(
+///     pending_ = client.send({.url = "https://api.quarnet.example/v1/places"}).then(
 ///         [this](quarnet::Result<quarnet::Answer> answer) { show(answer); });
 ///
 /// All clients share the one session: OAuthInfoManager's configuration, the token record and its

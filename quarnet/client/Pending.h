@@ -22,12 +22,14 @@ public:
   Handle() noexcept = default;
   /// Of what the library makes; applications get theirs from Pending::then() and the client.
   explicit Handle(std::shared_ptr<PendingState> state) noexcept : state_(std::move(state)) {}
-  Handle(Handle &&) noexcept = default;
+  /// Takes over what `other` stands for, which is a handle of nothing from then on.
+  Handle(Handle && other) noexcept = default;
   /// Ends what this handle stood for until now.
   Handle& operator=(Handle&& other) noexcept {
     const Handle old(std::exchange(state_, std::move(other.state_)));
     return *this;
   }
+  /// Cancels what it stands for; waits for the lambda if that runs on another thread.
   ~Handle() {
     if (state_) state_->drop();
   }
@@ -54,12 +56,14 @@ class [[nodiscard("what nobody waits for is cancelled; detach() lets it run")]] 
 public:
   /// Of what the library makes.
   explicit Pending(std::shared_ptr<Outcome<T>> outcome) noexcept : outcome_(std::move(outcome)) {}
-  Pending(Pending &&) noexcept = default;
+  /// Takes over what is under way in `other`, which is nothing from then on.
+  Pending(Pending && other) noexcept = default;
   /// Ends what was under way here until now.
   Pending& operator=(Pending&& other) noexcept {
     const Pending old(std::exchange(outcome_, std::move(other.outcome_)));
     return *this;
   }
+  /// Cancels what nobody took.
   ~Pending() {
     if (outcome_) outcome_->drop();
   }

@@ -21,6 +21,7 @@ namespace quarnet {
 /// may have inherited its locks closed, what the parent began is left as it is.
 class QUARNET_EXPORT PendingState : public std::enable_shared_from_this<PendingState> {
 public:
+  /// Not settled yet; the listener is called by `callbacks`, which is not null.
   explicit PendingState(std::shared_ptr<platform::MainThread> callbacks);
   virtual ~PendingState();
   PendingState(const PendingState&) = delete;
@@ -52,6 +53,7 @@ protected:
   class Listener {
   public:
     virtual ~Listener() = default;
+    /// Receives the outcome.
     virtual void call() = 0;
   };
 
@@ -67,6 +69,7 @@ protected:
   /// Blocks until the outcome is there and nothing that was notified runs any more.
   void waitUntilSettled();
 
+  /// Asks who holds stopToken() to stop.
   void requestStop() { stop_.request_stop(); }
 
 private:

@@ -12,7 +12,9 @@ namespace quarnet {
 template <class T>
 class [[nodiscard]] Result {
 public:
+  /// What it brings.
   using value_type = T;
+  /// Why it does not.
   using error_type = ApiError;
 
   /// Implicit, so that a function may return either.
@@ -21,12 +23,14 @@ public:
 
   /// Whether there is a value, and not an error.
   bool has_value() const noexcept { return content_.index() == 0; }
+  /// The same, as in `if (result)`.
   explicit operator bool() const noexcept { return has_value(); }
 
   /// The value.
   T& operator*() & noexcept { return std::get<0>(content_); }
   const T& operator*() const& noexcept { return std::get<0>(content_); }
   T&& operator*() && noexcept { return std::get<0>(std::move(content_)); }
+  /// A member of the value.
   T* operator->() noexcept { return &**this; }
   const T* operator->() const noexcept { return &**this; }
 

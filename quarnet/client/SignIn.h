@@ -8,6 +8,7 @@ namespace quarnet {
 
 /// How a sign-in ended.
 struct SignIn {
+  /// Which way it ended; only the first two leave a session.
   enum class Ending {
     /// The user signed in on the login screen.
     Done,
@@ -22,6 +23,7 @@ struct SignIn {
     /// There was no window or no toolkit to show the screen with.
     NoScreen,
   };
+  /// Which way it ended.
   Ending ending = Ending::Done;
   /// The server's code for Refused and, when it gave one, for ExchangeFailed: "access_denied".
   std::string code = {};
@@ -35,6 +37,7 @@ struct SignIn {
 
 /// How a sign-out ended.
 struct SignOut {
+  /// Which way it ended; after each of them nobody is signed in here.
   enum class Ending {
     /// The server confirmed it; the tokens are gone on both sides.
     Confirmed,
@@ -43,6 +46,7 @@ struct SignOut {
     /// Nobody was signed in.
     NothingToDo,
   };
+  /// Which way it ended.
   Ending ending = Ending::Confirmed;
   /// Why the server did not confirm it, for people.
   std::string text = {};

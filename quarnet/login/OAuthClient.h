@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace quarnet {
 
@@ -46,8 +47,9 @@ public:
   OAuthClient(const OAuthClient&) = delete;
   OAuthClient& operator=(const OAuthClient&) = delete;
 
-  /// This and the next, kept for the application; the library neither reads nor writes them.
+  /// Kept for the application; the library neither reads nor writes it.
   bool _sessionChecked = false;
+  /// Kept for the application; the library neither reads nor writes it.
   Text checkedURL;
 
   /// The sign-in page; like the two views below, null before the first login and from the end of a
@@ -61,11 +63,14 @@ public:
   std::shared_ptr<platform::View> bgView() const;
   void setBgView(std::shared_ptr<platform::View> view);
 
-  /// This and response(), kept for the application; the login does not use them. Absent until set.
+  /// Kept for the application; the login does not use it. Absent until set.
   const std::optional<Data>& receivedData() const { return receivedData_; }
   void setReceivedData(std::optional<Data> data) { receivedData_ = std::move(data); }
+  /// Kept for the application; the login does not use it. Absent until set.
   const std::optional<platform::HttpResponse>& response() const { return response_; }
-  void setResponse(std::optional<platform::HttpResponse> response) { response_ = response; }
+  void setResponse(std::optional<platform::HttpResponse> response) {
+    response_ = std::move(response);
+  }
 
   /// The text of the last token answer; absent before it and when it was not valid UTF-8.
   Text result() const;

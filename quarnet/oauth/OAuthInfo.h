@@ -18,10 +18,12 @@ namespace quarnet {
 /// where it grew or moved, and the record itself, which lives as long as the process.
 class QUARNET_EXPORT OAuthInfo {
 public:
+  /// The one record of the process. Safe from any thread.
   static OAuthInfo& sharedInstance();
 
   /// The one record, as from all the ordinary ways to make, copy and hold an object; it is never
   /// released.
+  /// @{
   static OAuthInfo& allocWithZone() { return sharedInstance(); }
   OAuthInfo& init() { return *this; }
   OAuthInfo& copyWithZone() { return *this; }
@@ -29,6 +31,7 @@ public:
   OAuthInfo& autorelease() { return *this; }
   void release() {}
   unsigned long retainCount() const { return ~0UL; }
+  /// @}
 
   OAuthInfo(const OAuthInfo&) = delete;
   OAuthInfo& operator=(const OAuthInfo&) = delete;

@@ -25,16 +25,19 @@ class Registration;
 /// fields may be read and written from any thread.
 class QUARNET_EXPORT OAuthInfoManager {
 public:
+  /// The one manager of the process. Safe from any thread.
   static OAuthInfoManager& sharedInstance();
 
   /// The one manager, as from all the ordinary ways to make, copy and hold an object; it is never
   /// released.
+  /// @{
   static OAuthInfoManager& allocWithZone() { return sharedInstance(); }
   OAuthInfoManager& copyWithZone() { return *this; }
   OAuthInfoManager& retain() { return *this; }
   OAuthInfoManager& autorelease() { return *this; }
   void release() {}
   unsigned long retainCount() const { return ~0UL; }
+  /// @}
 
   /// Makes a new login screen and gives response_type(), redirect_uri() and grant_type() their
   /// defaults; other fields keep their values. Run by the first sharedInstance().
@@ -50,11 +53,11 @@ public:
   std::shared_ptr<OAuthClient> oAuthClient() const;
   void setOAuthClient(std::shared_ptr<OAuthClient> oAuthClient);
 
-  /// Client identifier (RFC 6749, section 2.2); setting it sets the token record's, too.
+  /// The client identifier (RFC 6749, section 2.2); setting it sets the token record's, too.
   Text clientId() const;
   void setClientId(Text clientId);
 
-  /// Client secret (RFC 6749, section 2.3.1).
+  /// The client secret (RFC 6749, section 2.3.1).
   Text clientSecret() const;
   void setClientSecret(Text clientSecret);
 

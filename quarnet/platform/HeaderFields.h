@@ -15,23 +15,31 @@ namespace quarnet::platform {
 /// were set. Names are the same in any case; neither names nor values are checked here.
 class QUARNET_EXPORT HeaderFields {
 public:
-  /// Both texts live until the fields change.
+  /// One field. Both texts live until the fields change.
   struct Field {
+    /// In the case in which it is sent.
     std::string_view name;
+    /// As it is sent.
     std::string_view value;
   };
 
   /// Goes through the fields; of no use once they change.
   class QUARNET_EXPORT Iterator {
   public:
+    /// What the standard library asks of an iterator.
+    /// @{
     using iterator_category = std::input_iterator_tag;
     using value_type = Field;
     using difference_type = std::ptrdiff_t;
     using pointer = void;
     using reference = Field;
+    /// @}
 
+    /// The field; not of the one behind the last.
     Field operator*() const;
+    /// Goes to the next field.
     Iterator& operator++();
+    /// Whether both are at the same field.
     bool operator==(const Iterator&) const = default;
 
   private:
@@ -41,6 +49,7 @@ public:
     const char* field_;
   };
 
+  /// None.
   HeaderFields() = default;
   /// Sets one after the other.
   HeaderFields(std::initializer_list<Field> fields);
@@ -53,7 +62,9 @@ public:
   /// The value of the field of that name, or absent. Lives until the fields change.
   std::optional<std::string_view> get(std::string_view name) const;
 
+  /// The first field.
   Iterator begin() const { return Iterator(fields_.data()); }
+  /// Behind the last field.
   Iterator end() const { return Iterator(fields_.data() + fields_.size()); }
 
 private:

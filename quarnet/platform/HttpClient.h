@@ -15,6 +15,10 @@ struct HttpResponse {
   /// How long the server wants to be left alone (Retry-After; RFC 9110, section 10.2.3); 0 when it
   /// did not say.
   std::chrono::seconds retryAfter{0};
+  /// For a request that wants it: the protocol and the status ("HTTP/1.1 404") and the header
+  /// fields in the order in which they came ("Name: value"), each in a line that ends with "\n". It
+  /// may hold any bytes. Empty where the transport does not tell it.
+  std::string head = {};
 };
 
 /// Why a request brought no whole answer, for a program.

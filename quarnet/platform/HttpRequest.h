@@ -19,10 +19,13 @@ inline constexpr std::chrono::seconds kRequestTimeout{60};
 
 /// How far a request has come, in bytes of bodies.
 struct HttpProgress {
+  /// What of the body was sent.
   std::uint64_t sent = 0;
+  /// The body's size.
   std::uint64_t toSend = 0;
+  /// What of the answer's body has arrived.
   std::uint64_t received = 0;
-  /// 0 while the answer's size is not known.
+  /// The size of the answer's body; 0 while the answer's size is not known.
   std::uint64_t toReceive = 0;
 };
 
@@ -41,6 +44,8 @@ struct QUARNET_EXPORT HttpRequest {
   std::shared_ptr<const Data> body = nullptr;
   /// From the start of the transfer to its end.
   std::chrono::milliseconds timeout = kRequestTimeout;
+  /// Whether the answer's head is of interest as text.
+  bool wantsHead = false;
   /// Asks an asynchronous send to end: the transport takes it off the wire or out of its queue and
   /// completes it with an error.
   std::stop_token stopToken = {};

@@ -18,6 +18,7 @@ public:
   /// A part of a line. What is not known to be harmless is taken for a secret: tokens, the client
   /// secret, the user's own data, whatever comes from a server or a page.
   struct Piece {
+    /// Any text; lives as long as the line.
     std::string_view text;
     /// Whether anybody may read it.
     bool isHarmless = false;

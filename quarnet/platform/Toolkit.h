@@ -12,21 +12,31 @@ namespace quarnet::platform {
 
 /// A rectangle in points, from the upper left corner of what holds it.
 struct Rect {
+  /// The left edge.
   double x = 0;
+  /// The upper edge; grows downwards.
   double y = 0;
+  /// From the left edge to the right.
   double width = 0;
+  /// From the upper edge to the lower.
   double height = 0;
 
+  /// Whether all four are the same.
   bool operator==(const Rect&) const = default;
 };
 
-/// Red, green, blue and opacity, each from 0 to 1.
+/// A colour; each number is from 0 to 1.
 struct Color {
+  /// How much red there is.
   double red = 0;
+  /// How much green there is.
   double green = 0;
+  /// How much blue there is.
   double blue = 0;
+  /// How opaque it is.
   double alpha = 1;
 
+  /// Whether all four are the same.
   bool operator==(const Color&) const = default;
 };
 
@@ -40,6 +50,7 @@ public:
   virtual Rect frame() const = 0;
   virtual void setFrame(const Rect& frame) = 0;
 
+  /// What is seen where no child is.
   virtual void setBackgroundColor(const Color& color) = 0;
   /// Whether children are cut off at the view's edges.
   virtual void setClipsToBounds(bool clips) = 0;
@@ -55,8 +66,9 @@ public:
 /// A bar with a title in its middle and one button at its right.
 class QUARNET_EXPORT TitleBar : public View {
 public:
+  /// The text in the middle.
   virtual void setTitle(const std::string& title) = 0;
-  /// `pressed` is called for each press.
+  /// The button's text; `pressed` is called for each press.
   virtual void setRightButton(const std::string& label, std::function<void()> pressed) = 0;
 };
 
@@ -77,14 +89,16 @@ public:
 
   /// Before every navigation, redirects included: whether the view may load the address.
   virtual bool shouldStartLoad(WebView& view, const std::string& url) = 0;
+  /// A page that was on its way has not arrived.
   virtual void didFailLoad(WebView& view, const WebLoadError& error) = 0;
+  /// The page has arrived with all that belongs to it.
   virtual void didFinishLoad(WebView& view) = 0;
 };
 
 /// A view that shows web pages.
 class QUARNET_EXPORT WebView : public View {
 public:
-  /// Null for none.
+  /// Who receives the events; null for nobody.
   virtual void setDelegate(WebViewDelegate* delegate) = 0;
   /// Whether a page that is wider than the view is made smaller.
   virtual void setScalesPageToFit(bool scales) = 0;
@@ -104,8 +118,11 @@ public:
   /// The application's window as a view; its frame holds the bounds. Null when there is none.
   virtual std::shared_ptr<View> keyWindow() = 0;
 
+  /// An empty view without a parent.
   virtual std::shared_ptr<View> makeView() = 0;
+  /// A title bar without a parent.
   virtual std::shared_ptr<TitleBar> makeTitleBar() = 0;
+  /// A web view without a page and without a parent.
   virtual std::shared_ptr<WebView> makeWebView() = 0;
 
   /// Runs `changes` and shows the frames they set as a movement that starts and ends slowly.

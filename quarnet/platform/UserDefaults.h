@@ -18,7 +18,9 @@ class QUARNET_EXPORT UserDefaults {
 public:
   /// What to set; an absent text removes the entry. Both live only as long as the call.
   struct Entry {
+    /// Under which the text is stored.
     std::string_view key;
+    /// The text; absent to remove it.
     std::optional<std::string_view> value;
   };
 

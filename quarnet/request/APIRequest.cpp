@@ -188,7 +188,7 @@ std::optional<platform::HttpResponse> APIRequest::response() const {
   return answer_->read(&AsynchronousAnswer::response);
 }
 void APIRequest::setResponse(std::optional<platform::HttpResponse> response) {
-  answer_->write(&AsynchronousAnswer::response, response);
+  answer_->write(&AsynchronousAnswer::response, std::move(response));
 }
 
 Text APIRequest::result() const {

@@ -40,6 +40,7 @@ public:
   ~APIRequest();
   /// One that was moved from is as new; calls under way belong to the one that it was moved to.
   APIRequest(APIRequest&&) noexcept;
+  /// Calls under way of the one that is assigned to are completed and delivered all the same.
   APIRequest& operator=(APIRequest&&) noexcept;
 
   /// Sends the call and blocks until its answer or for 60 seconds; GET and DELETE may wait as long

@@ -1,4 +1,4 @@
-// The examples of docs/client.md and the README, each run once.
+// The examples of docs/client.md, the README and the headers, each run once.
 
 #include "quarnet/platform/headless/HeadlessLibrary.h"
 #include "quarnet/quarnet.h"
@@ -126,6 +126,37 @@ TEST_F(Recipes, UploadAndRetry) {
 
   on("weather").fail("cut").answer("busy", 503).answer("rain");
   EXPECT_EQ(weather(), "rain");
+}
+
+// What the comments of the headers show, with the names that they take from an application.
+using namespace quarnet::platform;
+
+struct App {
+  void show(const Result<Answer>& answer) { shown = answer ? answer->body : ""; }
+  void signedIn(const ResultDictionary&) { isSignedIn = true; }
+
+  Handle pending_;
+  std::string shown;
+  bool isSignedIn = false;
+  void showPlaces() {
+#include "client-header.h"
+  }
+  // It would ask a server, so that it is compiled only.
+  static void signIn(App& app) {
+#include "HeadlessToolkit-header.h"
+  }
+};
+
+TEST(Headers, ExamplesDoWhatTheySay) {
+  App app;
+#include "HeadlessLibrary-header.h"
+  ScriptedHttpClient http;
+#include "ScriptedHttpClient-header.h"
+  const auto sent = [&](const std::string& method, const std::string& url) {
+    return http.sendSynchronously({.url = url, .method = method}).body;
+  };
+  EXPECT_EQ(sent("POST", "https://api.example/v1/photos"), "busy");
+  EXPECT_EQ(sent("PUT", "https://slow.example/"), "at last");
 }
 
 } // namespace

@@ -78,15 +78,17 @@ TEST_F(ToolsTest, ACallShowsItsAnswerAndTellsItsErrorByTheExitStatus) {
        ""},
       {"PUT $API/v1/a --upload '사진 1.png' --upload-key photo", 0,
        R"("field":"photo","filename":"사진 1.png")", ""},
-      {"PUT $API/v1/a --client-id stranger", 1, "",
+      {"PUT $API/v1/a --client-id stranger", 6, "",
        "signed out: The server does not reissue the tokens any more: invalid_client (The client"},
       {"GET $API/v1/a --client-id stranger", 1, "",
        "nothing was sent: no key for the parameters: "},
       {"POST $API/v1/a -p a=b", 0, R"("result":"ok")", "note: PUT and POST do not send parameters"},
       {"DELETE $API/v1/a --payload x", 0, R"("result":"ok")",
        "note: GET and DELETE do not send a "},
-      {"GET $API/v1/a --store none", 1, "", "signed out: Nobody is signed in; sign in with"},
+      {"GET $API/v1/a --store none", 6, "", "signed out: Nobody is signed in; sign in with"},
       {"GET $API/missing/a", 1, "not_found", "the server answered 404"},
+      {"GET $API/missing/a -i -o new", 1, "HTTP/1.1 404\nServer: quarnet-sandbox\n",
+       "answered 404"},
       {"GET $API/missing/a --async --repeat 2", 1, "finished 0, failed 2, ",
        R"(the server answered 404: {"error":"not_found")"},
       {"GET $API/v1/silent --timeout 0.2", 1, "", "timed out"},
@@ -112,9 +114,34 @@ TEST_F(ToolsTest, ACallShowsItsAnswerAndTellsItsErrorByTheExitStatus) {
     EXPECT_THAT(outcome.err,
                 one.err.empty() ? IsEmpty() : Matcher<std::string>(HasSubstr(one.err)));
   }
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "new"));
   environment_ = "QUARNET_CLIENT_ID=";
   EXPECT_THAT(run("request GET $API/v1/a").err,
               HasSubstr("give --client-id or set QUARNET_CLIENT_ID"));
+}
+
+TEST_F(ToolsTest, AnAnswerGoesToAFileWholeOrNotAtAll) {
+  signIn();
+  server().misbehave("/v1/binary.json", Misbehaviour::body("\xff\n"));
+  const std::filesystem::path file = makeFile("file", "old");
+  std::filesystem::permissions(file, std::filesystem::perms(0640));
+  std::filesystem::create_symlink("file", folder_ / "link");
+  EXPECT_EQ(run("request GET $API/missing -o link").exitCode, 1);
+  EXPECT_EQ(contents("file"), "old");
+  environment_ = R"(sh -c 'trap "" XFSZ; ulimit -f 40; exec "$@"' sh)"; // as a full disk
+  EXPECT_THAT(run("request POST $API/bytes/100000 -o link").err, HasSubstr("cannot write link: "));
+  EXPECT_EQ(contents("file"), "old");
+  environment_.clear();
+  EXPECT_EQ(run("request GET $API/v1/binary -o link").exitCode, 0);
+  EXPECT_EQ(contents("file"), "\xff\n");
+  EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "link"));
+  EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0640));
+  EXPECT_EQ(run("request POST $API/v1/binary -o /dev/stdout").out, "\xff\n");
+  for (const auto& one : std::filesystem::directory_iterator(folder_))
+    EXPECT_FALSE(one.path().filename().string().starts_with("file.")) << one;
+  const std::size_t calls = server().received().size();
+  EXPECT_THAT(run("request POST $API/v1/a -o .").err, HasSubstr("it is a folder"));
+  EXPECT_EQ(server().received().size(), calls);
 }
 
 TEST(ProgressLineTest, SaysHowFarATransferHasComeInTheWidthThatThereIs) {
@@ -155,11 +182,15 @@ TEST_F(ToolsTest, StoredTokensAreMaskedUnlessAskedFor) {
   const auto secrets = AllOf(HasSubstr(*record_.accessToken()), HasSubstr(*record_.refreshToken()));
   const auto noSecret =
       AllOf(Not(HasSubstr(*record_.accessToken())), Not(HasSubstr(*record_.refreshToken())));
+  EXPECT_EQ(run("token --json").out.substr(0, 38),
+            R"({"signed_in":true,"access_token":")" + record_.accessToken()->substr(0, 4));
   const Outcome masked = run("token");
   EXPECT_EQ(masked.exitCode, 0);
   EXPECT_THAT(masked.out, AllOf(HasSubstr("access_token"), HasSubstr("3600"), HasSubstr("profile"),
                                 noSecret, HasSubstr("(2042-03-13 ")));
   EXPECT_THAT(run("token --reveal").out, secrets);
+  EXPECT_THAT(run("token --reveal --json").out,
+              AllOf(secrets, HasSubstr(R"("expires":"2042-03-13T)")));
   EXPECT_THAT(run("request GET $API/v1/a -p k=v --log redacted").err,
               AllOf(HasSubstr("HTTPHeaderFields"), HasSubstr("encryptedString : "),
                     Not(HasSubstr("encryptedString : *")), noSecret));
@@ -197,18 +228,19 @@ TEST_F(ToolsTest, AReissueAndALogoutEndWithAClearReasonAndTellWhatIsStored) {
   const struct {
     const char* words;
     Misbehaviour answer; // the server's own, without a delay
-    std::string err;     // empty when all went well
-    Text stored;         // absent for the token that was
+    int exitCode;
+    std::string err; // empty when all went well
+    Text stored;     // absent for the token that was
   } cases[] = {
-      {"reissue --client-secret wrong", {}, "invalid_client", {}},
-      {"reissue --api-host 127.0.0.1:9", {}, "stay as they were: no connection: ", {}},
-      {"reissue", Misbehaviour::body(R"({"error":"no access_token"})"), "any more: no access", {}},
-      {"logout", {}, "", ""},
-      {"logout", Misbehaviour::body("no"), "dropped, but the server did not confirm: The ser", ""},
-      {"logout", Misbehaviour::reset(), "dropped, but the server did not confirm: ", ""},
+      {"reissue --client-secret wrong", {}, 6, "invalid_client", {}},
+      {"reissue --api-host 127.0.0.1:9", {}, 1, "stay as they were: no connection: ", {}},
+      {"reissue", Misbehaviour::body(R"({"error":"no access_token"})"), 6, "more: no access", {}},
+      {"logout", {}, 0, "", ""},
+      {"logout", Misbehaviour::body("no"), 1, "but the server did not confirm: The ser", ""},
+      {"logout", Misbehaviour::reset(), 1, "dropped, but the server did not confirm: ", ""},
   };
-  EXPECT_THAT(run("reissue").err, HasSubstr("no refresh token is stored"));
-  EXPECT_THAT(run("logout").err, HasSubstr("nobody is signed in"));
+  for (const std::string words : {"token", "reissue", "logout"})
+    EXPECT_EQ(run(words).exitCode, 6) << words;
   for (const auto& one : cases) {
     SCOPED_TRACE(std::string(one.words) + ": " + one.err);
     signIn();
@@ -218,13 +250,18 @@ TEST_F(ToolsTest, AReissueAndALogoutEndWithAClearReasonAndTellWhatIsStored) {
     const auto start = std::chrono::steady_clock::now();
     const Outcome outcome = run(one.words);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
-    EXPECT_EQ(outcome.exitCode, one.err.empty() ? 0 : 1);
+    EXPECT_EQ(outcome.exitCode, one.exitCode);
     EXPECT_THAT(outcome.err, AllOf(HasSubstr(one.err), Not(HasSubstr("(null)"))));
     EXPECT_EQ(stored("access_token"), one.stored ? one.stored : record_.accessToken());
   }
   signIn();
   server().behave();
-  EXPECT_EQ(run("reissue").exitCode, 0);
+  environment_ = "QUARNET_CLIENT_SECRET=wrong";
+  EXPECT_THAT(run("reissue --client-secret-file -", "two\nlines").err,
+              HasSubstr("is not one line"));
+  makeFile("secret", "demo-secret\n");
+  EXPECT_THAT(run("reissue --client-secret-file secret").err, HasSubstr("other users can read"));
+  EXPECT_EQ(run("reissue --client-secret-file -", "demo-secret\r\n").exitCode, 0);
   EXPECT_NE(stored("access_token"), record_.accessToken());
   EXPECT_TRUE(server().tokenIsLive(*stored("access_token")));
 }
@@ -244,23 +281,48 @@ TEST_F(ToolsTest, ALoginThatCannotShowItsWindowSaysWhatIsMissing) {
 }
 
 TEST_F(ToolsTest, WrongUsageIsToldAndNothingIsSent) {
-  for (const std::string words :
-       {"", "frobnicate", "request", "request FETCH $API/v1/a", "request -1 $API/v1/a",
-        "request GET $API/v1/a -p a=1 -p a=2", "request GET $API/v1/a --response-type yaml",
-        "request GET $API/v1/a --repeat 2", "request GET $API/v1/a --timeout 0",
-        "request GET $API/v1/a --timeout 1s", "request GET $API/v1/a --timeout nan",
-        "request GET $API/v1/a --retry -1", "request POST $API/v1/a --retry 1",
-        "request GET $API/v1/a --async --in-flight 0", "request PUT $API/v1/a --upload none",
-        "request PUT $API/v1/a --payload x --payload-file -",
-        "request GET $API/v1/a --api-host https://api.example.org", "token --ca-file none",
-        "token --log loud"}) {
+  for (const std::string words : {"",
+                                  "frobnicate",
+                                  "help frobnicate",
+                                  "token --json import -",
+                                  "completion tcsh",
+                                  "request",
+                                  "request GET $API/v1/a -H a:b",
+                                  "request GET $API/v1/a --json -o x",
+                                  "request FETCH $API/v1/a",
+                                  "request -1 $API/v1/a",
+                                  "request GET $API/v1/a -p a=1 -p a=2",
+                                  "request GET $API/v1/a --response-type yaml",
+                                  "request GET $API/v1/a --repeat 2",
+                                  "request GET $API/v1/a --timeout 0",
+                                  "request GET $API/v1/a --timeout 1s",
+                                  "request GET $API/v1/a --timeout nan",
+                                  "request GET $API/v1/a --retry -1",
+                                  "request POST $API/v1/a --retry 1",
+                                  "request GET $API/v1/a --async --in-flight 0",
+                                  "request PUT $API/v1/a --upload none",
+                                  "request PUT $API/v1/a --payload x --payload-file -",
+                                  "request GET $API/v1/a --api-host https://api.example.org",
+                                  "token --ca-file none",
+                                  "token --log loud"}) {
     const Outcome outcome = run(words);
     EXPECT_EQ(outcome.exitCode, 2) << words;
     EXPECT_NE(outcome.err, "") << words;
   }
   EXPECT_TRUE(server().received().empty());
-  EXPECT_EQ(run("--help").exitCode, 0);
+  const std::pair<const char*, const char*> meant[] = {
+      {"requst GET", "did you mean request?"},
+      {"re", "did you mean request or reissue?"},
+      {"token improt x", "did you mean import?"},
+      {"token --jsno", "did you mean --json?"},
+      {"request --tiemout=1", "did you mean --timeout?"},
+      {"'\x1b[31m'", "no command  [31m\n"}};
+  for (const auto& [words, guess] : meant)
+    EXPECT_THAT(run(words).err, HasSubstr(guess));
+  EXPECT_EQ(run("help token import").out, run("token import --help").out);
   EXPECT_EQ(run("--version").out, "quarnet 1.0.0\n");
+  environment_ = R"(sh -c 'exec "$@" >/dev/full' sh)";
+  EXPECT_EQ(run("help").exitCode + run("--help").exitCode, 2);
 }
 
 } // namespace

@@ -26,7 +26,8 @@ on_terminal() {
 shows() { grep -qxE -- "$1" "$folder/screen" || fail "it shows: $1"; }
 shows_no() { ! grep -qE -- "$1" "$folder/screen" || fail "it does not show: $1"; }
 
-start_sandbox "$sandbox" --misbehave /v1/slow.json=delay:1500 --misbehave /v1/endless.json=endless \
+json=$'{"text":"\e[31m한글\\"", "empty":[],"more":[{"a[b":1.5}, null]}'
+start_sandbox "$sandbox" --misbehave "/v1/json.json=body:$json" --misbehave /v1/slow.json=delay:1500 --misbehave /v1/endless.json=endless \
   --misbehave /oauth/token=delay:800
 "$quarnet" token import "$folder/token.json"
 api=https://$QUARNET_API_HOST
@@ -37,7 +38,7 @@ echo "-- an upload that takes long: a line, which is gone at the end"
 on_terminal 0 "$quarnet request POST $api/v1/slow --upload $folder/file" </dev/null
 shows 'sent 97.9 KiB, waiting for the answer {22}'
 shows "$blanks"
-[[ "$(grep -v '^$' "$folder/screen" | tail -n 1)" == '{"result":"ok"'* ]] || fail "the answer is last"
+[[ "$(grep -v '^$' "$folder/screen" | tail -n 1)" == '}' ]] || fail "the answer is last"
 
 echo "-- a download that Ctrl-C ends"
 {
@@ -62,6 +63,18 @@ status=0
 timeout --preserve-status -s INT 0.4 "$quarnet" reissue 2>"$folder/screen" || status=$?
 ((status == 130)) || fail "exit status $status instead of 130"
 "$quarnet" reissue || fail "the refresh token is the one that the server knows"
+
+echo "-- an answer of JSON: indented, and coloured where the user has nothing against it"
+answer="$quarnet request POST $api/v1/json"
+e=$'\e'
+on_terminal 0 "TERM=xterm $answer" </dev/null
+shows "  $e\[34m\"text\"$e\[0m: $e\[32m\" \[31m한글\\\\\"\"$e\[0m,"
+shows "  $e\[34m\"empty\"$e\[0m: \[\],"
+for variable in NO_COLOR=1 TERM=dumb TERM=; do
+  on_terminal 0 "TERM=xterm; export $variable; $answer" </dev/null
+  shows '  "text": " \[31m한글\\\"",'
+done
+[[ "$($answer)" == "$json" ]] || fail "a pipe gets it as it came"
 
 echo "-- a call that is soon over, and one whose standard error is a file: no line"
 on_terminal 0 "$quarnet request POST $api/v1/soon --upload $folder/file" </dev/null

@@ -70,7 +70,7 @@ int LoginWindow::run() {
     return kFailed;
   }
   makeWindow();
-  setUp();
+  if (!setUp()) return kFailed;
   Client client;
   const Handle observer = client.onSession([](SessionEvent event) {
     if (event == SessionEvent::SessionLost)
@@ -94,14 +94,16 @@ void LoginWindow::makeWindow() {
   g_signal_connect(window_, "notify::child", G_CALLBACK(present), nullptr);
 }
 
-void LoginWindow::setUp() {
-  settings_.install(std::make_shared<platform::GtkToolkit>(
+bool LoginWindow::setUp() {
+  const bool isInstalled = settings_.install(std::make_shared<platform::GtkToolkit>(
       platform::GtkToolkitOptions{.window = window_,
                                   .certificateFile = settings_.caFile(),
                                   .certificateHosts = settings_.hosts()}));
+  if (!isInstalled) return false;
   // A scope that nobody named is left to the server.
   OAuthInfoManager& manager = OAuthInfoManager::sharedInstance();
   if (!manager.scope()) manager.setScope("");
+  return true;
 }
 
 } // namespace quarnet::tools

@@ -20,7 +20,8 @@ public:
 
 private:
   void makeWindow();
-  void setUp();
+  /// Sets the library up; false, and told, when that cannot be done.
+  bool setUp();
 
   Settings& settings_;
   /// Becomes null when the user closes it.

@@ -1,21 +1,17 @@
 // `quarnet-login`: what `quarnet login` runs; takes the arguments of `quarnet`.
 
-#include "tools/Command.h"
+#include "tools/LoginOptions.h"
 #include "tools/login/LoginWindow.h"
-
-#include <CLI/CLI.hpp>
+#include "tools/usage/CommandLine.h"
 
 int main(int argc, char** argv) {
-  using namespace quarnet::tools;
-  CLI::App program("Signs in in a window and stores the tokens.", "quarnet");
+  using namespace quarnet;
+  CLI::App program("Sign in in a window and store the tokens.", "quarnet");
+  usage::prepare(program);
   program.fallthrough();
-  program.add_subcommand("login");
-  Settings settings;
+  tools::addLogin(program);
+  tools::Settings settings;
   settings.addOptions(program);
-  try {
-    program.parse(argc, argv);
-  } catch (const CLI::ParseError& outcome) {
-    return program.exit(outcome) == 0 ? kDone : kWrongUsage;
-  }
-  return LoginWindow(settings).run();
+  if (const auto code = usage::parse(program, argc, argv)) return *code;
+  return usage::finished(program, tools::LoginWindow(settings).run());
 }

@@ -26,6 +26,7 @@ struct CurlHttpClientOptions {
 /// Destroying the client fails the sends that have not ended and waits for their completions.
 class QUARNET_EXPORT CurlHttpClient final : public HttpClient {
 public:
+  /// Costs little: threads and connections are made with the first send.
   explicit CurlHttpClient(CurlHttpClientOptions options = {});
   ~CurlHttpClient() override;
 

@@ -33,6 +33,20 @@ std::optional<unsigned> lastTakenIn(std::string_view line) {
   return isNumber ? std::optional(stream) : std::nullopt;
 }
 
+// The head of the last answer; libcurl keeps no reason phrase.
+std::string headOf(CURL* easy, long status) {
+  long version = CURL_HTTP_VERSION_NONE;
+  curl_easy_getinfo(easy, CURLINFO_HTTP_VERSION, &version);
+  const char* const protocol = version == CURL_HTTP_VERSION_1_0   ? "HTTP/1.0 "
+                               : version == CURL_HTTP_VERSION_2_0 ? "HTTP/2 "
+                                                                  : "HTTP/1.1 ";
+  std::string head = protocol + std::to_string(status) + "\n";
+  curl_header* field = nullptr;
+  while ((field = curl_easy_nextheader(easy, CURLH_HEADER, -1, field)) != nullptr)
+    head.append(field->name).append(": ").append(field->value).append("\n");
+  return head;
+}
+
 } // namespace
 
 Transfer::Transfer(TrustStore& trust, std::size_t maximumBodySize, CURLSH* share, Goaways* goaways,
@@ -110,6 +124,9 @@ bool Transfer::advance(CURLcode code) noexcept {
       curl_easy_getinfo(easy(), CURLINFO_REDIRECT_URL, &next);
     }
     if (next != nullptr) return follow(next);
+    if (request_->wantsHead) {
+      result_.response->head = headOf(easy(), result_.response->statusCode);
+    }
     if (request_->progress) report();
     return false;
   } catch (const std::bad_alloc&) {

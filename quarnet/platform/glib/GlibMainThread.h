@@ -11,6 +11,7 @@ namespace quarnet::platform {
 /// run by themselves. The main thread is the one that runs that context.
 class QUARNET_EXPORT GlibMainThread final : public MainThread {
 public:
+  /// For the default context, on whatever thread that will run.
   GlibMainThread();
   /// What was posted runs all the same.
   ~GlibMainThread() override;

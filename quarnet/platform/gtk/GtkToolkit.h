@@ -41,6 +41,7 @@ struct GtkToolkitOptions {
 /// ("mailto:") is handed to it when the user follows it; the page stays.
 class QUARNET_EXPORT GtkToolkit final : public Toolkit {
 public:
+  /// GTK need not be initialised yet.
   explicit GtkToolkit(GtkToolkitOptions options = {});
   ~GtkToolkit() override;
 

@@ -9,8 +9,9 @@ namespace quarnet::platform {
 
 /// One animation on the clock of a headless toolkit. Times are counted from the toolkit's making.
 struct HeadlessAnimation {
+  /// When it begins.
   std::chrono::milliseconds start{0};
-  /// Moved to the present when the animation is cut short.
+  /// When it is over; moved to the present when the animation is cut short.
   std::chrono::milliseconds end{0};
 
   /// How far the movement has come, from 0 to 1; it starts and ends slowly.
@@ -24,6 +25,7 @@ struct HeadlessAnimation {
 
 /// What the views of one headless toolkit have in common.
 struct HeadlessClock {
+  /// How long the toolkit has been there.
   std::chrono::milliseconds now{0};
   /// The animation whose changes are being made just now, to which frames that are set belong.
   std::shared_ptr<const HeadlessAnimation> animating;

@@ -53,10 +53,15 @@ public:
   /// under way on any thread: no other call, no login and no callback.
   static void reset();
 
+  /// Answers as the test says and keeps what it received.
   const std::shared_ptr<ScriptedHttpClient> http = std::make_shared<ScriptedHttpClient>();
+  /// Where the tokens are kept.
   const std::shared_ptr<MemoryUserDefaults> store = std::make_shared<MemoryUserDefaults>();
+  /// Stands still but for advance().
   const std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
+  /// Where callbacks wait for run().
   const std::shared_ptr<ManualMainThread> mainThread = std::make_shared<ManualMainThread>();
+  /// The window, in which the test does what the user would.
   const std::shared_ptr<HeadlessToolkit> screen = std::make_shared<HeadlessToolkit>();
 };
 

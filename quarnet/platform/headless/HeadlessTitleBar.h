@@ -11,8 +11,11 @@ class QUARNET_EXPORT HeadlessTitleBar final : public HeadlessViewAs<TitleBar> {
 public:
   using HeadlessViewAs::HeadlessViewAs;
 
+  /// What setTitle() set; empty before.
   const std::string& title() const { return title_; }
+  /// The button's text; empty before setRightButton().
   const std::string& rightButton() const { return rightButton_; }
+  /// Does what a user's press does; nothing without a button.
   void pressRightButton();
 
   void setTitle(const std::string& title) override { title_ = title; }

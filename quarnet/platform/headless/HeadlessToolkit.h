@@ -12,9 +12,13 @@ namespace quarnet::platform {
 
 /// A message that is on the screen.
 struct HeadlessAlert {
+  /// In one line, above.
   std::string title;
+  /// What it says.
   std::string message;
+  /// The text of its one button.
   std::string button;
+  /// What HeadlessToolkit::pressAlert() calls.
   std::function<void()> pressed;
 };
 
@@ -45,6 +49,7 @@ public:
 
   /// From now on the application has this key window, or none.
   void setKeyWindow(std::shared_ptr<View> window) { keyWindow_ = std::move(window); }
+  /// What systemVersion() says from now on.
   void setSystemVersion(std::string version) { systemVersion_ = std::move(version); }
 
   /// Moves the clock on, which must not go back. The completions of the animations that end on the

@@ -24,12 +24,15 @@ public:
   /// The page on its way has not arrived.
   void fail(const WebLoadError& error);
 
-  /// Every address whose load was begun, by load() or by navigate(), and every one refused.
+  /// Every address whose load was begun, by load() or by navigate().
   const std::vector<std::string>& loads() const { return loads_; }
+  /// Every address that the delegate refused.
   const std::vector<std::string>& vetoes() const { return vetoes_; }
   /// Null when there is none or the view was told to forget it.
   WebViewDelegate* delegate() const { return delegate_; }
+  /// False until it is set.
   bool scalesPageToFit() const { return scalesPageToFit_; }
+  /// True until it is set.
   bool bounces() const { return bounces_; }
 
   void setDelegate(WebViewDelegate* delegate) override { delegate_ = delegate; }

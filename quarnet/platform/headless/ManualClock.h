@@ -13,6 +13,7 @@ public:
   /// Seconds since 1970-01-01 00:00:00 UTC. Starts in November 2023.
   std::atomic<double> now = 1'700'000'000;
 
+  /// Moves it on.
   void advance(std::chrono::milliseconds time) {
     now = now + std::chrono::duration<double>(time).count();
   }

@@ -6,6 +6,7 @@ namespace quarnet::platform {
 
 /// A request as a ScriptedHttpClient received it.
 struct QUARNET_EXPORT ReceivedRequest : HttpRequest {
+  /// A copy of `request`, with its parameters read.
   explicit ReceivedRequest(const HttpRequest& request);
 
   /// Whether it has that method, and an address that starts with `address`; an empty method stands

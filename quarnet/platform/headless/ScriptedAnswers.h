@@ -11,6 +11,7 @@ struct ScriptedRule;
 /// one is for all that follow.
 class QUARNET_EXPORT ScriptedAnswers {
 public:
+  /// Of what ScriptedHttpClient::on() begins.
   explicit ScriptedAnswers(std::shared_ptr<ScriptedRule> rule) : rule_(std::move(rule)) {}
 
   /// A whole answer.

@@ -27,6 +27,7 @@ namespace quarnet::platform {
 /// Safe from any thread.
 class QUARNET_EXPORT ScriptedHttpClient final : public HttpClient {
 public:
+  /// Without rules: every request fails.
   ScriptedHttpClient();
   /// Ends what is still waiting as dropConnections() does.
   ~ScriptedHttpClient() override;

@@ -25,10 +25,10 @@ for catalogue in po/*.po; do
   if [[ -s "$folder/problems" ]]; then fail "$(cat "$folder/problems")"; fi
 done
 
-# What begins like a sentence or a label, has words or is Korean is for people. Those of main.cpp are
-# the command line's, which is in English.
+# What begins like a sentence or a label, has words or is Korean is for people. Those of main.cpp and
+# Options.cpp are the command line's, which is in English.
 shopt -s extglob
-extract all --extract-all ./!(main).cpp 2>/dev/null
+extract all --extract-all ./!(main|Options).cpp 2>/dev/null
 for texts in all marked; do
   sed -n 's/^\(msgid \)\?"/"/p' "$folder/$texts.pot" | sort -u >"$folder/$texts"
 done

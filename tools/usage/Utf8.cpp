@@ -1,6 +1,6 @@
-#include "tools/Utf8.h"
+#include "tools/usage/Utf8.h"
 
-namespace quarnet::tools {
+namespace quarnet::usage {
 
 std::size_t characterLength(std::string_view text) {
   const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
@@ -24,4 +24,4 @@ bool isControl(std::string_view character) {
   return character.size() == 2 && byte(0) == 0xc2 && byte(1) < 0xa0;
 }
 
-} // namespace quarnet::tools
+} // namespace quarnet::usage

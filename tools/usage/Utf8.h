@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace quarnet::tools {
+namespace quarnet::usage {
 
 /// What stands for bytes that are not UTF-8: U+FFFD.
 inline constexpr std::string_view kNoCharacter = "\xef\xbf\xbd";
@@ -15,4 +15,4 @@ std::size_t characterLength(std::string_view text);
 /// U+009F.
 bool isControl(std::string_view character);
 
-} // namespace quarnet::tools
+} // namespace quarnet::usage
