@@ -3,6 +3,8 @@
 #include "tests/support/LibraryTest.h"
 #include "tools/ProgressLine.h"
 
+#include "quarnet/core/Version.h"
+
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
@@ -320,7 +322,7 @@ TEST_F(ToolsTest, WrongUsageIsToldAndNothingIsSent) {
   for (const auto& [words, guess] : meant)
     EXPECT_THAT(run(words).err, HasSubstr(guess));
   EXPECT_EQ(run("help token import").out, run("token import --help").out);
-  EXPECT_EQ(run("--version").out, "quarnet 1.0.0\n");
+  EXPECT_EQ(run("--version").out, "quarnet " + std::string(version()) + "\n");
   environment_ = R"(sh -c 'exec "$@" >/dev/full' sh)";
   EXPECT_EQ(run("help").exitCode + run("--help").exitCode, 2);
 }
