@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iostream>
 #include <sstream>
+#include <stdexcept>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -129,7 +130,8 @@ int main(int argc, char** argv) {
     serve(arguments);
   } catch (const std::exception& problem) {
     std::cerr << "quarnet-sandbox: " << problem.what() << std::endl;
-    return usage::kFailed;
+    const bool isWrongUsage = dynamic_cast<const std::invalid_argument*>(&problem) != nullptr;
+    return isWrongUsage ? usage::kWrongUsage : usage::kFailed;
   }
-  return usage::kDone;
+  return usage::finished(app, usage::kDone);
 }
