@@ -118,6 +118,10 @@ void serve(Arguments arguments) {
   server.stop();
 }
 
+void tell(const std::exception& problem) {
+  std::cerr << "quarnet-sandbox: " << problem.what() << std::endl;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -128,10 +132,12 @@ int main(int argc, char** argv) {
   if (const auto code = usage::parse(app, argc, argv)) return *code;
   try {
     serve(arguments);
+  } catch (const std::invalid_argument& problem) {
+    tell(problem);
+    return usage::kWrongUsage;
   } catch (const std::exception& problem) {
-    std::cerr << "quarnet-sandbox: " << problem.what() << std::endl;
-    const bool isWrongUsage = dynamic_cast<const std::invalid_argument*>(&problem) != nullptr;
-    return isWrongUsage ? usage::kWrongUsage : usage::kFailed;
+    tell(problem);
+    return usage::kFailed;
   }
   return usage::finished(app, usage::kDone);
 }
