@@ -329,6 +329,8 @@ TEST_F(ToolsTest, WrongUsageIsToldAndNothingIsSent) {
     EXPECT_THAT(run(words).err, HasSubstr(guess));
   EXPECT_EQ(run("help token import").out, run("token import --help").out);
   EXPECT_EQ(run("--version").out, "quarnet 1.0.0\n");
+  environment_ = "QUARNET_LOG=loud";
+  EXPECT_EQ(run("--help").exitCode, 0);
   environment_ = R"(sh -c 'exec "$@" >/dev/full' sh)";
   EXPECT_EQ(run("help").exitCode + run("--help").exitCode, 2);
 }
