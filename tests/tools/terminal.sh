@@ -56,7 +56,8 @@ shows "$blanks"
 echo "-- a download that Ctrl-C ends"
 {
   for ((tries = 0; tries < 600; ++tries)); do
-    grep -qs received "$folder/typescript" && break || sleep 0.1
+    if grep -qs received "$folder/typescript"; then break; fi
+    sleep 0.1
   done
   printf '\003'
   sleep 0.5
