@@ -68,7 +68,7 @@ std::string hostText(const tcp::endpoint& endpoint) {
 tcp::endpoint endpointOf(const Options& options) {
   boost::system::error_code error;
   const auto address = asio::ip::make_address(options.address, error);
-  if (error) throw std::runtime_error("\"" + options.address + "\" is not an IP address");
+  if (error) throw std::invalid_argument("\"" + options.address + "\" is not an IP address");
   return {address, options.port};
 }
 

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iostream>
 #include <sstream>
+#include <stdexcept>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -117,6 +118,10 @@ void serve(Arguments arguments) {
   server.stop();
 }
 
+void tell(const std::exception& problem) {
+  std::cerr << "quarnet-sandbox: " << problem.what() << std::endl;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -127,9 +132,12 @@ int main(int argc, char** argv) {
   if (const auto code = usage::parse(app, argc, argv)) return *code;
   try {
     serve(arguments);
+  } catch (const std::invalid_argument& problem) {
+    tell(problem);
+    return usage::kWrongUsage;
   } catch (const std::exception& problem) {
-    std::cerr << "quarnet-sandbox: " << problem.what() << std::endl;
+    tell(problem);
     return usage::kFailed;
   }
-  return usage::kDone;
+  return usage::finished(app, usage::kDone);
 }

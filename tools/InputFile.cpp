@@ -10,7 +10,7 @@
 
 namespace quarnet::tools {
 
-std::optional<Data> readInput(const std::string& path) {
+std::optional<Data> readInput(const std::string& path, std::size_t most) {
   static bool isTaken = false;
   if (path == "-" && std::exchange(isTaken, true)) {
     tell("standard input is given for two things");
@@ -24,15 +24,15 @@ std::optional<Data> readInput(const std::string& path) {
   Data bytes;
   if (file) {
     char buffer[65536];
-    while (const std::size_t count = std::fread(buffer, 1, sizeof(buffer), file.get()))
+    std::size_t count = 0;
+    while (bytes.size() <= most && (count = std::fread(buffer, 1, sizeof(buffer), file.get())) > 0)
       bytes.append(buffer, count);
   }
-  if (!file || std::ferror(file.get()) != 0) {
-    tell("cannot read " + (path == "-" ? "standard input" : excerpt(path)) + ": " +
-         std::strerror(errno));
-    return std::nullopt;
-  }
-  return bytes;
+  const bool isRead = file && std::ferror(file.get()) == 0;
+  if (isRead && bytes.size() <= most) return bytes;
+  tell("cannot read " + (path == "-" ? "standard input" : excerpt(path)) + ": " +
+       (isRead ? "it is too large" : std::strerror(errno)));
+  return std::nullopt;
 }
 
 } // namespace quarnet::tools

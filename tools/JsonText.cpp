@@ -10,6 +10,14 @@ namespace {
 using usage::characterLength;
 using usage::isControl;
 using usage::kNoCharacter;
+using usage::turnsText;
+
+/// The number of a control character, whose last byte it is, or of one from U+2000 to U+2FFF.
+unsigned numberOf(std::string_view character) {
+  const unsigned last = static_cast<unsigned char>(character.back());
+  if (character.size() < 3) return last;
+  return 0x2000U + (static_cast<unsigned char>(character[1]) & 0x3fU) * 0x40U + (last & 0x3fU);
+}
 
 void appendCharacter(std::string& json, std::string_view character) {
   const char c = character.front();
@@ -18,10 +26,9 @@ void appendCharacter(std::string& json, std::string_view character) {
     json += c;
   } else if (c == '\n') {
     json += "\\n";
-  } else if (isControl(character)) {
-    // The last byte is the number of the character.
+  } else if (isControl(character) || turnsText(character)) {
     char escape[8];
-    std::snprintf(escape, sizeof(escape), "\\u%04x", static_cast<unsigned char>(character.back()));
+    std::snprintf(escape, sizeof(escape), "\\u%04x", numberOf(character));
     json += escape;
   } else {
     json += character;

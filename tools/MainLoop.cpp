@@ -30,7 +30,7 @@ bool runUntil(const std::function<bool()>& isDone) {
   platform::GlibMainThread::runUntil([&] { return (done = isDone()) || isInterrupted; },
                                      kAsLongAsItTakes);
   sigaction(SIGINT, &before, nullptr);
-  return done;
+  return done && !isInterrupted;
 }
 
 int interrupted() {

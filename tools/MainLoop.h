@@ -9,7 +9,8 @@
 namespace quarnet::tools {
 
 /// Runs the main loop until `isDone()`, asked at least every 10 milliseconds; false when the user
-/// presses Ctrl-C (SIGINT) before. A second Ctrl-C ends the process at once.
+/// presses Ctrl-C (SIGINT) before that or in what the loop calls. A second Ctrl-C ends the process
+/// at once.
 bool runUntil(const std::function<bool()>& isDone);
 
 /// The outcome, for which the main loop is run; absent when the user presses Ctrl-C before, and

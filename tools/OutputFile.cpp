@@ -4,10 +4,9 @@
 #include "tools/usage/Harmless.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <memory>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -38,11 +37,19 @@ bool isStandardOutput(const std::string& path) {
                          status.st_dev == out.st_dev && status.st_ino == out.st_ino);
 }
 
-/// The file that the path leads to through symbolic links.
-std::string targetOf(const std::string& path) {
-  const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
-                                                         &std::free);
-  return real ? real.get() : path;
+/// The file that the path leads to through symbolic links, be it there or not.
+std::filesystem::path targetOf(const std::string& path) {
+  std::error_code unknown;
+  std::filesystem::path target = path;
+  // The system follows no more.
+  for (int links = 0; links < 40 && std::filesystem::is_symlink(target, unknown); ++links)
+    target = target.parent_path() / std::filesystem::read_symlink(target, unknown);
+  return target;
+}
+
+/// Where the system looks for the path's last name.
+std::string folderOf(const std::filesystem::path& path) {
+  return path.has_parent_path() ? path.parent_path() / "" : "./";
 }
 
 /// The mode of the file that is replaced, or of a new one.
@@ -74,8 +81,8 @@ bool writeInPlace(const std::string& path, std::string_view bytes) {
 }
 
 bool replace(const std::string& path, const struct stat& status, std::string_view bytes) {
-  const std::string target = targetOf(path);
-  std::string beside = target + ".XXXXXX";
+  const std::filesystem::path target = targetOf(path);
+  std::string beside = folderOf(target) + ".quarnet-XXXXXX"; // a name of its own is never too long
   const int file = mkostemp(beside.data(), O_CLOEXEC);
   if (file < 0) return refuse(path);
   const bool isWritten = fchmod(file, modeFor(status)) == 0 && writeAll(file, bytes);
@@ -92,17 +99,18 @@ bool replace(const std::string& path, const struct stat& status, std::string_vie
 } // namespace
 
 bool isWritable(const std::string& path) {
-  const struct stat status = statusOf(path);
   if (isStandardOutput(path)) return true;
+  errno = 0;
+  const struct stat status = statusOf(path);
   if (path.empty()) return refuse("''", "it is no name of a file");
   if (S_ISDIR(status.st_mode) || path.ends_with('/'))
     return refuse(path, "it is a folder; give the name of a file in it");
-  if (status.st_mode != 0 && access(path.c_str(), W_OK) != 0) return refuse(path);
-  if (status.st_mode != 0 && !S_ISREG(status.st_mode)) return true;
-  const std::string target = targetOf(path);
-  const std::size_t slash = target.rfind('/');
-  const std::string folder = slash == std::string::npos ? "." : target.substr(0, slash + 1);
-  return access(folder.c_str(), W_OK | X_OK) == 0 || refuse(path);
+  const bool isThere = status.st_mode != 0;
+  // A name that is too long, links that go in a circle.
+  if (!isThere && errno != ENOENT) return refuse(path);
+  if (isThere && access(path.c_str(), W_OK) != 0) return refuse(path);
+  if (isThere && !S_ISREG(status.st_mode)) return true;
+  return access(folderOf(targetOf(path)).c_str(), W_OK | X_OK) == 0 || refuse(path);
 }
 
 bool writeOutput(const std::string& path, std::string_view bytes) {

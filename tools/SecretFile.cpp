@@ -18,8 +18,10 @@ bool mayBeReadByOthers(const std::string& path) {
 } // namespace
 
 std::optional<std::string> readSecret(const std::string& path) {
-  std::optional<Data> text = readInput(path);
+  constexpr std::size_t kMost = 65536; // a device may have no end
+  std::optional<Data> text = readInput(path, kMost);
   if (!text) return std::nullopt;
+  if (text->starts_with("\xef\xbb\xbf")) text->erase(0, 3); // as some editors begin a text
   if (text->ends_with('\n')) text->pop_back();
   if (text->ends_with('\r')) text->pop_back();
   if (text->empty() || text->find_first_of(std::string_view("\n\r\0", 3)) != Data::npos) {

@@ -22,7 +22,7 @@ void measureStart(const std::string& folder) {
 void measureSize(const std::string& path) {
   const auto size = static_cast<double>(std::filesystem::file_size(path));
   report("size of the stripped library", "size", withUnit(size / 1000, "KB"), "none", size / 1000,
-         atMost(300, "KB"));
+         atMost(600, "KB"));
 }
 
 } // namespace quarnet::bench

@@ -59,11 +59,33 @@ std::optional<ApiError> problemOf(const Call& call) {
   return std::nullopt;
 }
 
-/// Seconds until the access token expires; absent when the server did not say when that is.
-std::optional<double> secondsLeft(std::int64_t lifetime, const Text& expiresSystime) {
-  if (lifetime <= 0 || !isToken(expiresSystime)) return std::nullopt;
+/// What a call looks at in the record before it begins.
+struct TokenState {
+  bool hasClientId = false;
+  bool isSignedIn = false;
+  /// The access token when it is to be reissued first.
+  Text stale = {};
+  bool isExpired = false;
+};
+
+/// Nothing is copied of a record that is fresh: every call looks at it.
+TokenState tokenState(const ClientOptions& options) {
   const double now = Platform::current().clock->secondsSinceReferenceDate();
-  return static_cast<double>(integerValue(*expiresSystime)) / 1000.0 - now;
+  return TokenRecordStore::withFields([&](const auto& record) {
+    TokenState state{.hasClientId = record.clientId.has_value(),
+                     .isSignedIn = isToken(record.accessToken)};
+    const std::int64_t lifetime = record.expiresIn ? integerValue(*record.expiresIn) : 0;
+    // Absent when the server did not say when the token expires.
+    const bool isLimited = lifetime > 0 && isToken(record.expiresSystime);
+    if (!options.reissuesBeforeExpiry || !isLimited || !isToken(record.refreshToken)) return state;
+    const double left = static_cast<double>(integerValue(*record.expiresSystime)) / 1000.0 - now;
+    // Tokens that never live that long are not reissued before every call.
+    const double wanted =
+        std::min(static_cast<double>(options.freshFor.count()), static_cast<double>(lifetime) / 2);
+    if (left < wanted) state.stale = record.accessToken;
+    state.isExpired = left <= 0;
+    return state;
+  });
 }
 
 RequestBundle bundleOf(Call& call) {
@@ -172,19 +194,14 @@ void CallRun::prepare() {
 }
 
 void CallRun::freshen() {
-  const auto record = TokenRecordStore::fields();
-  if (!record.clientId) return end(invalid(std::string(VornelError005)));
-  if (!isToken(record.accessToken)) return end(signedOut());
-  const std::int64_t lifetime = integerValue(record.expiresIn.value_or(""));
-  const std::optional<double> left = secondsLeft(lifetime, record.expiresSystime);
-  // Tokens that never live that long are not reissued before every call.
-  const double wanted =
-      std::min(static_cast<double>(options_->freshFor.count()), static_cast<double>(lifetime) / 2);
-  const bool isStale = options_->reissuesBeforeExpiry && left && *left < wanted;
-  if (!isStale || !isToken(record.refreshToken)) return begin();
+  TokenState tokens = tokenState(*options_);
+  const WipeAtEnd wiped(tokens.stale);
+  if (!tokens.hasClientId) return end(invalid(std::string(VornelError005)));
+  if (!tokens.isSignedIn) return end(signedOut());
+  if (!tokens.stale) return begin();
   TokenRefresh::shared().renew(
-      record.accessToken,
-      [self = shared_from_this(), isExpired = *left <= 0](const std::optional<ApiError>& problem) {
+      tokens.stale, [self = shared_from_this(),
+                     isExpired = tokens.isExpired](const std::optional<ApiError>& problem) {
         const bool isOver = problem && (isExpired || problem->kind == ApiErrorKind::SignedOut);
         isOver ? self->fail(*problem) : self->run(&CallRun::begin);
       });

@@ -13,8 +13,7 @@ PendingState::~PendingState() = default;
 
 void PendingState::drop() {
   if (isInherited()) {
-    // Never destroyed: the parent's threads may have held its locks.
-    new std::shared_ptr<PendingState>(shared_from_this());
+    inherited_ = shared_from_this();
     return;
   }
   std::unique_ptr<Listener> dropped; // ends without the lock
@@ -73,7 +72,7 @@ bool PendingState::settle(const std::function<void()>& store) {
     store();
     isSettled_ = true;
     if (!listener_) {
-      tellOfChange();
+      changed_.notify_all();
       return true;
     }
   }
@@ -88,7 +87,7 @@ void PendingState::endNotices() {
 
 void PendingState::waitUntilSettled() {
   std::unique_lock lock(mutex_);
-  waitUntil(lock, [this] { return isSettled_; });
+  changed_.wait(lock, [this] { return isSettled_; });
   isReceived_ = true;
   waitForOtherThread(lock);
 }
@@ -114,19 +113,8 @@ void PendingState::deliver() {
   });
 }
 
-void PendingState::waitUntil(std::unique_lock<std::mutex>& lock,
-                             const std::function<bool()>& isTrue) {
-  if (isTrue()) return;
-  if (!changed_) changed_ = std::make_unique<std::condition_variable>();
-  changed_->wait(lock, isTrue);
-}
-
-void PendingState::tellOfChange() {
-  if (changed_) changed_->notify_all();
-}
-
 void PendingState::waitForOtherThread(std::unique_lock<std::mutex>& lock) {
-  waitUntil(lock, [this] {
+  changed_.wait(lock, [this] {
     return runningOn_ == std::thread::id() || runningOn_ == std::this_thread::get_id();
   });
 }
@@ -138,7 +126,7 @@ void PendingState::run(std::unique_lock<std::mutex>& lock, const std::function<v
   platform::runGuarded(call);
   lock.lock();
   runningOn_ = outer;
-  tellOfChange();
+  changed_.notify_all();
 }
 
 } // namespace quarnet

@@ -76,21 +76,19 @@ private:
   bool isInherited() const { return forks_ != platform::forkCount(); }
   void post();
   void deliver();
-  /// Waits until `isTrue`, which is looked at after each change.
-  void waitUntil(std::unique_lock<std::mutex>& lock, const std::function<bool()>& isTrue);
-  void tellOfChange();
   /// Waits for the callback that another thread runs, so that no two run at a time.
   void waitForOtherThread(std::unique_lock<std::mutex>& lock);
   /// Runs `call`, and lets the other threads wait for its end.
   void run(std::unique_lock<std::mutex>& lock, const std::function<void()>& call);
 
   const unsigned forks_ = platform::forkCount();
+  /// In a forked child this, so that it is never destroyed: the parent's threads may have held it.
+  std::shared_ptr<PendingState> inherited_;
   std::stop_source stop_;
   std::mutex mutex_;
   /// Given up with the last post: what it never runs must not keep it alive.
   std::shared_ptr<platform::MainThread> callbacks_;
-  /// Made by the first one who waits; most calls are never waited for, and thousands may be kept.
-  std::unique_ptr<std::condition_variable> changed_;
+  std::condition_variable changed_;
   std::unique_ptr<Listener> listener_;
   bool isSettled_ = false;
   bool isDropped_ = false;
@@ -99,6 +97,7 @@ private:
   /// The thread that runs a callback; none when its id is that of no thread.
   std::thread::id runningOn_;
   using Cancellation = std::stop_callback<std::function<void()>>;
+  /// Apart, since few calls have one and thousands may be kept.
   std::unique_ptr<Cancellation> cancellation_;
 };
 

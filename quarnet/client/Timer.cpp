@@ -25,7 +25,7 @@ Timer::Entry Timer::at(Clock::time_point time, std::function<void()> call) {
     }
   }
   const Entry entry{time, ++last_};
-  calls_[entry].swap(call);
+  calls_.emplace_hint(calls_.end(), entry, std::move(call)); // as a rule the last one
   if (calls_.begin()->first == entry) changed_.notify_all();
   return entry;
 }

@@ -139,10 +139,17 @@ TEST_F(ToolsTest, AnAnswerGoesToAFileWholeOrNotAtAll) {
   EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "link"));
   EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0640));
   EXPECT_EQ(run("request POST $API/v1/binary -o /dev/stdout").out, "\xff\n");
+  std::filesystem::create_symlink("made", folder_ / "dangling");
+  EXPECT_EQ(run("request POST $API/v1/binary -o dangling").exitCode, 0);
+  EXPECT_EQ(contents("made"), "\xff\n");
+  EXPECT_EQ(run("request POST $API/v1/binary -o " + std::string(255, 'n')).exitCode, 0);
   for (const auto& one : std::filesystem::directory_iterator(folder_))
-    EXPECT_FALSE(one.path().filename().string().starts_with("file.")) << one;
+    EXPECT_FALSE(one.path().filename().string().starts_with(".quarnet")) << one;
   const std::size_t calls = server().received().size();
   EXPECT_THAT(run("request POST $API/v1/a -o .").err, HasSubstr("it is a folder"));
+  std::filesystem::create_symlink("circle", folder_ / "circle");
+  EXPECT_EQ(run("request POST $API/v1/a -o circle").exitCode, 1);
+  EXPECT_EQ(run("request POST $API/v1/a -o " + std::string(256, 'n')).exitCode, 1);
   EXPECT_EQ(server().received().size(), calls);
 }
 
@@ -160,16 +167,16 @@ TEST(ProgressLineTest, SaysHowFarATransferHasComeInTheWidthThatThereIs) {
 }
 
 TEST_F(ToolsTest, TextsFromOutsideCannotCommandTheTerminal) {
-  const std::string command = R"(\u001b]0;x\u0007\u007f\u009b31m\u0085é)";
+  const std::string command = R"(\u001b]0;x\u0007\u007f\u009b31m\u0085é\u202e)";
   const std::string answer =
       R"({"access_token":"A","refresh_token":"R","scope":")" + command + "\"}";
   EXPECT_EQ(run("token import -", answer).exitCode, 0);
-  EXPECT_THAT(run("token").out, HasSubstr("scope             ]0;x   31m é\n"));
+  EXPECT_THAT(run("token").out, HasSubstr("scope             ]0;x   31m é \n"));
   server().misbehave("/oauth/token", Misbehaviour::body(R"({"error":"e","refresh_token":"SECRET",)"
                                                         R"("error_description":")" +
                                                         command + "\"}"));
   const Outcome reissue = run("reissue");
-  EXPECT_THAT(reissue.err, AllOf(HasSubstr(": e ( ]0;x   31m é)\n"), Not(HasSubstr("SECRET"))));
+  EXPECT_THAT(reissue.err, AllOf(HasSubstr(": e ( ]0;x   31m é )\n"), Not(HasSubstr("SECRET"))));
   const std::string plain(294, 'a');
   // Too long by its last characters.
   const std::string key = " -p '\x1b\xc2\x9b\xff\xc2" + plain + "한글'";
@@ -263,7 +270,8 @@ TEST_F(ToolsTest, AReissueAndALogoutEndWithAClearReasonAndTellWhatIsStored) {
               HasSubstr("is not one line"));
   makeFile("secret", "demo-secret\n");
   EXPECT_THAT(run("reissue --client-secret-file secret").err, HasSubstr("other users can read"));
-  EXPECT_EQ(run("reissue --client-secret-file -", "demo-secret\r\n").exitCode, 0);
+  EXPECT_THAT(run("reissue --client-secret-file /dev/zero").err, HasSubstr("too large"));
+  EXPECT_EQ(run("reissue --client-secret-file -", "\ufeffdemo-secret\r\n").exitCode, 0);
   EXPECT_NE(stored("access_token"), record_.accessToken());
   EXPECT_TRUE(server().tokenIsLive(*stored("access_token")));
 }
@@ -323,6 +331,8 @@ TEST_F(ToolsTest, WrongUsageIsToldAndNothingIsSent) {
     EXPECT_THAT(run(words).err, HasSubstr(guess));
   EXPECT_EQ(run("help token import").out, run("token import --help").out);
   EXPECT_EQ(run("--version").out, "quarnet " + std::string(version()) + "\n");
+  environment_ = "QUARNET_LOG=loud";
+  EXPECT_EQ(run("--help").exitCode, 0);
   environment_ = R"(sh -c 'exec "$@" >/dev/full' sh)";
   EXPECT_EQ(run("help").exitCode + run("--help").exitCode, 2);
 }

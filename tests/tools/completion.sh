@@ -19,7 +19,7 @@ fail() {
 # What each shell reads at its start; `ready` is there when it has.
 prepare_bash() {
   printf '%s\n' "quarnet() { printf '<%s>' \"\$@\" >>got; echo >>got; }" \
-    "source <(\"$quarnet\" completion bash)" 'bind "set bell-style none"' 'touch ready' >rc
+    "source <(\"$quarnet\" completion bash)" 'bind "set bell-style none"' 'set -u; touch ready' >rc
   start='bash --rcfile rc -i'
 }
 prepare_zsh() {

@@ -20,15 +20,14 @@ marked=$(grep -rhE 'QUARNET_EXPORT' --include='*.h' "$source_dir/quarnet" |
 
 for library in "$@"; do
   echo "$library"
-  names=$("${NM:-nm}" -D --defined-only --demangle --without-symbol-versions "$library" |
-    grep -v ' A QUARNET_' | cut -d' ' -f3- |
+  symbols=$("${NM:-nm}" -D --defined-only "$library")
+  names=$(grep -v ' A QUARNET_' <<<"$symbols" | cut -d' ' -f3- | sed 's/@@.*//' | c++filt |
     sed -E 's/^(vtable|typeinfo|typeinfo name|VTT) for //; s/\[abi:cxx11\]//g; s/\(.*//' | sort -u)
   [[ -n "$names" ]] || complain "exports nothing at all"
   inner=$(grep -vE "^quarnet::(platform::)?($marked)(::($marked))?(::(~?[A-Za-z0-9_]+|operator.*))?$" \
     <<<"$names" || true)
   [[ -z "$inner" ]] || complain "exports names that no header marks:"$'\n'"$inner"
-  unversioned=$("${NM:-nm}" -D --defined-only --with-symbol-versions "$library" |
-    grep -vE '(@@| A )QUARNET_[0-9]+\.[0-9]+$' || true)
+  unversioned=$(grep -vE '(@@| A )QUARNET_[0-9]+\.[0-9]+$' <<<"$symbols" || true)
   [[ -z "$unversioned" ]] || complain "exports names without a version:"$'\n'"$unversioned"
 
   initialisers=$("${NM:-nm}" --demangle "$library" | grep -E '_GLOBAL__(sub_)?I' || true)

@@ -51,13 +51,14 @@ _@ID@() {
   elif [[ -z $only_arguments && $cur == -* ]]; then
     found=$options
   else
-    found="$commands ${arguments[count]}"
+    found="$commands ${arguments[count]-}"
   fi
   if [[ $found == *FILE ]]; then
     compopt -o default
     found=${found%FILE}
   fi
-  COMPREPLY=($(compgen -P "$before" -W "$found" -- "$cur"))
+  # Finding nothing must not end a shell that ends with the first failure.
+  COMPREPLY=($(compgen -P "$before" -W "$found" -- "$cur")) || :
 }
 complete -F _@ID@ @NAME@
 )sh";

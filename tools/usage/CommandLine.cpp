@@ -81,6 +81,10 @@ std::string reasonOf(const CLI::App& app, const CLI::ParseError& problem) {
 int report(const CLI::App& program, const CLI::ParseError& problem) {
   if (problem.get_exit_code() == 0) return finished(program, program.exit(problem));
   const CLI::App& app = chosen(program);
+  if (app.get_help_ptr()->count() > 0) { // whatever is wrong, in a variable perhaps
+    std::cout << app.help();
+    return finished(program, kDone);
+  }
   const auto word = unknownWord(program);
   if (!word) return wrongUsage(app, reasonOf(app, problem));
   if (word->size() > 1 && word->starts_with('-')) return unknownOption(app, *word);

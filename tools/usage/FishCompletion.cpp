@@ -16,7 +16,7 @@ function __@ID@_is_at
     for word in $words[2..]
         if test -n "$option"
             set option
-        else if string match -q -- '-?*' $word
+        else if string match -qr -- '^-.' $word
             contains -- "$path $word" $__@ID@_valued; and set option $word
         else if contains -- "$path $word" $__@ID@_commands
             set path "$path $word"

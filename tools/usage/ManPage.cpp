@@ -18,6 +18,14 @@ std::string escaped(std::string_view text) {
       line += "\\e";
     } else if (c == '-') {
       line += "\\-";
+    } else if (c == '\'') {
+      line += "\\(aq"; // alone, this and the next ones stand for typographic characters
+    } else if (c == '`') {
+      line += "\\(ga";
+    } else if (c == '~') {
+      line += "\\(ti";
+    } else if (c == '^') {
+      line += "\\(ha";
     } else {
       line += c;
     }

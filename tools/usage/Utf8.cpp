@@ -24,4 +24,9 @@ bool isControl(std::string_view character) {
   return character.size() == 2 && byte(0) == 0xc2 && byte(1) < 0xa0;
 }
 
+bool turnsText(std::string_view character) {
+  return (character >= "\u202a" && character <= "\u202e") ||
+         (character >= "\u2066" && character <= "\u2069");
+}
+
 } // namespace quarnet::usage

@@ -15,4 +15,8 @@ std::size_t characterLength(std::string_view text);
 /// U+009F.
 bool isControl(std::string_view character);
 
+/// Whether the character turns the direction of the text around it, which then looks like another
+/// one: U+202A to U+202E and U+2066 to U+2069.
+bool turnsText(std::string_view character);
+
 } // namespace quarnet::usage

@@ -33,18 +33,20 @@ std::optional<unsigned> lastTakenIn(std::string_view line) {
   return isNumber ? std::optional(stream) : std::nullopt;
 }
 
-// The head of the last answer; libcurl keeps no reason phrase.
-std::string headOf(CURL* easy, long status) {
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r\n";
+  const std::size_t start = std::min(text.find_first_not_of(kBlanks), text.size());
+  return text.substr(start, text.find_last_not_of(kBlanks) + 1 - start);
+}
+
+// The first line of a head, without the reason phrase, which HTTP/2 does not have.
+std::string statusLine(CURL* easy, long status) {
   long version = CURL_HTTP_VERSION_NONE;
   curl_easy_getinfo(easy, CURLINFO_HTTP_VERSION, &version);
   const char* const protocol = version == CURL_HTTP_VERSION_1_0   ? "HTTP/1.0 "
                                : version == CURL_HTTP_VERSION_2_0 ? "HTTP/2 "
                                                                   : "HTTP/1.1 ";
-  std::string head = protocol + std::to_string(status) + "\n";
-  curl_header* field = nullptr;
-  while ((field = curl_easy_nextheader(easy, CURLH_HEADER, -1, field)) != nullptr)
-    head.append(field->name).append(": ").append(field->value).append("\n");
-  return head;
+  return protocol + std::to_string(status) + "\n";
 }
 
 } // namespace
@@ -124,9 +126,6 @@ bool Transfer::advance(CURLcode code) noexcept {
       curl_easy_getinfo(easy(), CURLINFO_REDIRECT_URL, &next);
     }
     if (next != nullptr) return follow(next);
-    if (request_->wantsHead) {
-      result_.response->head = headOf(easy(), result_.response->statusCode);
-    }
     if (request_->progress) report();
     return false;
   } catch (const std::bad_alloc&) {
@@ -180,6 +179,7 @@ bool Transfer::prepareHop() {
   handle_.prepare(hop_, left);
   refusal_ = CURLE_OK;
   progress_ = {};
+  fields_.clear();
   wasConnectedAhead_ = false;
   starts_ = 0;
   stream_ = 0;
@@ -323,17 +323,43 @@ int Transfer::onDebug(CURL*, curl_infotype type, char* text, std::size_t size, v
 }
 
 std::size_t Transfer::onHeader(char* line, std::size_t, std::size_t size, void* transfer) {
-  static_cast<Transfer*>(transfer)->receiveHeaderLine({line, size});
-  return size;
+  return static_cast<Transfer*>(transfer)->receiveHeaderLine({line, size}) ? size : 0;
 }
 
 std::size_t Transfer::onBody(char* data, std::size_t, std::size_t size, void* transfer) {
   return static_cast<Transfer*>(transfer)->receiveBody({data, size}) ? size : 0;
 }
 
-void Transfer::receiveHeaderLine(std::string_view line) {
-  if (line != "\r\n" && line != "\n") return;
-  // The head is whole; that of an interim answer (1xx) does not count.
+bool Transfer::receiveHeaderLine(std::string_view line) noexcept {
+  try {
+    const bool isEnd = line == "\r\n" || line == "\n";
+    if (isEnd) endHead();
+    if (!isEnd && request_->wantsHead) addToHead(line);
+    return true;
+  } catch (const std::exception&) {
+    refusal_ = CURLE_OUT_OF_MEMORY;
+    return false;
+  }
+}
+
+// Line by line, since libcurl's own list of fields is searched from its start for each of them.
+void Transfer::addToHead(std::string_view line) {
+  // The status is known without its line, and what follows the body is no part of the head.
+  if (line.starts_with("HTTP/") || result_.response) return;
+  const std::size_t colon = line.find(':');
+  const bool isFolded = line.front() == ' ' || line.front() == '\t'; // RFC 9112, section 5.2
+  if (isFolded && !fields_.empty()) {
+    fields_.back() = ' ';
+    fields_.append(trimmed(line)).append("\n");
+  } else if (colon != std::string_view::npos) {
+    fields_.append(trimmed(line.substr(0, colon))).append(": ");
+    fields_.append(trimmed(line.substr(colon + 1))).append("\n");
+  }
+}
+
+void Transfer::endHead() {
+  const std::string fields = std::exchange(fields_, {});
+  // That of an interim answer (1xx) does not count.
   long status = 0;
   curl_off_t delay = 0;
   curl_easy_getinfo(easy(), CURLINFO_RESPONSE_CODE, &status);
@@ -342,6 +368,7 @@ void Transfer::receiveHeaderLine(std::string_view line) {
   const auto retryAfter = std::clamp<curl_off_t>(delay, 0, kLongestDelay);
   result_.response =
       HttpResponse{.statusCode = status, .retryAfter = std::chrono::seconds(retryAfter)};
+  if (request_->wantsHead) result_.response->head = statusLine(easy(), status) + fields;
 }
 
 bool Transfer::receiveBody(std::string_view piece) noexcept {

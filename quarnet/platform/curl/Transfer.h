@@ -54,7 +54,9 @@ private:
   static int onDebug(CURL*, curl_infotype type, char* text, std::size_t size, void* transfer);
   static std::size_t onHeader(char* line, std::size_t, std::size_t size, void* transfer);
   static std::size_t onBody(char* data, std::size_t, std::size_t size, void* transfer);
-  void receiveHeaderLine(std::string_view line);
+  bool receiveHeaderLine(std::string_view line) noexcept;
+  void addToHead(std::string_view line);
+  void endHead();
   bool receiveBody(std::string_view piece) noexcept;
 
   void renewHandle();
@@ -96,6 +98,8 @@ private:
   int resends_ = 0;
   HttpProgress progress_;
   Clock::time_point lastReport_;
+  /// The header fields of the head that arrives, for a request that wants them.
+  std::string fields_;
   HttpResult result_;
   /// Why the body was refused; CURLE_OK while it was not.
   CURLcode refusal_ = CURLE_OK;

@@ -263,6 +263,18 @@ TEST(SendTest, AnAnswerSaysHowLongToWait) {
   }
 }
 
+TEST(SendTest, TheHeadIsThatOfTheLastAnswerAlone) {
+  WireServer server([](const std::string& request) -> std::string {
+    if (request.find(" /a ") != std::string::npos) return moved("/b", "302 Found");
+    return "HTTP/1.1 103 Early\r\nEarly: 1\r\n\r\nHTTP/1.1 404 a: b\r\nEmpty:\r\nFolded: 1\r\n"
+           " 2\r\nTransfer-Encoding: chunked\r\n\r\n0\r\nTrailer: 1\r\n\r\n";
+  });
+  const auto request = requestFor("GET", server.url("/a"));
+  request->wantsHead = true;
+  EXPECT_EQ(send(request).response->head,
+            "HTTP/1.1 404\nEmpty: \nFolded: 1 2\nTransfer-Encoding: chunked\n");
+}
+
 TEST(SendTest, RedirectsKeepWhatBelongsToTheOrigin) {
   enum Way { within, elsewhere, andBack };
   struct {
