@@ -3,8 +3,6 @@
 #include "tests/support/LibraryTest.h"
 #include "tools/ProgressLine.h"
 
-#include "quarnet/core/Version.h"
-
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
