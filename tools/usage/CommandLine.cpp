@@ -95,7 +95,7 @@ int report(const CLI::App& program, const CLI::ParseError& problem) {
 } // namespace
 
 std::string_view version() {
-  return QUARNET_VERSION;
+  return PROGRAMS_VERSION;
 }
 
 void prepare(CLI::App& program) {
