@@ -27,8 +27,9 @@ std::optional<Data> encryptAes256Cbc(const CipherKey& key, const CipherVector& i
                                                                               EVP_CIPHER_CTX_free);
   EVP_CIPHER_CTX* const context = owned.get();
   if (context == nullptr) throw std::bad_alloc();
-  if (cipher() == nullptr) return std::nullopt;
-  if (EVP_EncryptInit_ex2(context, cipher(), key.data(), iv.data(), nullptr) != 1) {
+  const EVP_CIPHER* const algorithm = cipher();
+  if (algorithm == nullptr ||
+      EVP_EncryptInit_ex2(context, algorithm, key.data(), iv.data(), nullptr) != 1) {
     return std::nullopt;
   }
   Data encrypted(plain.size() + iv.size(), '\0');
