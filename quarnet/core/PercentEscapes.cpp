@@ -69,11 +69,12 @@ Text addingPercentEscapes(const Text& text) {
 Text replacingPercentEscapes(std::string_view text) {
   std::string plain;
   plain.reserve(text.size());
-  for (;;) {
-    const std::string_view unescaped = text.substr(0, text.find('%'));
-    plain += unescaped;
-    text.remove_prefix(unescaped.size());
-    if (text.empty()) break;
+  while (!text.empty()) {
+    if (text.front() != '%') {
+      plain += text.front();
+      text.remove_prefix(1);
+      continue;
+    }
     const std::string_view digits = text.substr(1, 2);
     unsigned char byte = 0;
     const char* end = std::from_chars(digits.data(), digits.data() + digits.size(), byte, 16).ptr;
