@@ -1,11 +1,25 @@
 #pragma once
 
 #include "quarnet/client/ApiError.h"
+#include "quarnet/client/Call.h"
 #include "quarnet/platform/HttpClient.h"
+
+#include <optional>
+#include <string>
 
 namespace quarnet {
 
-// What an HTTP exchange that brought no answer means for a call.
+// When a call has failed, and why.
+
+/// What is wrong with the call itself, before anything of it is looked up; absent for nothing.
+std::optional<ApiError> callProblem(const Call& call);
+
+/// The call itself is wrong.
+ApiError invalidCall(std::string text);
+
+/// Why the exchange brought no answer to a call; absent when it did. The error may take over what
+/// arrived.
+std::optional<ApiError> answerProblem(platform::HttpResult& answer);
 
 /// The transport failed.
 ApiError transportError(const platform::HttpResult& result);

@@ -9,7 +9,6 @@
 #include "quarnet/core/NotEnoughMemory.h"
 #include "quarnet/core/Numbers.h"
 #include "quarnet/core/Text.h"
-#include "quarnet/core/Utf8.h"
 #include "quarnet/core/Wipe.h"
 #include "quarnet/oauth/TokenAnswer.h"
 #include "quarnet/oauth/TokenRecordStore.h"
@@ -34,30 +33,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr long kUnauthorized = 401;
-
-ApiError invalid(std::string text) {
-  return {.kind = ApiErrorKind::InvalidCall, .text = std::move(text)};
-}
-
-/// What is wrong with the call itself.
-std::optional<ApiError> problemOf(const Call& call) {
-  const bool isKnown = static_cast<std::uint64_t>(call.method) <= 3;
-  const bool hasBody = !call.payload.empty() || call.upload;
-  if (!isKnown) return invalid("There is no such method");
-  if (call.url.empty()) return invalid("The call has no address");
-  if (static_cast<std::uint64_t>(call.requestType) > 1 ||
-      static_cast<std::uint64_t>(call.responseType) > 1) {
-    return invalid("There is no such format");
-  }
-  if (encryptsParameters(call.method) && hasBody) {
-    return invalid("GET and DELETE have parameters and no payload");
-  }
-  if (!encryptsParameters(call.method) && !call.parameters.empty()) {
-    return invalid("POST and PUT have a payload and no parameters");
-  }
-  if (!call.payload.empty() && call.upload) return invalid("A call has a payload or a file");
-  return std::nullopt;
-}
 
 /// What a call looks at in the record before it begins.
 struct TokenState {
@@ -157,7 +132,7 @@ CallRun::~CallRun() {
 
 void CallRun::start() {
   outcome_->cancelWith(call_->stop);
-  if (auto problem = problemOf(*call_)) return end(std::move(*problem));
+  if (auto problem = callProblem(*call_)) return end(std::move(*problem));
   if (!call_->upload) return run(&CallRun::prepare);
   // Reading the file may take long.
   if (!runOnWorker([self = shared_from_this()] { self->run(&CallRun::prepare); })) end(tooLarge());
@@ -179,7 +154,7 @@ platform::HttpClient::Completion CallRun::then() {
 void CallRun::prepare() {
   const std::unique_ptr<Call> call = std::move(call_);
   if (call->upload && !isReadable(call->upload->path)) {
-    return end(invalid("The file cannot be read: " + call->upload->path));
+    return end(invalidCall("The file cannot be read: " + call->upload->path));
   }
   RequestBundle bundle = bundleOf(*call);
   request_ = std::make_shared<HttpRequest>(requestWithoutTokens(bundle));
@@ -188,7 +163,7 @@ void CallRun::prepare() {
   if (call->progress) request_->progress = progressFor(outcome_, std::move(call->progress));
   if (encryptsParameters(method_)) {
     parameters_ = parameterText(*bundle.parameters());
-    if (!parameters_) return end(invalid("A parameter's name is no UTF-8"));
+    if (!parameters_) return end(invalidCall("A parameter's name is no UTF-8"));
   }
   freshen();
 }
@@ -196,7 +171,7 @@ void CallRun::prepare() {
 void CallRun::freshen() {
   TokenState tokens = tokenState(*options_);
   const WipeAtEnd wiped(tokens.stale);
-  if (!tokens.hasClientId) return end(invalid(std::string(VornelError005)));
+  if (!tokens.hasClientId) return end(invalidCall(std::string(VornelError005)));
   if (!tokens.isSignedIn) return end(signedOut());
   if (!tokens.stale) return begin();
   TokenRefresh::shared().renew(
@@ -259,19 +234,11 @@ void CallRun::send(std::shared_ptr<HttpRequest> request,
 }
 
 void CallRun::takeAnswer(HttpResult answer) {
-  if (answer.error) return fail(transportError(answer));
-  const long status = answer.response ? answer.response->statusCode : 0;
+  const bool isWhole = !answer.error && answer.response;
+  const long status = isWhole ? answer.response->statusCode : 0;
   if (status == kUnauthorized && options_->reissuesAfter401 && !wasRenewed_) return renew();
-  if (status < 200 || status > 299) {
-    return fail(refusal(answer), answer.response ? answer.response->retryAfter : 0s);
-  }
-  if (!isUtf8(answer.body, answer.utf8Size)) {
-    return end(ApiError{.kind = ApiErrorKind::NotUtf8,
-                        .text = "The answer is no UTF-8",
-                        .status = status,
-                        .body = std::move(answer.body),
-                        .head = std::move(answer.response->head)});
-  }
+  const std::chrono::seconds retryAfter = isWhole ? answer.response->retryAfter : 0s;
+  if (auto problem = answerProblem(answer)) return fail(std::move(*problem), retryAfter);
   end(Answer{
       .status = status, .body = std::move(answer.body), .head = std::move(answer.response->head)});
 }
